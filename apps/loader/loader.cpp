@@ -1,0 +1,132 @@
+#include "loader/loader.hpp"
+
+#include <array>
+#include <stdexcept>
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
+
+namespace loader {
+namespace {
+
+struct Family {
+  const char* name;
+  Shape shape;
+  unsigned statuses;
+  bool reserved;
+  double bound32, boundA50, boundA53;
+};
+
+const Family families[] = {
+#define QELVM_FAMILY(name, shape, statuses, bound32, boundA50, boundA53)                           \
+  {#name, Shape::shape, statuses, false, bound32, boundA50, boundA53},
+#define QELVM_RESERVED_FAMILY(name, shape, statuses) {#name, Shape::shape, statuses, true, 0, 0, 0},
+#include "core/families.inc"
+};
+
+std::vector<Export> listExports() {
+  std::vector<Export> list;
+  for (const Family& f : families) {
+    const auto add = [&](const char* suffix, bool single, double bound) {
+      list.push_back({std::string(f.name) + suffix, f.name, single, f.shape, f.statuses, bound,
+                      f.reserved, static_cast<int>(list.size()) + 1});
+    };
+    add("_32f_A11", true, f.bound32);
+    add("_32f_A21", true, f.bound32);
+    add("_32f_A24", true, f.bound32);
+    add("_64f_A50", false, f.boundA50);
+    add("_64f_A53", false, f.boundA53);
+  }
+  return list;
+}
+
+} // namespace
+
+const std::vector<Export>& exports() {
+  static const std::vector<Export> list = listExports();
+  return list;
+}
+
+const Export* findExport(std::string_view name) {
+  if (name.starts_with("qels"))
+    name.remove_prefix(4);
+  for (const Export& e : exports())
+    if (e.name == name)
+      return &e;
+  return nullptr;
+}
+
+std::string statusName(QelStatus status) {
+  switch (status) {
+  case qelStatusOk:
+    return "qelStatusOk";
+  case qelStatusSizeError:
+    return "qelStatusSizeError";
+  case qelStatusNullPointer:
+    return "qelStatusNullPointer";
+  case qelStatusOverflow:
+    return "qelStatusOverflow";
+  case qelStatusUnderflow:
+    return "qelStatusUnderflow";
+  case qelStatusSingularity:
+    return "qelStatusSingularity";
+  case qelStatusDomain:
+    return "qelStatusDomain";
+  default:
+    return std::to_string(status);
+  }
+}
+
+#ifdef _WIN32
+
+Library::Library(const std::string& path) : path_(path), handle_(LoadLibraryA(path.c_str())) {
+  if (handle_ == nullptr)
+    throw std::runtime_error("cannot load " + path + ": error " + std::to_string(GetLastError()));
+}
+Library::~Library() {
+  FreeLibrary(static_cast<HMODULE>(handle_));
+}
+void* Library::symbol(const std::string& name) const {
+  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(handle_), name.c_str()));
+}
+std::string Library::defaultName() {
+  return "qelvmpx.dll";
+}
+
+#else
+
+Library::Library(const std::string& path)
+    : path_(path), handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
+  if (handle_ == nullptr)
+    throw std::runtime_error(std::string("cannot load the library: ") + dlerror());
+}
+Library::~Library() {
+  dlclose(handle_);
+}
+void* Library::symbol(const std::string& name) const {
+  return dlsym(handle_, name.c_str());
+}
+std::string Library::defaultName() {
+  return "libqelvmpx.so.5";
+}
+
+#endif
+
+Function Library::function(const Export& e) const {
+  void* address = symbol(e.symbol());
+  if (address == nullptr)
+    throw std::runtime_error(path_ + " does not have " + e.symbol());
+  return {address, e.shape};
+}
+
+const QelLibVersion& Library::version() const {
+  void* address = symbol("qelvmGetLibVersion");
+  if (address == nullptr)
+    throw std::runtime_error(path_ + " does not have qelvmGetLibVersion");
+  return *reinterpret_cast<const QelLibVersion*(QELVM_CALL*)()>(address)();
+}
+
+} // namespace loader

@@ -1,0 +1,122 @@
+// What callers of the library share (the command-line tool, the tests, the benchmarks): the table
+// of its exports, loading a build of it at run time, and calling any export by the shape of its
+// argument list.
+#pragma once
+
+#include "qelvm.h"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace loader {
+
+enum class Shape { OneSource, TwoSources, SourceAndScalar, TwoDestinations };
+
+/// The warnings that an export can return, as a set.
+enum StatusSet : unsigned {
+  Nothing = 0,
+  Overflow = 1,
+  Underflow = 2,
+  Singularity = 4,
+  Domain = 8,
+};
+
+struct Export {
+  std::string name;   ///< without the prefix: "Exp_64f_A50"
+  std::string family; ///< "Exp"
+  bool single;        ///< float elements; otherwise double
+  Shape shape;
+  unsigned statuses; ///< StatusSet
+  double bound;      ///< largest error in ulps
+  bool reserved;     ///< not built yet: no bound, and absent from the library
+  int ordinal;       ///< in the DLL
+
+  int sources() const { return shape == Shape::TwoSources ? 2 : 1; }
+  int destinations() const { return shape == Shape::TwoDestinations ? 2 : 1; }
+  bool hasScalar() const { return shape == Shape::SourceAndScalar; }
+  std::string symbol() const { return "qels" + name; }
+};
+
+/// All 135 vector exports in the order of their ordinals, reserved ones included.
+const std::vector<Export>& exports();
+
+/// The export of that name, with or without the prefix "qels"; null if there is none.
+const Export* findExport(std::string_view name);
+
+/// "qelStatusOverflow" and so on; the number as text for an unknown status.
+std::string statusName(QelStatus status);
+
+/// The arguments of a call; those that the shape does not have are ignored.
+template <class T>
+struct Operands {
+  const T* source = nullptr;
+  const T* secondSource = nullptr;
+  T scalar = 0;
+  T* destination = nullptr;
+  T* secondDestination = nullptr;
+};
+
+/// An export of a loaded library.
+class Function {
+public:
+  Function(void* address, Shape shape) : address_(address), shape_(shape) {}
+
+  /// T is the element type of the export.
+  template <class T>
+  QelStatus operator()(const Operands<T>& operands, std::int32_t length) const {
+    const auto& [source, second, scalar, destination, secondDestination] = operands;
+    switch (shape_) {
+    case Shape::TwoSources:
+      return as<QelStatus(QELVM_CALL*)(const T*, const T*, T*, std::int32_t)>()(
+          source, second, destination, length);
+    case Shape::SourceAndScalar:
+      return as<QelStatus(QELVM_CALL*)(const T*, T, T*, std::int32_t)>()(source, scalar,
+                                                                         destination, length);
+    case Shape::TwoDestinations:
+      return as<QelStatus(QELVM_CALL*)(const T*, T*, T*, std::int32_t)>()(
+          source, destination, secondDestination, length);
+    case Shape::OneSource:
+      break;
+    }
+    return as<QelStatus(QELVM_CALL*)(const T*, T*, std::int32_t)>()(source, destination, length);
+  }
+
+private:
+  template <class Pointer>
+  Pointer as() const {
+    return reinterpret_cast<Pointer>(address_);
+  }
+
+  void* address_;
+  Shape shape_;
+};
+
+/// A loaded library; unloaded on destruction.
+class Library {
+public:
+  /// Loads the build at `path`; throws std::runtime_error with the platform's reason.
+  explicit Library(const std::string& path);
+  ~Library();
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
+
+  const std::string& path() const { return path_; }
+  bool has(const Export& e) const { return symbol(e.symbol()) != nullptr; }
+
+  /// Throws std::runtime_error if the library does not have it.
+  Function function(const Export& e) const;
+  const QelLibVersion& version() const;
+
+  /// The file name under which the library is installed on this platform.
+  static std::string defaultName();
+
+private:
+  void* symbol(const std::string& name) const;
+
+  std::string path_;
+  void* handle_;
+};
+
+} // namespace loader

@@ -1,0 +1,192 @@
+/**
+ * @file qelvm.h
+ * Vector elementary functions with the same bits on every platform.
+ *
+ * One function per family, element type and accuracy class, named `qels<Family>_<type>_A<class>`:
+ *
+ * | class | element | accuracy |
+ * |-------|---------|----------|
+ * | `32f_A11`, `32f_A21`, `32f_A24` | `float` | one and the same computation in double precision,
+ * rounded once | | `64f_A50` | `double` | the faster kernel | | `64f_A53` | `double` | within a few
+ * hundredths of an ulp of the correctly rounded result; for most families the same kernel as A50 |
+ *
+ * @section contract The contract of every vector function
+ *
+ * **Arguments.** Source arrays, destination arrays, number of elements. Arrays are contiguous, of
+ * any alignment, `length` elements each. Element i of a destination is computed from element i of
+ * the sources alone: not from other elements, its position, `length` or an earlier call.
+ *
+ * **Status.** `length < 1` returns #qelStatusSizeError; then a null array pointer returns
+ * #qelStatusNullPointer; both leave everything untouched, exception flags too. Any other call
+ * writes every destination element. An exceptional element (overflow, underflow to zero, pole,
+ * argument outside the domain) gets its IEEE default result and is reported: the call goes on and
+ * returns the status of the last reported element, #qelStatusOk if there is none. A NaN argument
+ * gives a NaN result and is not reported.
+ *
+ * **Exception flags.** A report raises the matching IEEE flag in the calling thread: overflow,
+ * underflow, divide-by-zero (pole), invalid (domain); ordinary arithmetic raises its own, inexact
+ * above all. Flags are never tested or cleared.
+ *
+ * **In place.** A destination may be a source array: the results are the same. (What `Div` in
+ * double precision reports in place differs; see there.) Arrays that overlap otherwise are not
+ * supported.
+ *
+ * **Environment.** Round to nearest and masked floating-point exceptions, the platforms' defaults,
+ * are assumed; control settings are neither read nor changed. Every function may be called from any
+ * number of threads. Nothing is allocated, kept between calls, or in need of initialisation.
+ *
+ * **Error bounds** are in ulps of the exact result, against which the library is tested with MPFR;
+ * 0.5 means correctly rounded. `float` results have been the correctly rounded ones in every test.
+ */
+#ifndef QELVM_H
+#define QELVM_H
+
+#include <stdint.h>
+
+#if defined(_WIN32) && defined(_M_IX86)
+#define QELVM_CALL __stdcall
+#elif defined(_WIN32) && defined(__i386__)
+#define QELVM_CALL __attribute__((__stdcall__))
+#else
+/** Calling convention: callee-pops on 32-bit Windows, the platform's ordinary one elsewhere. */
+#define QELVM_CALL
+#endif
+
+#if defined(__GNUC__) && !defined(_WIN32)
+#define QELVM_API __attribute__((visibility("default")))
+#else
+/** Marks a function that the library exports. */
+#define QELVM_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** What a call returns: negative for errors, positive for warnings, 0 for neither. */
+typedef int32_t QelStatus;
+
+enum {
+  qelStatusOk = 0,           /**< no element was reported */
+  qelStatusSizeError = -6,   /**< `length` is less than 1; nothing was read or written */
+  qelStatusNullPointer = -8, /**< an array pointer is null; nothing was read or written */
+  qelStatusOverflow = 12,    /**< warning: a result overflowed */
+  qelStatusUnderflow = 17,   /**< warning: a result underflowed to zero */
+  qelStatusSingularity = 18, /**< warning: an argument was a pole (division by zero) */
+  qelStatusDomain = 19       /**< warning: an argument lay outside the domain */
+};
+
+/** The version record; all of it constant. */
+typedef struct QelLibVersion {
+  int32_t versionMajor;    /**< major version */
+  int32_t versionMinor;    /**< minor version */
+  int32_t buildMajor;      /**< major build number */
+  int32_t buildNumber;     /**< build number */
+  char cpuCode[4];         /**< "px": the generic build, without processor-specific instructions */
+  const char* libraryFile; /**< file name of the library on Windows */
+  const char* versionText; /**< version as text */
+  const char* buildDateText; /**< build date, as "Mmm dd yyyy" */
+} QelLibVersion;
+
+/**
+ * @defgroup div Div: division
+ *
+ * `dst[i] = src1[i] / src2[i]`, correctly rounded (bound 0.5 ulp) in all five classes, which are
+ * one IEEE division per element.
+ *
+ * | src1 | src2 | result | reported |
+ * |------|------|--------|----------|
+ * | finite, not zero | zero | infinity, sign = sign of src1 XOR sign of src2 |
+ * #qelStatusSingularity | | zero | zero | NaN | #qelStatusSingularity | | infinity or NaN |
+ * anything | IEEE quotient, infinity / 0 = infinity among them | nothing | | finite | infinity or
+ * NaN | IEEE quotient | nothing | | finite | finite, not zero | IEEE quotient; overflow and
+ * underflow only raise their flags | nothing |
+ *
+ * 0 / 0 raises the invalid flag (the division) and divide-by-zero (the report).
+ *
+ * In place: the 64f classes look at `src2[i]` after `dst[i]` is stored. With `dst == src2` they
+ * therefore report an element whose *quotient* is zero or NaN, and not one whose divisor was zero
+ * and whose quotient is infinite. The 32f classes report alike in place and apart.
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsDiv_32f_A11(const float* src1, const float* src2, float* dst,
+                                               int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsDiv_32f_A21(const float* src1, const float* src2, float* dst,
+                                               int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsDiv_32f_A24(const float* src1, const float* src2, float* dst,
+                                               int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsDiv_64f_A50(const double* src1, const double* src2, double* dst,
+                                               int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsDiv_64f_A53(const double* src1, const double* src2, double* dst,
+                                               int32_t length);
+/** @} */
+
+/**
+ * @defgroup exp Exp: exponential
+ *
+ * `dst[i] = e` raised to `src[i]`.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | +infinity, -infinity | +infinity, +0 | nothing |
+ * | above 709.782712893384 (32f: 88.7228317) | +infinity | #qelStatusOverflow |
+ * | below -745.1332191019412 (32f: -103.972076) | +0 | #qelStatusUnderflow |
+ * | magnitude below 2^-52 | 1 + x | nothing |
+ * | otherwise | e^x, subnormal results too | nothing |
+ *
+ * The limits themselves are not reported. Results that round to zero or to a subnormal raise the
+ * underflow flag without a status.
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsExp_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsExp_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsExp_32f_A24(const float* src, float* dst, int32_t length);
+/** 2.0 ulp; 1.4 ulp where the result is subnormal */
+QELVM_API QelStatus QELVM_CALL qelsExp_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.515 ulp; 0.505 ulp where the result is subnormal */
+QELVM_API QelStatus QELVM_CALL qelsExp_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup inv Inv: reciprocal
+ *
+ * `dst[i] = 1 / src[i]`, correctly rounded (bound 0.5 ulp) in all five classes, which are one IEEE
+ * division per element. A zero gives the infinity of its sign and reports #qelStatusSingularity;
+ * an infinity gives the zero of its sign and a NaN a NaN, unreported. Small subnormal arguments
+ * overflow to infinity without a status.
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInv_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInv_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInv_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInv_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInv_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup version Version query
+ * @{
+ */
+/** The version record of the loaded library: the same pointer on every call; do not free it. */
+QELVM_API const QelLibVersion* QELVM_CALL qelvmGetLibVersion(void);
+/** @} */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,60 @@
+// Division: one IEEE division per element, correctly rounded. A zero divisor is a singularity.
+
+#include "core/export.hpp"
+
+namespace qelvm {
+namespace {
+
+/// Double precision. The singularity is decided by the divisor in memory after the quotient is
+/// stored: in place of the divisor, a zero or NaN quotient is reported, a zero divisor is not.
+template <class Export>
+struct DivDouble {
+  static constexpr int lanes = 4;
+
+  /// Neither operand zero, infinite or NaN, and the quotient neither: nothing to report, in place
+  /// or apart.
+  static bool isOrdinary(double x, double y) {
+    return magnitudeWithin(x, 0x1p-511, 0x1p511) && magnitudeWithin(y, 0x1p-511, 0x1p511);
+  }
+
+  template <class V>
+  static V compute(const V& x, const V& y) {
+    return x / y;
+  }
+
+  static QelStatus exceptional(const double& x, const double& y, double& quotient) {
+    const bool finite = !isInfiniteOrNan(x) && !isInfiniteOrNan(y);
+    quotient = x / y;
+    const double divisor = y; // read again, after the store
+    return finite && (divisor == 0.0 || divisor != divisor) ? qelStatusSingularity : qelStatusOk;
+  }
+};
+
+/// Single precision: the quotient of the widened operands, rounded again, is the correctly rounded
+/// one. The divisor is tested before the store.
+template <class Export>
+struct DivSingle {
+  static constexpr int lanes = 4;
+
+  static bool isOrdinary(float, float y) { return !isZero(y); }
+
+  template <class V>
+  static V compute(const V& x, const V& y) {
+    return x / y;
+  }
+
+  static QelStatus exceptional(const float& x, const float& y, float& quotient) {
+    const bool pole = !isInfiniteOrNan(x);
+    quotient = static_cast<float>(static_cast<double>(x) / static_cast<double>(y));
+    return pole ? qelStatusSingularity : qelStatusOk;
+  }
+};
+
+} // namespace
+} // namespace qelvm
+
+QELVM_TWO_SOURCES(Div, 32f, A11, qelvm::DivSingle)
+QELVM_TWO_SOURCES(Div, 32f, A21, qelvm::DivSingle)
+QELVM_TWO_SOURCES(Div, 32f, A24, qelvm::DivSingle)
+QELVM_TWO_SOURCES(Div, 64f, A50, qelvm::DivDouble)
+QELVM_TWO_SOURCES(Div, 64f, A53, qelvm::DivDouble)

@@ -1,0 +1,227 @@
+// The call frame: what every vector export does around its kernel. Checks the length, then the
+// pointers, then walks the elements in ascending order. Nothing of a family is in it.
+//
+// A kernel is a type with these members (T the element type, double or float; all const or static):
+//
+//   bool isOrdinary(T x)                        the cheap test for the main range
+//   V compute(V x)                              the result of an ordinary element, a straight line
+//                                               of building blocks over V = double or Lanes<N>
+//   QelStatus exceptional(const T& x, T& r)     everything else: stores the result into r, then
+//                                               returns the status to report, qelStatusOk for none;
+//                                               void in a family that never reports
+//   static constexpr int lanes                  elements in flight (1 where more do not help)
+//
+// and, where a family has a second ordinary range (a series beside a table), also
+// isInSecondRange(x) and computeSecondRange(x), tried after the first. Kernels of two sources take
+// (x, y); with two destinations `compute` returns a TwoResults<V> and `exceptional` takes (x, r1,
+// r2). A scalar argument goes to the kernel's constructor, once per call.
+//
+// Single precision is the same double computation: sources are widened exactly, results rounded
+// once when they are stored.
+#pragma once
+
+#include "core/error_report.hpp"
+#include "core/floating_point.hpp"
+#include "qelvm.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+namespace qelvm {
+
+/// The name under which an export reports: empty. Each reporting export has its own.
+template <class Export>
+inline constexpr char nameSlot[1] = {};
+
+/// The results of one element (or of N) for the two destinations.
+template <class V>
+struct TwoResults {
+  V first;
+  V second;
+};
+
+/// The source arrays, or the destination arrays, of one call.
+template <class Pointer, int Count>
+struct ArrayList {
+  Pointer array[Count];
+
+  bool hasNull() const {
+    for (const Pointer pointer : array)
+      if (pointer == nullptr)
+        return true;
+    return false;
+  }
+};
+
+template <class... Pointers>
+QELVM_INLINE auto sources(Pointers... pointers) {
+  return ArrayList<std::common_type_t<Pointers...>, sizeof...(Pointers)>{{pointers...}};
+}
+template <class... Pointers>
+QELVM_INLINE auto destinations(Pointers... pointers) {
+  return ArrayList<std::common_type_t<Pointers...>, sizeof...(Pointers)>{{pointers...}};
+}
+
+/// The array arguments of one call.
+template <class T, int Sources, int Destinations>
+struct Arrays {
+  ArrayList<const T*, Sources> source;
+  ArrayList<T*, Destinations> destination;
+};
+
+namespace frame {
+
+template <int Count>
+using Indices = std::make_integer_sequence<int, Count>;
+
+template <class V>
+QELVM_INLINE const V& result(std::integral_constant<int, 0>, const V& only) {
+  return only;
+}
+template <int D, class V>
+QELVM_INLINE const V& result(std::integral_constant<int, D>, const TwoResults<V>& both) {
+  return D == 0 ? both.first : both.second;
+}
+template <class V>
+QELVM_INLINE const V& result(std::integral_constant<int, 0>, const TwoResults<V>& both) {
+  return both.first;
+}
+
+/// The ordinary elements of a call: one, or `Count` in flight.
+template <class Kernel, class T, int S, int D>
+struct Elements {
+  const Kernel& kernel;
+  Arrays<T, S, D> arrays;
+
+  /// f(source[0][i], ...)
+  template <class F>
+  QELVM_ALWAYS_INLINE decltype(auto) withSources(std::ptrdiff_t i, F f) const {
+    return [&]<int... s>(std::integer_sequence<int, s...>) QELVM_ALWAYS_INLINE->decltype(auto) {
+      return f(arrays.source.array[s][i]...);
+    }
+    (Indices<S>{});
+  }
+
+  /// The value type for `Count` elements: double, or Lanes<Count>.
+  template <int Count>
+  using Value = std::conditional_t<Count == 1, double, Lanes<Count>>;
+
+  template <int Count>
+  QELVM_INLINE static Value<Count> load(const T* source) {
+    if constexpr (Count == 1) {
+      return static_cast<double>(*source);
+    } else {
+      return [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
+        return Lanes<Count>{static_cast<double>(source[I])...};
+      }
+      (Indices<Count>{});
+    }
+  }
+
+  template <int Count>
+  QELVM_INLINE static void store(const Value<Count>& value, T* destination) {
+    [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
+      ((destination[I] = static_cast<T>(laneOf<I>(value))), ...);
+    }
+    (Indices<Count>{});
+  }
+
+  /// Loads, computes and stores elements i to i + Count - 1.
+  template <int Count, class Compute>
+  QELVM_INLINE void run(std::ptrdiff_t i, Compute compute) const {
+    const auto results = [&]<int... s>(std::integer_sequence<int, s...>) QELVM_ALWAYS_INLINE {
+      return compute(load<Count>(arrays.source.array[s] + i)...);
+    }
+    (Indices<S>{});
+    [&]<int... d>(std::integer_sequence<int, d...>) QELVM_ALWAYS_INLINE {
+      (store<Count>(result(std::integral_constant<int, d>{}, results),
+                    arrays.destination.array[d] + i),
+       ...);
+    }
+    (Indices<D>{});
+  }
+
+  /// `test` holds for all of elements i to i + Count - 1.
+  template <int Count, class Test>
+  QELVM_INLINE bool all(std::ptrdiff_t i, Test test) const {
+    return [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
+      return (static_cast<int>(withSources(i + I, test)) & ...) != 0;
+    }
+    (Indices<Count>{});
+  }
+
+  /// Computes elements i to i + Count - 1 if they all lie in one ordinary range.
+  template <int Count>
+  QELVM_INLINE bool runOrdinary(std::ptrdiff_t i) const {
+    if (all<Count>(i, [&](auto... x) QELVM_ALWAYS_INLINE { return kernel.isOrdinary(x...); }))
+        [[likely]] {
+      run<Count>(i, [&](const auto&... x) QELVM_ALWAYS_INLINE { return kernel.compute(x...); });
+      return true;
+    }
+    if constexpr (requires { &Kernel::isInSecondRange; }) {
+      if (all<Count>(i,
+                     [&](auto... x) QELVM_ALWAYS_INLINE { return kernel.isInSecondRange(x...); })) {
+        run<Count>(i, [&](const auto&... x)
+                          QELVM_ALWAYS_INLINE { return kernel.computeSecondRange(x...); });
+        return true;
+      }
+    }
+    return false;
+  }
+};
+
+/// Stores exceptional element i, reports it if its kernel says so, and returns the status of the
+/// call so far. Out of line, so that the loop keeps its registers.
+template <class Export, class Kernel, class T, int S, int D>
+[[gnu::noinline]] QelStatus handleExceptional(Kernel kernel, Arrays<T, S, D> arrays,
+                                              std::ptrdiff_t i, QelStatus status) {
+  const auto handle = [&] {
+    return [&]<int... s, int... d>(std::integer_sequence<int, s...>,
+                                   std::integer_sequence<int, d...>) {
+      return kernel.exceptional(arrays.source.array[s][i]..., arrays.destination.array[d][i]...);
+    }
+    (Indices<S>{}, Indices<D>{});
+  };
+  if constexpr (std::is_void_v<decltype(handle())>) {
+    handle();
+  } else if (const QelStatus reported = handle(); reported != qelStatusOk) {
+    reportElementError(reported, static_cast<std::int32_t>(i), arrays.source.array[0],
+                       arrays.source.array[S - 1], arrays.destination.array[0],
+                       arrays.destination.array[D - 1], nameSlot<Export>);
+    status = reported;
+  }
+  return status;
+}
+
+} // namespace frame
+
+/// Runs one call of `Export`; `scalars` are the kernel's constructor arguments.
+template <class Export, class Kernel, class T, int S, int D, class... Scalars>
+QELVM_INLINE QelStatus call(ArrayList<const T*, S> source, ArrayList<T*, D> destination,
+                            std::int32_t length, Scalars... scalars) {
+  if (length < 1)
+    return qelStatusSizeError;
+  if (source.hasNull() || destination.hasNull())
+    return qelStatusNullPointer;
+
+  constexpr int lanes = Kernel::lanes;
+  const Kernel kernel{scalars...};
+  const frame::Elements<Kernel, T, S, D> elements{kernel, {source, destination}};
+  QelStatus status = qelStatusOk;
+  for (std::ptrdiff_t i = 0; i < length;) {
+    if constexpr (lanes > 1) {
+      if (length - i >= lanes && elements.template runOrdinary<lanes>(i)) [[likely]] {
+        i += lanes;
+        continue;
+      }
+    }
+    if (!elements.template runOrdinary<1>(i)) [[unlikely]]
+      status = frame::handleExceptional<Export>(kernel, elements.arrays, i, status);
+    ++i;
+  }
+  return status;
+}
+
+} // namespace qelvm

@@ -1,0 +1,187 @@
+// Exponential.
+//
+// Reduction: x = n ln2/64 + r, |r| <= ln2/128, n = 64 m + j; e^x = 2^m 2^(j/64) e^r. n is exact
+// from a shifter, n times the leading part of ln2/64 is exact, the trailing part leaves an error
+// far below the last place of r. Table: 2^(j/64), 64 rows; A50 rounded to double, the others with
+// the rest relative to it. Polynomial: e^r - 1 - r, of degree 5 (A50) or 6, in r. Ranges: the
+// ordinary elements have a normal result, well away from overflow; near overflow and below the
+// normal range the same steps run with their own scalings, off the main road.
+
+#include "core/export.hpp"
+
+namespace qelvm {
+namespace {
+
+/// Where a type's results overflow, underflow to zero, and leave the normal range. The limits
+/// themselves lie inside.
+template <class Element>
+struct ExpLimits;
+
+template <>
+struct ExpLimits<double> {
+  static constexpr double overflow = 0x1.62e42fefa39efp9;   // 709.782712893384, ln of the largest
+  static constexpr double underflow = -0x1.74910d52d3052p9; // -745.1332191019412, -1075 ln 2
+  static constexpr double denormal = -0x1.6232bdd7abcd2p9;  // -708.3964185322641, -1022 ln 2
+  static constexpr double ordinary = 708.0;
+};
+
+template <>
+struct ExpLimits<float> {
+  static constexpr float overflow = 0x1.62e42ep6f;   // 88.7228317, below ln of the largest float
+  static constexpr float underflow = -0x1.9fe368p6f; // -103.972076, above -150 ln 2
+  static constexpr float denormal = -0x1.5d589ep6f;  // -87.3365402, above -126 ln 2
+  static constexpr float ordinary = 87.0f;
+};
+
+template <class V>
+struct ExpReduced {
+  IntegerOf<V> j; ///< row of the table
+  IntegerOf<V> m; ///< power of two
+  V r;
+};
+
+template <class V>
+QELVM_INLINE ExpReduced<V> reduceExp(const V& x) {
+  constexpr double inverseStep = 0x1.71547652b82fep6; // 64 / ln 2
+  constexpr double stepHi = 0x1.62e42fefap-7;         // ln2 / 64, the last 17 bits cleared
+  constexpr double stepLo = 0x1.cf79abc9e3b3ap-46;    // the rest
+  const Rounded<V> n = roundShifter(x * inverseStep, integerShifter);
+  const IntegerOf<V> integer = lowWord(n.sum);
+  return {integer & 63, integer >> 6, (x - n.value * stepHi) - n.value * stepLo};
+}
+
+/// 2^(j/64) rounded to double (A50).
+template <class Export>
+inline constexpr double expPowers[64] = {
+#define QELVM_EXP_POWER(hi, lo) hi,
+#include "explog/exp_powers.inc"
+#undef QELVM_EXP_POWER
+};
+
+struct PowerPair {
+  double hi;
+  double lo; ///< the rest of the power, divided by hi
+};
+
+/// 2^(j/64) as hi (1 + lo) (A53 and 32f).
+template <class Export>
+inline constexpr PowerPair expPowerPairs[64] = {
+#define QELVM_EXP_POWER(hi, lo) {hi, lo},
+#include "explog/exp_powers.inc"
+#undef QELVM_EXP_POWER
+};
+
+/// A50: the significand 2^(j/64) e^r as one double.
+template <class Export, class V>
+struct ExpShort {
+  static constexpr int lanes = 4;
+
+  IntegerOf<V> m;
+  V significand;
+
+  QELVM_INLINE explicit ExpShort(const V& x) {
+    constexpr double p[] = {0x1.fffffffffdbd9p-2, 0x1.5555555557676p-3, 0x1.555573c3184f2p-5,
+                            0x1.111108f38cb59p-7};
+    const ExpReduced<V> reduced = reduceExp(x);
+    const V& r = reduced.r;
+    const V q = (horner(p, r) * r) * r;
+    m = reduced.m;
+    significand = (1.0 + (r + q)) * lookUp(expPowers<Export>, reduced.j);
+  }
+
+  QELVM_INLINE V value() const { return significand; }
+  double denormal() const { return (significand * denormalScale(m)) * denormalUnscale; }
+};
+
+/// A53 and 32f: the significand as power + rest, where power is the leading part of 2^(j/64).
+template <class Export, class V>
+struct ExpLong {
+  static constexpr int lanes = 4;
+
+  IntegerOf<V> m;
+  V power;
+  V rest;
+
+  QELVM_INLINE explicit ExpLong(const V& x) {
+    constexpr double q[] = {0x1p-1, 0x1.55555555548f8p-3, 0x1.5555555558fccp-5,
+                            0x1.111123aaf20d3p-7, 0x1.6c16a1c2a3ffdp-10};
+    const ExpReduced<V> reduced = reduceExp(x);
+    const V& r = reduced.r;
+    const V tail = (horner(q, r) * r) * r;
+    m = reduced.m;
+    power = lookUp(expPowerPairs<Export>, reduced.j, &PowerPair::hi);
+    rest = ((r + tail) + lookUp(expPowerPairs<Export>, reduced.j, &PowerPair::lo)) * power;
+  }
+
+  QELVM_INLINE V value() const { return power + rest; }
+
+  /// (power + rest) 2^m, rounded once at the place where the subnormal result ends.
+  double denormal() const {
+    const double scale = denormalScale(m);
+    const double a = rest * scale;
+    const double b = power * scale;
+    if (exponentField(scale) <= 50) // below 2^-1032: the sum has more bits than the result
+      return (b + a) * denormalUnscale;
+    // The leading 21 bits scale exactly, so the only rounding of the final sum is that of the rest.
+    const DoubleDouble sum = fastTwoSum(b, a);
+    const double hi = keepLeadingBits(sum.hi, 0x1.8p32);
+    const double lo = sum.lo + (sum.hi - hi);
+    return hi * denormalUnscale + lo * denormalUnscale;
+  }
+};
+
+template <class Export, template <class, class> class Method>
+struct Exponential {
+  using Element = typename Export::Element;
+  using Limits = ExpLimits<Element>;
+  static constexpr int lanes = Method<Export, double>::lanes;
+
+  static bool isOrdinary(Element x) {
+    return magnitudeWithin(x, Element{0x1p-52}, Limits::ordinary);
+  }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const Method<Export, V> power(x);
+    return scaleByPowerOfTwo(power.value(), power.m);
+  }
+
+  static QelStatus exceptional(const Element& source, Element& result) {
+    const Element x = source;
+    if (isInfiniteOrNan(x)) {
+      const bool minusInfinity = signBit(x) && fractionIsZero(x);
+      result = minusInfinity ? Element{0} : x * x;
+      return qelStatusOk;
+    }
+    if (exponentField(x) < exponentField(Element{0x1p-52})) {
+      result = Element{1} + x;
+      return qelStatusOk;
+    }
+    if (x > Limits::overflow) {
+      result = static_cast<Element>(overflowed());
+      return qelStatusOverflow;
+    }
+    if (x < Limits::underflow) {
+      result = static_cast<Element>(underflowed());
+      return qelStatusUnderflow;
+    }
+    const Method<Export, double> power(static_cast<double>(x));
+    result = static_cast<Element>(x < Limits::denormal ? power.denormal()
+                                                       : scaleTwoStep(power.value(), power.m));
+    return qelStatusOk;
+  }
+};
+
+template <class Export>
+using ExpA50 = Exponential<Export, ExpShort>;
+template <class Export>
+using ExpA53 = Exponential<Export, ExpLong>;
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(Exp, 32f, A11, qelvm::ExpA53)
+QELVM_ONE_SOURCE(Exp, 32f, A21, qelvm::ExpA53)
+QELVM_ONE_SOURCE(Exp, 32f, A24, qelvm::ExpA53)
+QELVM_ONE_SOURCE(Exp, 64f, A50, qelvm::ExpA50)
+QELVM_ONE_SOURCE(Exp, 64f, A53, qelvm::ExpA53)
