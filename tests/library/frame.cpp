@@ -1,0 +1,239 @@
+// What every export promises about its arguments, arrays and statuses.
+
+#include "checks.hpp"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <set>
+
+namespace checks {
+namespace {
+
+using loader::Export;
+using loader::Function;
+using loader::Operands;
+
+std::set<QelStatus> statusesOf(const Export& e) {
+  std::set<QelStatus> set;
+  const std::pair<unsigned, QelStatus> all[] = {{loader::Overflow, qelStatusOverflow},
+                                                {loader::Underflow, qelStatusUnderflow},
+                                                {loader::Singularity, qelStatusSingularity},
+                                                {loader::Domain, qelStatusDomain}};
+  for (const auto& [bit, status] : all)
+    if (e.statuses & bit)
+      set.insert(status);
+  return set;
+}
+
+/// An array of T at an odd address, between guard bytes.
+template <class T>
+class Guarded {
+public:
+  explicit Guarded(std::size_t size, unsigned char fill = 0xA5)
+      : bytes_(size * sizeof(T) + 2 * guard, fill), size_(size), fill_(fill) {}
+
+  T* data() { return reinterpret_cast<T*>(bytes_.data() + guard); }
+  T get(std::size_t i) const {
+    T value;
+    std::memcpy(&value, bytes_.data() + guard + i * sizeof(T), sizeof(T));
+    return value;
+  }
+  void set(std::size_t i, T value) {
+    std::memcpy(bytes_.data() + guard + i * sizeof(T), &value, sizeof(T));
+  }
+  bool guardsIntact() const {
+    const auto isFill = [this](unsigned char byte) { return byte == fill_; };
+    return std::all_of(bytes_.begin(), bytes_.begin() + guard, isFill) &&
+           std::all_of(bytes_.end() - guard, bytes_.end(), isFill);
+  }
+  bool untouched() const {
+    return std::all_of(bytes_.begin(), bytes_.end(),
+                       [this](unsigned char byte) { return byte == fill_; });
+  }
+  std::size_t size() const { return size_; }
+
+private:
+  static constexpr std::ptrdiff_t guard = 33;
+  std::vector<unsigned char> bytes_;
+  std::size_t size_;
+  unsigned char fill_;
+};
+
+template <class T>
+class FrameChecks {
+public:
+  FrameChecks(const Export& e, const Function& f, Results& results)
+      : export_(e), call_(f), results_(results) {}
+
+  void run() {
+    badArguments();
+    elements();
+    inPlace();
+    statuses();
+  }
+
+private:
+  static constexpr T scalar = 3;
+
+  void begin(const char* topic) { results_.begin(export_.name + " " + topic); }
+
+  /// Operand i of an array pair: sources that differ.
+  static T firstOperand(const std::vector<T>& values, std::size_t i) {
+    return values[i % values.size()];
+  }
+  static T secondOperand(const std::vector<T>& values, std::size_t i) {
+    return values[(i * 7 + i / values.size() + 3) % values.size()];
+  }
+
+  void badArguments() {
+    begin("bad arguments");
+    Guarded<T> x(4, 0x40), y(4, 0x40), r(4), r2(4);
+    Operands<T> good{x.data(), y.data(), scalar, r.data(), r2.data()};
+    std::vector<Operands<T>> withNull;
+    const auto add = [&](auto member) {
+      withNull.push_back(good);
+      withNull.back().*member = nullptr;
+    };
+    add(&Operands<T>::source);
+    add(&Operands<T>::destination);
+    if (export_.sources() == 2)
+      add(&Operands<T>::secondSource);
+    if (export_.destinations() == 2)
+      add(&Operands<T>::secondDestination);
+
+    std::feclearexcept(FE_ALL_EXCEPT);
+    for (int length : {0, -1, std::numeric_limits<int>::min()}) {
+      results_.expect(call_(good, length) == qelStatusSizeError, "length below 1");
+      results_.expect(call_(Operands<T>{}, length) == qelStatusSizeError,
+                      "length is checked before the pointers");
+    }
+    for (const Operands<T>& operands : withNull)
+      for (int length : {1, 4})
+        results_.expect(call_(operands, length) == qelStatusNullPointer, "null pointer");
+    results_.expect(std::fetestexcept(allFlags) == 0, "flags raised");
+    results_.expect(r.untouched() && r2.untouched(), "a destination was written");
+  }
+
+  /// Every element as if it were alone, whatever its position and the length; nothing else written.
+  void elements() {
+    begin("elements");
+    const std::vector<T> values = specialValues<T>();
+    for (std::size_t length : {1, 2, 3, 4, 5, 7, 8, 9, 16, 17, 40, 1000}) {
+      for (std::size_t start : {0, 1, 5, 50}) {
+        Guarded<T> x(length), y(length), r(length), r2(length);
+        QelStatus expectedStatus = qelStatusOk;
+        std::vector<Outcome<T>> expected;
+        for (std::size_t i = 0; i < length; ++i) {
+          // Long stretches of ordinary elements among the special ones.
+          const bool ordinary = (i / 24) % 2 == 1;
+          x.set(i,
+                ordinary ? T(1.5) + static_cast<T>(i % 9) / 16 : firstOperand(values, start + i));
+          y.set(i, ordinary ? T(2.5) : secondOperand(values, start + i));
+          expected.push_back(callOne(export_, call_, x.get(i), secondOf(y.get(i))));
+          if (expected.back().status != qelStatusOk)
+            expectedStatus = expected.back().status;
+        }
+        const Guarded<T> xBefore = x, yBefore = y;
+        const QelStatus status = call_(Operands<T>{x.data(), y.data(), scalar, r.data(), r2.data()},
+                                       static_cast<int>(length));
+        results_.expect(status == expectedStatus, "status of the last reported element");
+        for (std::size_t i = 0; i < length; ++i)
+          results_.expect(outcome(r, r2, i) == resultsOf(expected[i]),
+                          "element " + std::to_string(i) + " of " + std::to_string(length));
+        results_.expect(r.guardsIntact() && r2.guardsIntact(), "written beyond a destination");
+        results_.expect(
+            std::memcmp(x.data(), Guarded<T>(xBefore).data(), length * sizeof(T)) == 0 &&
+                std::memcmp(y.data(), Guarded<T>(yBefore).data(), length * sizeof(T)) == 0,
+            "a source was written");
+      }
+    }
+  }
+
+  void inPlace() {
+    begin("in place");
+    const std::vector<T> values = specialValues<T>();
+    const std::size_t length = values.size() * 2;
+    Guarded<T> x(length), y(length), r(length), r2(length);
+    for (std::size_t i = 0; i < length; ++i) {
+      x.set(i, firstOperand(values, i));
+      y.set(i, secondOperand(values, i));
+    }
+    const int n = static_cast<int>(length);
+    call_(Operands<T>{x.data(), y.data(), scalar, r.data(), r2.data()}, n);
+    const auto expectSame = [&](Guarded<T>& first, Guarded<T>& second, const char* where) {
+      for (std::size_t i = 0; i < length; ++i)
+        results_.expect(outcome(first, second, i) == outcome(r, r2, i),
+                        std::string(where) + ", element " + std::to_string(i));
+    };
+    for (bool second : {false, true}) {
+      if (second && export_.sources() == 1 && export_.destinations() == 1)
+        break;
+      Guarded<T> a = x, b = y, other(length);
+      Guarded<T>& shared = second && export_.sources() == 2 ? b : a;
+      const bool swap = second && export_.destinations() == 2;
+      Guarded<T>& first = swap ? other : shared;
+      Guarded<T>& last = swap ? shared : other;
+      call_(Operands<T>{a.data(), b.data(), scalar, first.data(), last.data()}, n);
+      expectSame(first, last, second ? "second array" : "first array");
+    }
+  }
+
+  /// The special values reach every status of the family, and no other.
+  void statuses() {
+    begin("statuses");
+    const std::vector<T> values = specialValues<T>();
+    std::set<QelStatus> seen;
+    for (T x : values)
+      for (T y : values) {
+        seen.insert(callOne(export_, call_, x, y).status);
+        if (export_.sources() == 1 && !export_.hasScalar())
+          break;
+      }
+    seen.erase(qelStatusOk);
+    results_.expect(seen == statusesOf(export_), "reports other statuses than the table says");
+  }
+
+  T secondOf(T y) const { return export_.hasScalar() ? scalar : y; }
+
+  std::vector<BitsOf<T>> outcome(const Guarded<T>& r, const Guarded<T>& r2, std::size_t i) const {
+    std::vector<BitsOf<T>> bits{canonicalBits(r.get(i))};
+    if (export_.destinations() == 2)
+      bits.push_back(canonicalBits(r2.get(i)));
+    return bits;
+  }
+  std::vector<BitsOf<T>> resultsOf(const Outcome<T>& one) const {
+    return {one.results, one.results + export_.destinations()};
+  }
+
+  const Export& export_;
+  Function call_;
+  Results& results_;
+};
+
+} // namespace
+
+void checkFrame(const loader::Library& library, Results& results) {
+  for (const Export& e : loader::exports()) {
+    results.begin(e.name + " present");
+    results.expect(library.has(e) != e.reserved, "presence differs from the table of families");
+    if (library.has(e))
+      withElement(e, [&](auto element) {
+        FrameChecks<decltype(element)>(e, library.function(e), results).run();
+      });
+  }
+
+  results.begin("version record");
+  const QelLibVersion& version = library.version();
+  results.expect(&version == &library.version(), "another pointer at the second call");
+  results.expect(version.versionMajor == 5 && version.versionMinor == 0 &&
+                     version.buildMajor == 11 && version.buildNumber == 35,
+                 "numbers");
+  results.expect(std::memcmp(version.cpuCode, "px\0\0", 4) == 0, "processor code");
+  results.expect(std::string(version.libraryFile) == "qelvmpx.dll" &&
+                     std::string(version.versionText) == "v5.0" &&
+                     std::string(version.buildDateText) == "Sep  7 2005",
+                 "texts");
+}
+
+} // namespace checks

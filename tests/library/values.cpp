@@ -1,0 +1,150 @@
+// Directed rows from tests/values/*.txt: inputs, results, status and exception flags.
+//
+// A row:  EXPORTS INPUT... = RESULT... STATUS FLAGS
+// EXPORTS is a name or the beginning of several (Exp_64f: both classes). Numbers are decimal or
+// hexadecimal floats, inf, nan, snan; a number is rounded to the element type. STATUS is Ok,
+// Overflow, Underflow, Singularity or Domain; FLAGS those that the call raises from clear, joined
+// by commas, or none. A # begins a comment.
+
+#include "checks.hpp"
+
+#include <charconv>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <stdexcept>
+
+namespace checks {
+namespace {
+
+template <class T>
+T parseNumber(std::string_view text) {
+  const bool negative = text.starts_with('-');
+  std::string_view digits = negative ? text.substr(1) : text;
+  BitsOf<T> snan = sizeof(T) == 4 ? 0x7F800001u : static_cast<BitsOf<T>>(0x7FF0000000000001u);
+  if (digits == "snan")
+    return std::bit_cast<T>(snan);
+  const bool hex = digits.starts_with("0x");
+  if (hex)
+    digits.remove_prefix(2);
+  T value{};
+  const auto [end, error] =
+      std::from_chars(digits.data(), digits.data() + digits.size(), value,
+                      hex ? std::chars_format::hex : std::chars_format::general);
+  if (error != std::errc{} || end != digits.data() + digits.size())
+    throw std::runtime_error("not a number: " + std::string(text));
+  return negative ? -value : value;
+}
+
+struct Row {
+  std::string exports;
+  std::vector<std::string> inputs, outcomes; // outcomes: results, status, flags
+};
+
+Row parseRow(const std::string& line) {
+  Row row;
+  std::istringstream words(line);
+  words >> row.exports;
+  bool after = false;
+  for (std::string word; words >> word;) {
+    if (word == "=")
+      after = true;
+    else
+      (after ? row.outcomes : row.inputs).push_back(word);
+  }
+  return row;
+}
+
+QelStatus parseStatus(const std::string& name) {
+  static const std::map<std::string, QelStatus> statuses{{"Ok", qelStatusOk},
+                                                         {"Overflow", qelStatusOverflow},
+                                                         {"Underflow", qelStatusUnderflow},
+                                                         {"Singularity", qelStatusSingularity},
+                                                         {"Domain", qelStatusDomain}};
+  return statuses.at(name);
+}
+
+const std::pair<const char*, int> flagNames[] = {{"invalid", FE_INVALID},
+                                                 {"divide-by-zero", FE_DIVBYZERO},
+                                                 {"overflow", FE_OVERFLOW},
+                                                 {"underflow", FE_UNDERFLOW},
+                                                 {"inexact", FE_INEXACT}};
+
+std::string flagText(int flags) {
+  std::string text;
+  for (const auto& [name, flag] : flagNames)
+    if (flags & flag)
+      text.append(text.empty() ? "" : ",").append(name);
+  return text.empty() ? "none" : text;
+}
+
+template <class T>
+std::string hexText(T value) {
+  char text[40];
+  const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::hex).ptr;
+  return {text, end};
+}
+
+template <class T>
+void checkRow(const loader::Export& e, const loader::Function& f, const Row& row,
+              Results& results) {
+  const std::size_t inputs = e.sources() == 2 || e.hasScalar() ? 2 : 1;
+  const auto destinations = static_cast<std::size_t>(e.destinations());
+  if (row.inputs.size() != inputs || row.outcomes.size() != destinations + 2)
+    throw std::runtime_error("a row of " + e.name + " has " + std::to_string(row.inputs.size()) +
+                             " inputs and " + std::to_string(row.outcomes.size()) + " outcomes");
+  const T x = parseNumber<T>(row.inputs[0]);
+  const T y = inputs == 2 ? parseNumber<T>(row.inputs[1]) : T{};
+  T computed[2] = {};
+  std::feclearexcept(FE_ALL_EXCEPT);
+  const QelStatus status = f(loader::Operands<T>{&x, &y, y, &computed[0], &computed[1]}, 1);
+  const int flags = std::fetestexcept(allFlags);
+
+  for (std::size_t d = 0; d < destinations; ++d)
+    results.expect(canonicalBits(computed[d]) == canonicalBits(parseNumber<T>(row.outcomes[d])),
+                   "result " + hexText(computed[d]));
+  results.expect(status == parseStatus(row.outcomes[destinations]),
+                 "status " + loader::statusName(status));
+  results.expect(flagText(flags) == row.outcomes[destinations + 1], "flags " + flagText(flags));
+}
+
+} // namespace
+
+void checkValues(const loader::Library& library, const std::string& directory, Results& results) {
+  std::map<std::string, int> rowsOfFamily;
+  for (const auto& file : std::filesystem::directory_iterator(directory)) {
+    std::ifstream in(file.path());
+    int number = 0;
+    for (std::string line; std::getline(in, line);) {
+      ++number;
+      line.resize(line.find('#') == std::string::npos ? line.size() : line.find('#'));
+      const Row row = parseRow(line);
+      if (row.exports.empty())
+        continue;
+      bool known = false;
+      for (const loader::Export& e : loader::exports()) {
+        if (e.name != row.exports && !e.name.starts_with(row.exports + "_"))
+          continue;
+        known = true;
+        ++rowsOfFamily[e.name];
+        results.begin(file.path().filename().string() + ":" + std::to_string(number) + " " +
+                      e.name + " " + row.inputs.front());
+        withElement(e, [&](auto element) {
+          checkRow<decltype(element)>(e, library.function(e), row, results);
+        });
+      }
+      if (!known)
+        throw std::runtime_error(file.path().string() + ":" + std::to_string(number) +
+                                 ": no such export: " + row.exports);
+    }
+  }
+  for (const loader::Export& e : loader::exports()) {
+    if (!library.has(e))
+      continue;
+    results.begin(e.name + " has directed rows");
+    results.expect(rowsOfFamily[e.name] > 0, "add some to " + directory);
+  }
+}
+
+} // namespace checks
