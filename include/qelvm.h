@@ -150,9 +150,9 @@ QELVM_API QelStatus QELVM_CALL qelsExp_32f_A11(const float* src, float* dst, int
 QELVM_API QelStatus QELVM_CALL qelsExp_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsExp_32f_A24(const float* src, float* dst, int32_t length);
-/** 2.0 ulp; 1.4 ulp where the result is subnormal */
+/** 2.0 ulp; 1.5 ulp where the result is subnormal */
 QELVM_API QelStatus QELVM_CALL qelsExp_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.515 ulp; 0.505 ulp where the result is subnormal */
+/** 0.516 ulp; 0.505 ulp where the result is subnormal */
 QELVM_API QelStatus QELVM_CALL qelsExp_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -175,6 +175,126 @@ QELVM_API QelStatus QELVM_CALL qelsInv_32f_A24(const float* src, float* dst, int
 QELVM_API QelStatus QELVM_CALL qelsInv_64f_A50(const double* src, double* dst, int32_t length);
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsInv_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup ln Ln: natural logarithm
+ *
+ * `dst[i]` = natural logarithm of `src[i]`.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | +infinity | +infinity | nothing |
+ * | +0, -0 | -infinity | #qelStatusSingularity |
+ * | negative, -infinity included | NaN | #qelStatusDomain |
+ * | 1 | +0 | nothing |
+ * | positive, subnormal too | the logarithm | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsLn_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsLn_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsLn_32f_A24(const float* src, float* dst, int32_t length);
+/** 1.6 ulp */
+QELVM_API QelStatus QELVM_CALL qelsLn_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.51 ulp */
+QELVM_API QelStatus QELVM_CALL qelsLn_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup log10 Log10: decimal logarithm
+ *
+ * `dst[i]` = decimal logarithm of `src[i]`.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | +infinity | +infinity | nothing |
+ * | +0, -0 | -infinity | #qelStatusSingularity |
+ * | negative, -infinity included | NaN | #qelStatusDomain |
+ * | 1 | +0 | nothing |
+ * | positive, subnormal too | the logarithm | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A24(const float* src, float* dst, int32_t length);
+/** 1.9 ulp */
+QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.52 ulp */
+QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup pow Pow: power
+ *
+ * `dst[i] = src1[i]` raised to `src2[i]`. The first row that applies counts:
+ *
+ * | src1 | src2 | result | reported |
+ * |------|------|--------|----------|
+ * | 1 | anything, NaN too | 1 | nothing |
+ * | anything, NaN too | +0, -0 | 1 | nothing |
+ * | NaN, or anything | anything, or NaN | NaN | nothing |
+ * | +0, -0 | positive | +0; -0 for -0 and an odd integer | nothing |
+ * | +0, -0 | negative | +infinity; -infinity for -0 and an odd integer | #qelStatusDomain |
+ * | -1 | integer, infinite | 1; -1 for an odd integer | nothing |
+ * | magnitude below 1 | +infinity, -infinity | +0, +infinity | nothing |
+ * | magnitude above 1 | +infinity, -infinity | +infinity, +0 | nothing |
+ * | infinite | positive | infinity; negative for -infinity and an odd integer | nothing |
+ * | infinite | negative | zero; -0 for -infinity and an odd integer | nothing |
+ * | negative | not an integer | NaN | #qelStatusDomain |
+ * | otherwise | | the power; infinity where it overflows, subnormal or zero below the normal range
+ * | nothing |
+ *
+ * Overflow and underflow only raise their flags. A zero raised to a negative power raises
+ * divide-by-zero and, by its report, invalid.
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsPow_32f_A11(const float* src1, const float* src2, float* dst,
+                                               int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsPow_32f_A21(const float* src1, const float* src2, float* dst,
+                                               int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsPow_32f_A24(const float* src1, const float* src2, float* dst,
+                                               int32_t length);
+/** 0.525 ulp */
+QELVM_API QelStatus QELVM_CALL qelsPow_64f_A50(const double* src1, const double* src2, double* dst,
+                                               int32_t length);
+/** 0.525 ulp */
+QELVM_API QelStatus QELVM_CALL qelsPow_64f_A53(const double* src1, const double* src2, double* dst,
+                                               int32_t length);
+/** @} */
+
+/**
+ * @defgroup powx Powx: power with one exponent
+ *
+ * `dst[i] = src[i]` raised to `power`, passed by value: the results and the statuses of `Pow` with
+ * this exponent in every element.
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A11(const float* src, float power, float* dst,
+                                                int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A21(const float* src, float power, float* dst,
+                                                int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A24(const float* src, float power, float* dst,
+                                                int32_t length);
+/** 0.525 ulp */
+QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A50(const double* src, double power, double* dst,
+                                                int32_t length);
+/** 0.525 ulp */
+QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A53(const double* src, double power, double* dst,
+                                                int32_t length);
 /** @} */
 
 /**
