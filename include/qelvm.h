@@ -89,6 +89,32 @@ typedef struct QelLibVersion {
 } QelLibVersion;
 
 /**
+ * @defgroup cbrt Cbrt: cube root
+ *
+ * `dst[i]` = the real cube root of `src[i]`, of the same sign. Never reports: every valid call
+ * returns #qelStatusOk. Cubes of integers give the integer; the root of -x is exactly minus the
+ * root of x.
+ *
+ * | src | result |
+ * |-----|--------|
+ * | NaN | NaN |
+ * | infinity or zero, of either sign | src itself |
+ * | otherwise, subnormal too | cube root |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCbrt_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCbrt_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCbrt_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.502 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.502 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
  * @defgroup div Div: division
  *
  * `dst[i] = src1[i] / src2[i]`, correctly rounded (bound 0.5 ulp) in all five classes, which are
@@ -175,6 +201,58 @@ QELVM_API QelStatus QELVM_CALL qelsInv_32f_A24(const float* src, float* dst, int
 QELVM_API QelStatus QELVM_CALL qelsInv_64f_A50(const double* src, double* dst, int32_t length);
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsInv_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup invcbrt InvCbrt: reciprocal cube root
+ *
+ * `dst[i]` = 1 / the real cube root of `src[i]`, of the same sign; the result for -x is exactly
+ * minus the result for x.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | infinity | the zero of its sign | nothing |
+ * | zero | the infinity of its sign | #qelStatusSingularity |
+ * | otherwise, subnormal too | reciprocal cube root | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInvCbrt_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInvCbrt_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInvCbrt_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.51 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInvCbrt_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.51 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInvCbrt_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup invsqrt InvSqrt: reciprocal square root
+ *
+ * `dst[i]` = 1 / the square root of `src[i]`.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | +infinity | +0 | nothing |
+ * | zero | the infinity of its sign | #qelStatusSingularity |
+ * | negative, -infinity | NaN | #qelStatusDomain |
+ * | otherwise, subnormal too | reciprocal square root | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInvSqrt_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInvSqrt_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInvSqrt_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.503 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInvSqrt_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.503 ulp */
+QELVM_API QelStatus QELVM_CALL qelsInvSqrt_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
 /**
@@ -295,6 +373,32 @@ QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A50(const double* src, double power,
 /** 0.525 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A53(const double* src, double power, double* dst,
                                                 int32_t length);
+/** @} */
+
+/**
+ * @defgroup sqrt Sqrt: square root
+ *
+ * `dst[i]` = the square root of `src[i]`, computed without a square-root instruction; it has been
+ * the correctly rounded one in every test, that is the same as an IEEE square root.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN, +infinity | NaN, +infinity | nothing |
+ * | zero of either sign | src itself | nothing |
+ * | negative, -infinity | NaN | #qelStatusDomain |
+ * | otherwise, subnormal too | square root | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSqrt_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSqrt_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSqrt_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSqrt_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSqrt_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
 /**

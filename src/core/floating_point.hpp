@@ -100,6 +100,21 @@ QELVM_INLINE constexpr auto withExponent(const I& field, const V& pattern) {
       field, pattern);
 }
 
+/// |x|, and `value` with the sign of `sign`, by their bits alone.
+template <class V>
+QELVM_INLINE constexpr auto magnitude(const V& x) {
+  return lanewise(
+      [](double v) QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) & ~signMask<double>); }, x);
+}
+template <class V, class S>
+QELVM_INLINE constexpr auto copySign(const V& value, const S& sign) {
+  return lanewise(
+      [](double v, double s) QELVM_ALWAYS_INLINE {
+        return fromBits((bitsOf(v) & ~signMask<double>) | (bitsOf(s) & signMask<double>));
+      },
+      value, sign);
+}
+
 /// The low and the high 32-bit word of a double, as signed integers.
 template <class V>
 QELVM_INLINE constexpr auto lowWord(const V& x) {
@@ -119,7 +134,30 @@ QELVM_INLINE constexpr bool magnitudeWithin(T x, T lowest, T limit) {
   return (bitsOf(x) << 1) - (bitsOf(lowest) << 1) < (bitsOf(limit) << 1) - (bitsOf(lowest) << 1);
 }
 
+/// True when lowest <= x < limit, both positive; false for every negative x and every NaN.
+template <class T>
+QELVM_INLINE constexpr bool positiveWithin(T x, T lowest, T limit) {
+  return bitsOf(x) - bitsOf(lowest) < bitsOf(limit) - bitsOf(lowest);
+}
+
 // ---- tables -------------------------------------------------------------------------------------
+
+/// Stands before a table that is a template on the export: keeps compilers from merging the copies
+/// of several exports into one.
+#define QELVM_TABLE [[gnu::used]] inline constexpr
+
+/// A table whose entries are a rule that compilers evaluate exactly.
+template <int N>
+struct Table {
+  double entry[N];
+};
+template <int N>
+consteval Table<N> tabulate(double (*rule)(int)) {
+  Table<N> table{};
+  for (int i = 0; i < N; ++i)
+    table.entry[i] = rule(i);
+  return table;
+}
 
 /// Entry `index` of a table of doubles, or one field of row `index` of a table of records.
 template <class I>
@@ -175,9 +213,10 @@ QELVM_INLINE constexpr DoubleDoubleOf<V> fastTwoSum(const V& a, const V& b) {
   return {s, b + (a - s)};
 }
 
-/// hi = fl(a + b) and lo its error, hi + lo = a + b exactly, in either order of magnitude.
-template <class V>
-QELVM_INLINE constexpr DoubleDoubleOf<V> twoSum(const V& a, const V& b) {
+/// hi = fl(a + b) and lo its error, hi + lo = a + b exactly, in either order of magnitude. `a` may
+/// be one constant for every lane.
+template <class A, class V>
+QELVM_INLINE constexpr DoubleDoubleOf<V> twoSum(const A& a, const V& b) {
   const V s = a + b;
   const V d = a - s;
   const V w = s + d;

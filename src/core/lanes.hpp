@@ -40,6 +40,14 @@ struct LaneArray<T, 0> {};
 template <int N>
 using Lanes = LaneArray<double, N>;
 
+/// 32-bit x86 has eight floating-point registers, other processors twice that or more: there a
+/// kernel keeps fewer elements in flight, or the stack would hold most of them.
+#ifdef __i386__
+inline constexpr bool fewRegisters = true;
+#else
+inline constexpr bool fewRegisters = false;
+#endif
+
 template <class V>
 struct LaneTraits {
   static constexpr int count = 0; // not lanes: one value, the same for every lane

@@ -1,0 +1,94 @@
+// Reciprocal cube root.
+//
+// Reduction: |x| = y 2^(3q), 1 <= y < 8. Table: R = y^(-1/3) at the centre of each of 97 intervals,
+// to 8 bits, so that R^3 and its product with the leading half of y are exact. Polynomial: with
+// e = 1 - y R^3, |e| < 2^-5, the result is R (1 - e)^(-1/3) = R (1 + e/3 + p), p of degree 8 in e;
+// R and the product of its leading parts with a short third are added exactly. Subnormal arguments
+// are scaled by 2^90 first.
+
+#include "algebraic/roots.hpp"
+#include "core/export.hpp"
+
+#include <limits>
+
+namespace qelvm {
+namespace {
+
+/// The entries for y = 1 + i/32 up to 2, then in double and fourfold steps up to 8.
+constexpr double invCbrtSeed(int i) {
+  return inverseRoot(3, (32 + i % 32) << (i / 32), 32, 8, TableRounding::nearest);
+}
+
+template <class Export>
+QELVM_TABLE auto invCbrtSeeds = tabulate<97>(invCbrtSeed);
+
+/// 2^adjustment / cbrt(x) for a normal x of either sign.
+template <class Export, class V>
+QELVM_INLINE V inverseCubeRoot(const V& x, std::int32_t adjustment) {
+  static constexpr double c[] = {
+      0x1.c71c71c71c7c6p-3, // 2/9, 14/81, 35/243, ...: (1 - e)^(-1/3) from e^2 on, fitted
+      0x1.61f9add3d926ep-3, 0x1.26fabb82a92c1p-3, 0x1.ff4c2cad96dcp-4,
+      0x1.c67d1021abd48p-4, 0x1.9b8dcfa1cbb4bp-4, 0x1.76e1b29541c7ap-4,
+  };
+  constexpr double third = 0x1.5556p-2;                // 0.33333587646484375, 15 bits
+  constexpr double thirdRest = -0x1.555555556eeb1p-19; // 1/3 - third
+  constexpr double split16Bits = 0x1p37;               // 2^37: hi at most 16 bits
+  const auto exponent = thirdOfExponent(x);
+  const V a0 = magnitude(x);
+  const V m = withExponent(1023, a0);
+  const V y = withExponent(exponent.remainder + 1023, a0);
+  const V seed =
+      lookUp(invCbrtSeeds<Export>.entry, (exponent.remainder << 5) + nearestThirtySecond(m));
+
+  const V cube = (seed * seed) * seed;
+  const DoubleDoubleOf<V> part = splitHiLo(y, split16Bits);
+  const V a = 1.0 - part.hi * cube;
+  const V b = cube * part.lo;
+  const V e = a - b;
+  const V p = (horner(c, e) * e) * e;
+
+  const DoubleDoubleOf<V> lead = splitHiLo(a, split16Bits);
+  const V w = (((p - b * third) + e * thirdRest) + lead.lo * third) * seed;
+  const DoubleDoubleOf<V> sum = fastTwoSum(seed, (lead.hi * seed) * third);
+  const V scale = withExponent((adjustment - exponent.quotient) + 1023, copySign(0.0, x));
+  return (sum.hi + (w + sum.lo)) * scale;
+}
+
+template <class Export>
+struct InverseCubeRoot {
+  using Element = typename Export::Element;
+  static constexpr int lanes = fewRegisters ? 2 : 3;
+
+  static bool isOrdinary(Element x) {
+    return magnitudeWithin(x, smallestWidenedNormal<Element>,
+                           std::numeric_limits<Element>::infinity());
+  }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return inverseCubeRoot<Export>(x, 0);
+  }
+
+  static QelStatus exceptional(const Element& source, Element& result) {
+    const Element x = source;
+    if (isInfiniteOrNan(x)) {
+      result = fractionIsZero(x) ? Element{0} / x : x / x;
+      return qelStatusOk;
+    }
+    if (isZero(x)) {
+      result = Element{1} / x;
+      return qelStatusSingularity;
+    }
+    result = static_cast<Element>(inverseCubeRoot<Export>(static_cast<double>(x) * 0x1p90, 30));
+    return qelStatusOk;
+  }
+};
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(InvCbrt, 32f, A11, qelvm::InverseCubeRoot)
+QELVM_ONE_SOURCE(InvCbrt, 32f, A21, qelvm::InverseCubeRoot)
+QELVM_ONE_SOURCE(InvCbrt, 32f, A24, qelvm::InverseCubeRoot)
+QELVM_ONE_SOURCE(InvCbrt, 64f, A50, qelvm::InverseCubeRoot)
+QELVM_ONE_SOURCE(InvCbrt, 64f, A53, qelvm::InverseCubeRoot)

@@ -1,0 +1,94 @@
+// Reciprocal square root.
+//
+// Reduction: x = y 2^(2k), 1 <= y < 4. Table: R = 1/sqrt(y) at the centre of each of 65 intervals,
+// to 13 bits, so that R^2 and its products with the halves of y are exact. Polynomial: with
+// e = 1 - y R^2, |e| < 2^-5, the result is R (1 - e)^(-1/2) = R (1 + e/2 + p), p of degree 8 in e;
+// R and the leading part of R e/2 are added exactly. Subnormal arguments are scaled by 2^60 first.
+
+#include "algebraic/roots.hpp"
+#include "core/export.hpp"
+
+#include <limits>
+
+namespace qelvm {
+namespace {
+
+/// The entries for y = 1 + i/32 up to 2, then for every second of them up to 4.
+constexpr double invSqrtSeed(int i) {
+  return inverseRoot(2, i <= 32 ? 32 + i : 2 * i, 32, 13, TableRounding::nearest);
+}
+
+template <class Export>
+QELVM_TABLE auto invSqrtSeeds = tabulate<65>(invSqrtSeed);
+
+/// 2^adjustment / sqrt(x) for a positive normal x.
+template <class Export, class V>
+QELVM_INLINE V inverseSquareRoot(const V& x, std::int32_t adjustment) {
+  static constexpr double c[] = {
+      0x1.8000000000001p-2, // 3/8, 5/16, 35/128, ...: (1 - e)^(-1/2) from e^2 on, fitted
+      0x1.400000000138bp-2, 0x1.17ffffffe2a26p-2, 0x1.f7fffec1426e4p-3,
+      0x1.ce000c07a3b3ep-3, 0x1.ad28a9e3226dfp-3, 0x1.91a80bfbf8b2ap-3,
+  };
+  const IntegerOf<V> exponent = exponentField(x) - 1023;
+  const IntegerOf<V> odd = exponent & 1;
+  const IntegerOf<V> half = adjustment - (exponent >> 1);
+  const V m = withExponent(1023, x);
+  const V y = withExponent(odd + 1023, x);
+  const V seed = lookUp(invSqrtSeeds<Export>.entry, (odd << 5) + nearestThirtySecond(m));
+
+  const V square = seed * seed;
+  const DoubleDoubleOf<V> part = splitHiLo(y, split26BitsShort);
+  const V a = 1.0 - part.hi * square;
+  const V b = part.lo * square;
+  const V e = a - b;
+  const V p = (horner(c, e) * e) * e;
+
+  const DoubleDoubleOf<V> lead = splitHiLo(a, split26BitsShort);
+  const V q = p - 0.5 * (b - lead.lo);
+  const DoubleDoubleOf<V> sum = fastTwoSum(seed, (0.5 * seed) * lead.hi);
+  return scaleByPowerOfTwo(sum.hi + (q * seed + sum.lo), half);
+}
+
+template <class Export>
+struct InverseSquareRoot {
+  using Element = typename Export::Element;
+  static constexpr int lanes = fewRegisters ? 2 : 4;
+
+  static bool isOrdinary(Element x) {
+    return positiveWithin(x, smallestWidenedNormal<Element>,
+                          std::numeric_limits<Element>::infinity());
+  }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return inverseSquareRoot<Export>(x, 0);
+  }
+
+  static QelStatus exceptional(const Element& source, Element& result) {
+    const Element x = source;
+    if (isInfiniteOrNan(x)) {
+      const bool infinite = fractionIsZero(x);
+      result = infinite && !signBit(x) ? Element{0} / x : x / x;
+      return infinite && signBit(x) ? qelStatusDomain : qelStatusOk;
+    }
+    if (isZero(x)) {
+      result = Element{1} / x;
+      return qelStatusSingularity;
+    }
+    if (signBit(x)) {
+      result = static_cast<Element>(invalid());
+      return qelStatusDomain;
+    }
+    result = static_cast<Element>(inverseSquareRoot<Export>(static_cast<double>(x) * 0x1p60, 30));
+    return qelStatusOk;
+  }
+};
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(InvSqrt, 32f, A11, qelvm::InverseSquareRoot)
+QELVM_ONE_SOURCE(InvSqrt, 32f, A21, qelvm::InverseSquareRoot)
+QELVM_ONE_SOURCE(InvSqrt, 32f, A24, qelvm::InverseSquareRoot)
+QELVM_ONE_SOURCE(InvSqrt, 64f, A50, qelvm::InverseSquareRoot)
+QELVM_ONE_SOURCE(InvSqrt, 64f, A53, qelvm::InverseSquareRoot)

@@ -1,0 +1,88 @@
+// Square root.
+//
+// Reduction: x = y 2^(2h), 1 <= y < 4. Table: 1/sqrt(y) at the left end of each of 512 intervals,
+// to 2^-11, so within 2^-8.9 of it. Iteration: g and h, starting as y times the entry and half the
+// entry, go to sqrt(y) and 1/(2 sqrt(y)) together; each of the three steps squares their relative
+// error. Last: the residual y - g^2, from exact products, corrects g once more. Subnormal arguments
+// are scaled by 2^200 first.
+
+#include "algebraic/roots.hpp"
+#include "core/export.hpp"
+
+#include <limits>
+
+namespace qelvm {
+namespace {
+
+/// The reciprocal square root for odd = k div 256 and the leading 8 fraction bits k mod 256.
+constexpr double sqrtSeed(int k) {
+  return inverseRoot(2, (256 + k % 256) << (k / 256), 256, 11, TableRounding::nearest);
+}
+
+template <class Export>
+QELVM_TABLE auto sqrtSeeds = tabulate<512>(sqrtSeed);
+
+/// sqrt(x) 2^adjustment for a positive normal x.
+template <class Export, class V>
+QELVM_INLINE V squareRoot(const V& x, std::int32_t adjustment) {
+  const IntegerOf<V> exponent = exponentField(x) - 1023;
+  const IntegerOf<V> odd = exponent & 1;
+  const IntegerOf<V> half = (exponent >> 1) + adjustment;
+  const V y = withExponent(odd + 1023, x);
+  const V seed = lookUp(sqrtSeeds<Export>.entry, (odd << 8) | ((highWord(x) >> 12) & 255));
+
+  V g = seed * y;
+  V h = 0.5 * seed;
+  for (int i = 0; i < 3; ++i) {
+    const V r = 0.5 - g * h;
+    h = h + r * h;
+    g = g + r * g;
+  }
+  const DoubleDoubleOf<V> s = splitHiLo(g, split26Bits);
+  const V residual = ((y - s.hi * s.hi) - (2.0 * s.hi) * s.lo) - s.lo * s.lo;
+  return scaleByPowerOfTwo(g + residual * h, half);
+}
+
+template <class Export>
+struct SquareRoot {
+  using Element = typename Export::Element;
+  static constexpr int lanes = fewRegisters ? 3 : 4;
+
+  static bool isOrdinary(Element x) {
+    return positiveWithin(x, std::numeric_limits<Element>::min(),
+                          std::numeric_limits<Element>::infinity());
+  }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return squareRoot<Export>(x, 0);
+  }
+
+  static QelStatus exceptional(const Element& source, Element& result) {
+    const Element x = source;
+    const bool minusInfinity = isInfiniteOrNan(x) && signBit(x) && fractionIsZero(x);
+    if (isInfiniteOrNan(x) && !minusInfinity) {
+      result = x + x;
+      return qelStatusOk;
+    }
+    if (isZero(x)) {
+      result = x;
+      return qelStatusOk;
+    }
+    if (signBit(x)) {
+      result = static_cast<Element>(invalid());
+      return qelStatusDomain;
+    }
+    result = static_cast<Element>(squareRoot<Export>(static_cast<double>(x) * twoTo200, -100));
+    return qelStatusOk;
+  }
+};
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(Sqrt, 32f, A11, qelvm::SquareRoot)
+QELVM_ONE_SOURCE(Sqrt, 32f, A21, qelvm::SquareRoot)
+QELVM_ONE_SOURCE(Sqrt, 32f, A24, qelvm::SquareRoot)
+QELVM_ONE_SOURCE(Sqrt, 64f, A50, qelvm::SquareRoot)
+QELVM_ONE_SOURCE(Sqrt, 64f, A53, qelvm::SquareRoot)
