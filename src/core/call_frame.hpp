@@ -12,7 +12,8 @@
 //   static constexpr int lanes                  elements in flight (1 where more do not help)
 //
 // and, where a family has a second ordinary range (a series beside a table), also
-// isInSecondRange(x) and computeSecondRange(x), tried after the first. Kernels of two sources take
+// isInSecondRange(x) and computeSecondRange(x), tried after the first. Where only the result shows
+// whether an element is ordinary, `compute` returns a Tentative<V>. Kernels of two sources take
 // (x, y); with two destinations `compute` returns a TwoResults<V> and `exceptional` takes (x, r1,
 // r2). A scalar argument goes to the kernel's constructor, once per call.
 //
@@ -40,6 +41,14 @@ template <class V>
 struct TwoResults {
   V first;
   V second;
+};
+
+/// The result of one element (or of N) that stands only if `valid`; otherwise the element is
+/// exceptional. Computing what is not valid must raise no flag that the element itself does not.
+template <class V>
+struct Tentative {
+  V value;
+  bool valid; ///< all N of them
 };
 
 /// The source arrays, or the destination arrays, of one call.
@@ -89,6 +98,20 @@ QELVM_INLINE const V& result(std::integral_constant<int, 0>, const TwoResults<V>
   return both.first;
 }
 
+template <class V>
+QELVM_INLINE const V& result(std::integral_constant<int, 0>, const Tentative<V>& checked) {
+  return checked.value;
+}
+
+template <class R>
+QELVM_INLINE bool stands(const R&) {
+  return true;
+}
+template <class V>
+QELVM_INLINE bool stands(const Tentative<V>& checked) {
+  return checked.valid;
+}
+
 /// The ordinary elements of a call: one, or `Count` in flight.
 template <class Kernel, class T, int S, int D>
 struct Elements {
@@ -128,19 +151,22 @@ struct Elements {
     (Indices<Count>{});
   }
 
-  /// Loads, computes and stores elements i to i + Count - 1.
+  /// Loads, computes and stores elements i to i + Count - 1; false if the results do not stand.
   template <int Count, class Compute>
-  QELVM_INLINE void run(std::ptrdiff_t i, Compute compute) const {
+  QELVM_INLINE bool run(std::ptrdiff_t i, Compute compute) const {
     const auto results = [&]<int... s>(std::integer_sequence<int, s...>) QELVM_ALWAYS_INLINE {
       return compute(load<Count>(arrays.source.array[s] + i)...);
     }
     (Indices<S>{});
+    if (!stands(results)) [[unlikely]]
+      return false;
     [&]<int... d>(std::integer_sequence<int, d...>) QELVM_ALWAYS_INLINE {
       (store<Count>(result(std::integral_constant<int, d>{}, results),
                     arrays.destination.array[d] + i),
        ...);
     }
     (Indices<D>{});
+    return true;
   }
 
   /// `test` holds for all of elements i to i + Count - 1.
@@ -156,17 +182,14 @@ struct Elements {
   template <int Count>
   QELVM_INLINE bool runOrdinary(std::ptrdiff_t i) const {
     if (all<Count>(i, [&](auto... x) QELVM_ALWAYS_INLINE { return kernel.isOrdinary(x...); }))
-        [[likely]] {
-      run<Count>(i, [&](const auto&... x) QELVM_ALWAYS_INLINE { return kernel.compute(x...); });
-      return true;
-    }
+        [[likely]]
+      return run<Count>(i,
+                        [&](const auto&... x) QELVM_ALWAYS_INLINE { return kernel.compute(x...); });
     if constexpr (requires { &Kernel::isInSecondRange; }) {
       if (all<Count>(i,
-                     [&](auto... x) QELVM_ALWAYS_INLINE { return kernel.isInSecondRange(x...); })) {
-        run<Count>(i, [&](const auto&... x)
-                          QELVM_ALWAYS_INLINE { return kernel.computeSecondRange(x...); });
-        return true;
-      }
+                     [&](auto... x) QELVM_ALWAYS_INLINE { return kernel.isInSecondRange(x...); }))
+        return run<Count>(i, [&](const auto&... x)
+                                 QELVM_ALWAYS_INLINE { return kernel.computeSecondRange(x...); });
     }
     return false;
   }

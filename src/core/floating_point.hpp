@@ -115,6 +115,28 @@ QELVM_INLINE constexpr auto copySign(const V& value, const S& sign) {
       value, sign);
 }
 
+/// x = m 2^k with lowest <= m < 2 lowest, for normal positive x.
+template <class V>
+struct SignificandAndExponent {
+  V m;
+  IntegerOf<V> k;
+};
+template <class V>
+QELVM_INLINE constexpr SignificandAndExponent<V> splitExponent(const V& x, double lowest) {
+  const IntegerOf<V> k = lanewise(
+      [=](double v) QELVM_ALWAYS_INLINE {
+        return static_cast<std::int32_t>(static_cast<std::int64_t>(bitsOf(v) - bitsOf(lowest)) >>
+                                         52);
+      },
+      x);
+  return {lanewise(
+              [](double v, std::int32_t e) QELVM_ALWAYS_INLINE {
+                return fromBits(bitsOf(v) - (static_cast<std::uint64_t>(e) << 52));
+              },
+              x, k),
+          k};
+}
+
 /// The low and the high 32-bit word of a double, as signed integers.
 template <class V>
 QELVM_INLINE constexpr auto lowWord(const V& x) {
@@ -125,6 +147,13 @@ template <class V>
 QELVM_INLINE constexpr auto highWord(const V& x) {
   return lanewise(
       [](double v) QELVM_ALWAYS_INLINE { return static_cast<std::int32_t>(bitsOf(v) >> 32); }, x);
+}
+
+/// An integer as a double, exactly.
+template <class I>
+QELVM_INLINE constexpr auto toDouble(const I& integer) {
+  return lanewise([](std::int32_t i) QELVM_ALWAYS_INLINE { return static_cast<double>(i); },
+                  integer);
 }
 
 /// True when lowest <= |x| < limit, both positive and finite: one unsigned comparison. The cheap

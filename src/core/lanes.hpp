@@ -95,6 +95,22 @@ QELVM_INLINE constexpr auto lanewise(F f, const Args&... args) {
   }
 }
 
+/// True when `test` holds for every lane of the arguments.
+template <class F, class... Args>
+QELVM_INLINE constexpr bool allLanes(F test, const Args&... args) {
+  const auto holds = lanewise(
+      [&](auto... x) QELVM_ALWAYS_INLINE { return static_cast<int>(test(x...)); }, args...);
+  using Holds = std::remove_const_t<decltype(holds)>;
+  if constexpr (!isLanes<Holds>) {
+    return holds != 0;
+  } else {
+    return [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
+      return (laneOf<I>(holds) & ...) != 0;
+    }
+    (std::make_integer_sequence<int, LaneTraits<Holds>::count>{});
+  }
+}
+
 /// The type that holds a T for every element that a V holds: int32_t for a double,
 /// LaneArray<int32_t, N> for Lanes<N>.
 template <class V, class T>

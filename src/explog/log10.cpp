@@ -1,0 +1,71 @@
+// Decimal logarithm.
+//
+// A50: the series of the natural logarithm, then one-word log10 2 and log10 e.
+// A53 and 32f: 65 reciprocals with their logarithms. They carry the factor c = 111/256, log10 e cut
+// to eight bits: so the reduced argument v = c u needs no further product for its leading term, and
+// the polynomial supplies log10(1 + v/c) - v. Within 3/512 of one, v = c (x - 1).
+
+#include "core/export.hpp"
+#include "explog/logarithm.hpp"
+
+namespace qelvm {
+namespace {
+
+struct DecimalSeries {
+  template <class V>
+  QELVM_INLINE static V combine(const V& k, const V& g) {
+    constexpr double log10Of2 = 0x1.34413509f79ffp-2;
+    constexpr double log10OfE = 0x1.bcb7b1526e50ep-2;
+    return k * log10Of2 + g * log10OfE;
+  }
+};
+
+struct DecimalTable {
+  static constexpr double c = 0x1.bcp-2;
+  static constexpr double log2Hi = 0x1.34413509f8p-2; // log10 2, 38 bits
+  static constexpr double log2Lo = -0x1.80433b83b532ap-44;
+  static constexpr double splitShifter = 0x1p23; // to a multiple of 2^-29: 30 bits
+  static constexpr double nearOne = 0x1.8p-8;    // 3/512
+
+  template <class Export>
+  static constexpr LogarithmRow rows[65] = {
+#define QELVM_LOG10_ROW(r, hi, lo) {r, hi, lo},
+#include "explog/log10_rows.inc"
+#undef QELVM_LOG10_ROW
+  };
+
+  /// (log10(1 + v/c) - v) / v
+  template <class V>
+  QELVM_INLINE static V polynomial(const V& v) {
+    static constexpr double a[] = {
+        0x1.a7a6cbf2e4107p-10, -0x1.27af2dc77b115p+0, 0x1.c6a02dc963a31p+0, -0x1.8930964d42479p+1,
+        0x1.6ab9f7b1efe5cp+2,  -0x1.5c90e698cfb68p+3, 0x1.58992e1b1aa78p+4, -0x1.5b3214e75eea2p+5};
+    return horner(a, v);
+  }
+
+  template <class V>
+  QELVM_INLINE static V series(const V& d) {
+    const V v = c * d;
+    return v + v * polynomial(v);
+  }
+
+  template <class V>
+  QELVM_INLINE static V trailing(const V& hi, const V& lo, const V& rest) {
+    const V q = polynomial(hi + lo);
+    return q * hi + (lo + (rest + q * lo));
+  }
+};
+
+template <class Export>
+using Log10A50 = SeriesLogarithm<Export, DecimalSeries>;
+template <class Export>
+using Log10A53 = TableLogarithm<Export, DecimalTable>;
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(Log10, 32f, A11, qelvm::Log10A53)
+QELVM_ONE_SOURCE(Log10, 32f, A21, qelvm::Log10A53)
+QELVM_ONE_SOURCE(Log10, 32f, A24, qelvm::Log10A53)
+QELVM_ONE_SOURCE(Log10, 64f, A50, qelvm::Log10A50)
+QELVM_ONE_SOURCE(Log10, 64f, A53, qelvm::Log10A53)

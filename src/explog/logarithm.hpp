@@ -1,0 +1,145 @@
+// What the natural and the decimal logarithm share: the special cases, the kernel of a series (A50)
+// and the kernel of a table (A53 and 32f). A family supplies its constants and its closing steps.
+#pragma once
+
+#include "core/call_frame.hpp"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+
+namespace qelvm {
+namespace {
+
+/// The smallest positive element that is a normal double: every positive float is one.
+template <class Element>
+inline constexpr Element lowestNormal =
+    static_cast<Element>(std::max(static_cast<double>(std::numeric_limits<Element>::denorm_min()),
+                                  std::numeric_limits<double>::min()));
+
+template <class Element>
+QELVM_INLINE bool isPositiveNormal(Element x) {
+  return positiveWithin(x, lowestNormal<Element>, std::numeric_limits<Element>::infinity());
+}
+
+/// Everything else, for a kernel whose logarithm(x, k) is the logarithm of x 2^k.
+template <class Kernel, class Element>
+QelStatus exceptionalLogarithm(const Element& source, Element& result) {
+  const Element x = source;
+  if (isInfiniteOrNan(x) && !(signBit(x) && fractionIsZero(x))) {
+    result = x * x;
+    return qelStatusOk;
+  }
+  if (isZero(x)) {
+    result = static_cast<Element>(dividedByZero(-1.0));
+    return qelStatusSingularity;
+  }
+  if (signBit(x)) {
+    result = static_cast<Element>(invalid());
+    return qelStatusDomain;
+  }
+  result = static_cast<Element>(Kernel::logarithm(static_cast<double>(x) * 0x1p60, -60));
+  return qelStatusOk;
+}
+
+/// A50: x = m 2^k, sqrt(1/2) <= m < sqrt(2); with f = m - 1 and s = f / (2 + f), ln m = ln(1 + f) =
+/// f - s (f - R), where R is a series in s^2. `Function` has combine(k, g): the logarithm of
+/// 2^k e^g.
+template <class Export, class Function>
+struct SeriesLogarithm {
+  using Element = typename Export::Element;
+  static constexpr int lanes = 4;
+
+  static bool isOrdinary(Element x) { return isPositiveNormal(x); }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return logarithm(x, 0);
+  }
+
+  template <class V>
+  QELVM_INLINE static V logarithm(const V& x, std::int32_t scale) {
+    constexpr double sqrtHalf = 0x1.6a09e667f3bcdp-1;
+    static constexpr double c[] = {0x1.5555555555558p-1, 0x1.999999999522ep-2, 0x1.2492492e02b0fp-2,
+                                   0x1.c71c62d1c74bdp-3, 0x1.7462b9b7ccdd6p-3, 0x1.39fdc7dfcb5ep-3,
+                                   0x1.2b5f0a4037c5ap-3};
+    const SignificandAndExponent<V> reduced = splitExponent(x, sqrtHalf);
+    const V f = reduced.m - 1.0;
+    const V s = f / (2.0 + f);
+    const V z = s * s;
+    const V series = z * horner(c, z);
+    const V g = f - s * (f - series);
+    return Function::combine(toDouble(reduced.k + scale), g);
+  }
+
+  static QelStatus exceptional(const Element& x, Element& result) {
+    return exceptionalLogarithm<SeriesLogarithm>(x, result);
+  }
+};
+
+/// One row of a table of logarithms. `reciprocal` is short, so that its product with the leading
+/// part of a significand is exact; logHi and logLo are minus its logarithm, logHi short too.
+struct LogarithmRow {
+  double reciprocal;
+  double logHi;
+  double logLo;
+};
+
+/// A53 and 32f: x = m 2^k, 1 <= m < 2, j = 64 (m - 1) to the nearest integer, u = m r_j - c small:
+/// log x = (k log 2 + log(1/r_j)) + log(1 + u/c). The leading parts of k log 2, of the row and of u
+/// are multiples of one power of two and their sum is exact; everything else goes into one trailing
+/// sum. Near one, where this would cancel, a series in x - 1.
+///
+/// `Function` has the constants c, log2Hi, log2Lo, splitShifter and nearOne, the table row(j), and
+/// two steps: series(d), the logarithm of 1 + d; and trailing(hi, lo, rest), the trailing sum for
+/// u = hi + lo and `rest`, the trailing parts of k log 2 and of the row.
+template <class Export, class Function>
+struct TableLogarithm {
+  using Element = typename Export::Element;
+  static constexpr int lanes = 4;
+
+  static bool isOrdinary(Element x) { return isPositiveNormal(x) && !isInSecondRange(x); }
+
+  /// |x - 1| <= nearOne
+  static bool isInSecondRange(Element x) {
+    constexpr Element one = 1;
+    constexpr Element limit = static_cast<Element>(Function::nearOne);
+    return positiveWithin(x, one - limit, one + limit + std::numeric_limits<Element>::epsilon());
+  }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return logarithm(x, 0);
+  }
+
+  template <class V>
+  QELVM_INLINE static V computeSecondRange(const V& x) {
+    return Function::series(x - 1.0);
+  }
+
+  template <class V>
+  QELVM_INLINE static V logarithm(const V& x, std::int32_t scale) {
+    constexpr double indexShifter =
+        0x1.000000000004p46; // 2^46 + 1: the low word is 64 m + 64 there
+    constexpr auto& rows = Function::template rows<Export>;
+    const SignificandAndExponent<V> reduced = splitExponent(x, 1.0);
+    const V& m = reduced.m;
+    const IntegerOf<V> j = lowWord(m + indexShifter) & 0x7F; // 0 to 64
+    const V mHi = roundShifter(m, Function::splitShifter).value;
+    const V mLo = m - mHi;
+    const V r = lookUp(rows, j, &LogarithmRow::reciprocal);
+    const V uHi = mHi * r - Function::c;
+    const V uLo = mLo * r;
+    const V k = toDouble(reduced.k + scale);
+    const V leading = (k * Function::log2Hi + lookUp(rows, j, &LogarithmRow::logHi)) + uHi;
+    const V rest = k * Function::log2Lo + lookUp(rows, j, &LogarithmRow::logLo);
+    return leading + Function::trailing(uHi, uLo, rest);
+  }
+
+  static QelStatus exceptional(const Element& x, Element& result) {
+    return exceptionalLogarithm<TableLogarithm>(x, result);
+  }
+};
+
+} // namespace
+} // namespace qelvm

@@ -1,0 +1,61 @@
+// Power with one exponent for all elements: the kernel of Pow, the same bits. The exponent is
+// classified once, in the constructor; what the loop needs of it is in masks and limits.
+
+#include "core/export.hpp"
+#include "explog/power.hpp"
+
+namespace qelvm {
+namespace {
+
+template <class Export>
+class PowxKernel {
+public:
+  using Element = typename Export::Element;
+  static constexpr int lanes = 2;
+
+  explicit PowxKernel(Element power)
+      : y_(static_cast<double>(power)),
+        parity_(parityOf(y_)),
+        resultSign_(parity_ == Parity::odd ? signMask<double> : 0),
+        relevantBits_(!isModerate(power)              ? 0
+                      : parity_ == Parity::notInteger ? ~Bits{0}
+                                                      : ~signMask<Element>) {}
+
+  /// Normal and, unless the exponent is an integer, positive. Nothing is ordinary with an exponent
+  /// that is not moderate.
+  bool isOrdinary(Element x) const {
+    constexpr Bits lowest = bitsOf(std::numeric_limits<Element>::min());
+    constexpr Bits infinity = bitsOf(std::numeric_limits<Element>::infinity());
+    return (bitsOf(x) & relevantBits_) - lowest < infinity - lowest;
+  }
+
+  template <class V>
+  QELVM_INLINE Tentative<V> compute(const V& x) const {
+    const Tentative<V> power = ordinaryPower<Export>(magnitude(x), PowExponent<double>(y_));
+    const auto addSign = [mask = resultSign_](double value, double base) QELVM_ALWAYS_INLINE {
+      return fromBits(bitsOf(value) | (bitsOf(base) & mask));
+    };
+    return {lanewise(addSign, power.value, x), power.valid};
+  }
+
+  QelStatus exceptional(const Element& base, Element& result) const {
+    return powerOf<Export>(static_cast<double>(base), y_, parity_, result);
+  }
+
+private:
+  using Bits = typename Format<Element>::Bits;
+
+  double y_;
+  Parity parity_;
+  std::uint64_t resultSign_; ///< the sign bit, where the result has the base's sign
+  Bits relevantBits_;        ///< the bits of a base that decide whether it is ordinary
+};
+
+} // namespace
+} // namespace qelvm
+
+QELVM_SOURCE_AND_SCALAR(Powx, 32f, A11, qelvm::PowxKernel)
+QELVM_SOURCE_AND_SCALAR(Powx, 32f, A21, qelvm::PowxKernel)
+QELVM_SOURCE_AND_SCALAR(Powx, 32f, A24, qelvm::PowxKernel)
+QELVM_SOURCE_AND_SCALAR(Powx, 64f, A50, qelvm::PowxKernel)
+QELVM_SOURCE_AND_SCALAR(Powx, 64f, A53, qelvm::PowxKernel)
