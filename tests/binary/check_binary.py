@@ -1,0 +1,254 @@
+#!/usr/bin/env python3
+"""Checks what a built library consists of: its exports, what it needs from others, its instructions,
+its tables and its sections.
+
+usage: check_binary.py LIBRARY SOURCE_DIRECTORY [TOOL_PREFIX]
+
+TOOL_PREFIX is that of the binary tools (i686-w64-mingw32- for the DLL). The last line is
+'N passed, N failed'.
+"""
+import re
+import struct
+import subprocess
+import sys
+from collections import defaultdict
+from pathlib import Path
+
+CLASSES = ("32f_A11", "32f_A21", "32f_A24", "64f_A50", "64f_A53")
+
+# Vector arithmetic, square roots, fused multiply-add, and everything of the x87 but moving a value:
+# no instruction of these may stand in the library. By the machine's name in the ELF or PE header.
+X86 = (
+    r"v?(add|sub|mul|div|sqrt|max|min|hadd|hsub|addsub|round|dp|rcp|rsqrt)p[sd]\b"
+    r"|v?(sqrt|rsqrt|rcp)s[sd]\b|vfn?m(add|sub)\w*"
+    r"|f(i?(add|sub|mul|div)r?p?|sqrt|sin|cos|sincos|p?tan|patan|2xm1|yl2x|yl2xp1|prem1?|scale|rndint)\w*\b"
+)
+FORBIDDEN = {"x86-64": X86, "i386": X86, "aarch64": r"f(n?madd|n?msub|sqrt|mla|mls)\b"}
+
+
+class Checks:
+    def __init__(self):
+        self.passed = self.failed = 0
+
+    def expect(self, name, wrong):
+        """A check passes when nothing is wrong; `wrong` lists what is."""
+        wrong = list(wrong)
+        if wrong:
+            self.failed += 1
+            print(f"FAILED {name}: " + "; ".join(str(w) for w in wrong[:5]))
+        else:
+            self.passed += 1
+
+
+def families(source):
+    """(family, built, shape, reports) in the order of the ordinals."""
+    row = re.compile(r"^QELVM_(RESERVED_)?FAMILY\((\w+), (\w+), ([\w| ]+)[,)]", re.M)
+    text = (source / "src/core/families.inc").read_text()
+    return [(m[2], not m[1], m[3], m[4] != "Nothing") for m in row.finditer(text)]
+
+
+def expected_ordinals(rows):
+    ordinals = {}
+    for rank, (family, built, *_) in enumerate(rows):
+        for place, suffix in enumerate(CLASSES):
+            if built:
+                ordinals[f"qels{family}_{suffix}"] = 5 * rank + place + 1
+    ordinals["qelvmGetLibVersion"] = 136
+    return ordinals
+
+
+class Binary:
+    def __init__(self, path, prefix):
+        self.path, self.prefix = path, prefix
+
+    def run(self, tool, *options):
+        command = [self.prefix + tool, *options, str(self.path)]
+        return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+    def symbols(self):
+        """(address, type, demangled name) of everything defined."""
+        for line in self.run("nm", "-C", "--defined-only").splitlines():
+            address, kind, name = line.split(maxsplit=2)
+            yield int(address, 16), kind, name
+
+    def instructions(self):
+        return self.run("objdump", "-d", "--no-show-raw-insn")
+
+
+def check_tables(checks, binary, rows):
+    """Every export owns its name slot and its tables: as many symbols as exports, each elsewhere."""
+    owned = re.compile(r"qelvm::(?:\(anonymous namespace\)::)?(\w+)<.*?(\w+)_((?:32f|64f)_A\d\d)>$")
+    owners, places = defaultdict(set), defaultdict(set)
+    for address, kind, name in binary.symbols():
+        match = owned.match(name)
+        if match and kind.lower() in "rd":
+            table, family, suffix = match.groups()
+            owners["nameSlot" if table == "nameSlot" else "tables", family].add(suffix)
+            places[table, family].add((suffix, address))
+    for family, built, _, reports in rows:
+        if not built:
+            continue
+        slots = owners["nameSlot", family]
+        checks.expect(f"{family} name slots", slots ^ set(CLASSES if reports else ()))
+        tables = owners["tables", family]
+        checks.expect(f"{family} tables", tables and set(CLASSES) - tables)
+    addresses = defaultdict(list)
+    for (table, family), entries in places.items():
+        for suffix, address in entries:
+            addresses[address].append(f"{table}<{family}_{suffix}>")
+    checks.expect("tables apart", [names for names in addresses.values() if len(names) > 1])
+
+
+def check_instructions(checks, binary, machine):
+    code = binary.instructions()
+    forbidden = FORBIDDEN.get(machine)
+    if forbidden is None:
+        print(f"note: no list of forbidden instructions for {machine}")
+        return
+    pattern = re.compile(r"^\s*[0-9a-f]+:\s+(" + forbidden + ")", re.M)
+    checks.expect("instructions", {m[1] for m in pattern.finditer(code)})
+    checks.expect("disassembled", [] if code.count("\n") > 500 else ["too little code"])
+
+
+def check_elf(checks, binary, rows):
+    header = binary.run("readelf", "-hW")
+    machine = {"Advanced Micro Devices X86-64": "x86-64", "Intel 80386": "i386", "AArch64": "aarch64"}
+    name = re.search(r"Machine:\s+(.*)", header)[1].strip()
+    check_instructions(checks, binary, machine.get(name, name))
+
+    exported = {
+        line.split()[-1].split("@")[0]
+        for line in binary.run("nm", "-D", "--defined-only").splitlines()
+        if line.split()[-2] != "A"  # the version's own name
+    }
+    checks.expect("exports", exported ^ set(expected_ordinals(rows)))
+    checks.expect("symbols needed", binary.run("nm", "-u").split())
+    dynamic = binary.run("readelf", "-dW")
+    checks.expect("libraries needed", re.findall(r"\(NEEDED\).*", dynamic))
+    checks.expect("soname", [] if "[libqelvmpx.so.5]" in dynamic else ["is not libqelvmpx.so.5"])
+
+    segments = binary.run("readelf", "-lW")
+    field = r"\s+0x([0-9a-f]+)"
+    segment = re.compile(r"^\s+(\w+)" + 5 * field + r" ([R ][W ][E ])", re.M)
+    spans = [(m[1], int(m[3], 16), int(m[6], 16), m[7]) for m in segment.finditer(segments)]
+    read_only = [(start, start + size) for kind, start, size, _ in spans if kind == "GNU_RELRO"]
+    writable = [
+        hex(start)
+        for kind, start, size, flags in spans
+        if kind == "LOAD" and "W" in flags
+        and not any(a <= start and start + size <= b for a, b in read_only)
+    ]
+    checks.expect("writable data", writable)
+    stack = [flags for kind, *_, flags in spans if kind == "GNU_STACK"]
+    checks.expect("stack not executable", [] if stack and "E" not in stack[0] else stack or ["?"])
+
+
+def check_pe(checks, binary, rows):
+    check_instructions(checks, binary, "i386")
+    image = binary.path.read_bytes()
+    pe = struct.unpack_from("<I", image, 0x3C)[0]
+    machine, sections, _, _, _, optional_size, characteristics = struct.unpack_from(
+        "<HHIIIHH", image, pe + 4)
+    optional = pe + 24
+    entry = struct.unpack_from("<I", image, optional + 16)[0]
+    dll_characteristics = struct.unpack_from("<H", image, optional + 70)[0]
+    directories = [struct.unpack_from("<II", image, optional + 96 + 8 * i) for i in range(16)]
+    checks.expect("machine", [] if machine == 0x14C else [hex(machine)])
+    checks.expect("is a DLL, relocatable",
+                  [hex(characteristics)] if not characteristics & 0x2000 or characteristics & 1 else [])
+    checks.expect("relocations", [] if directories[5][1] > 0 else ["none"])
+    checks.expect("address-space randomisation and no-execute",
+                  [hex(dll_characteristics)] if dll_characteristics & 0x140 != 0x140 else [])
+
+    table = []  # (name, virtual address, virtual size, file offset, flags)
+    for i in range(sections):
+        raw = image[optional + optional_size + 40 * i :][:40]
+        size, address, _, offset = struct.unpack_from("<IIII", raw, 8)
+        table.append((raw[:8].rstrip(b"\0").decode(), address, size, offset,
+                      struct.unpack_from("<I", raw, 36)[0]))
+    checks.expect("writable data", [name for name, *_, flags in table if flags & 0x80000000])
+
+    def at(address):
+        for _, start, size, offset, _ in table:
+            if start <= address < start + max(size, 1):
+                return address - start + offset
+        raise ValueError(f"address {address:#x} in no section")
+
+    imports, size = directories[1]
+    checks.expect("imports",
+                  [] if size == 0 or image[at(imports) : at(imports) + 20] == bytes(20) else ["some"])
+
+    (base, addresses, names, functions_at, names_at, ordinals_at) = struct.unpack_from(
+        "<IIIIII", image, at(directories[0][0]) + 16)
+    text = lambda address: image[at(address) :].split(b"\0", 1)[0].decode()
+    functions = struct.unpack_from(f"<{addresses}I", image, at(functions_at))
+    ordinals = struct.unpack_from(f"<{names}H", image, at(ordinals_at))
+    exported = {
+        text(address): base + ordinal
+        for address, ordinal in zip(struct.unpack_from(f"<{names}I", image, at(names_at)), ordinals)
+    }
+    expected = expected_ordinals(rows)
+    checks.expect("exports and ordinals", set(exported.items()) ^ set(expected.items()))
+    used = {base + i for i, address in enumerate(functions) if address}
+    checks.expect("ordinals without a name", used ^ set(expected.values()))
+
+    check_callee_pops(checks, binary, rows, exported, {
+        name: struct.unpack_from("<I", image, optional + 28)[0] + functions[ordinal - base]
+        for name, ordinal in exported.items()})
+
+    resources = image[at(directories[2][0]) :][: directories[2][1]]
+    value = lambda key, content: (key + "\0").encode("utf-16le") in resources and (
+        content + "\0").encode("utf-16le") in resources
+    wanted = {"FileVersion": "5,0,11,35", "ProductVersion": "v5.0", "InternalName": "qelvmpx.dll",
+              "OriginalFilename": "qelvmpx.dll"}
+    checks.expect("version texts", [k for k, v in wanted.items() if not value(k, v)])
+    fixed = resources.find(struct.pack("<I", 0xFEEF04BD))
+    checks.expect("version numbers", [] if fixed >= 0 and struct.unpack_from(
+        "<II", resources, fixed + 8) == (5 << 16, 11 << 16 | 35) else ["differ"])
+    code = image[at(entry) :][:16]
+    checks.expect("entry returns 1 and pops 12 bytes",
+                  [] if code.startswith(b"\xb8\x01\0\0\0\xc2\x0c\0") else [code.hex()])
+
+
+def check_callee_pops(checks, binary, rows, exported, addresses):
+    shapes = {family: shape for family, _, shape, _ in rows}
+    functions = re.split(r"^([0-9a-f]+) <[^>]*>:$", binary.instructions(), flags=re.M)
+    bodies = dict(zip((int(a, 16) for a in functions[1::2]), functions[2::2]))
+    wrong = []
+    for name in exported:
+        if name == "qelvmGetLibVersion":
+            bytes_removed = None
+        else:
+            family, kind = re.match(r"qels(\w+?)_(32f|64f)", name).groups()
+            wide = shapes[family] == "SourceAndScalar" and kind == "64f"
+            bytes_removed = 12 if shapes[family] == "OneSource" else 20 if wide else 16
+        returns = set(re.findall(r"\bret[ \t]*(\$0x[0-9a-f]+)?", bodies.get(addresses[name], "")))
+        if returns != {"" if bytes_removed is None else f"$0x{bytes_removed:x}"}:
+            wrong.append(f"{name} {returns}")
+    checks.expect("callee removes the arguments", wrong)
+
+
+def main():
+    if len(sys.argv) < 3:
+        sys.exit(__doc__)
+    path, source = Path(sys.argv[1]).resolve(), Path(sys.argv[2])
+    binary = Binary(path, sys.argv[3] if len(sys.argv) > 3 else "")
+    rows = families(source)
+    checks = Checks()
+    if path.read_bytes()[:2] == b"MZ":
+        check_pe(checks, binary, rows)
+    else:
+        check_elf(checks, binary, rows)
+    check_tables(checks, binary, rows)
+    header = (source / "include/qelvm.h").read_text()
+    declared = set(re.findall(r"QELVM_CALL (\w+)\(", header))
+    checks.expect("header declares the exports", declared ^ set(expected_ordinals(rows)))
+    names = sorted(f"qels{family}_{c}" for family, *_ in rows for c in CLASSES)
+    checks.expect("families in the order of their names", [] if names == [
+        f"qels{family}_{c}" for family, *_ in rows for c in CLASSES] else ["not ascending"])
+    print(f"{checks.passed} passed, {checks.failed} failed")
+    return checks.failed != 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,161 @@
+// What a caller may rely on besides the results: little stack, any number of threads, loading and
+// unloading at will.
+
+#include "loader/loader.hpp"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cfenv>
+#include <cstring>
+#include <thread>
+#include <ucontext.h>
+#include <vector>
+
+namespace {
+
+using loader::Export;
+
+/// Ordinary elements in groups and alone, and the exceptional ones of every kind.
+template <class T>
+std::vector<T> mixedArguments(bool second) {
+  std::vector<T> values;
+  for (T v : {T(1.5), T(0.25), T(3), T(2), T(7.5), T(0), T(-0.0), T(-2.5), T(800), T(-800),
+              std::numeric_limits<T>::infinity(), std::numeric_limits<T>::quiet_NaN(),
+              std::numeric_limits<T>::denorm_min(), std::numeric_limits<T>::max(), T(1e-5)})
+    for (int times = second ? 2 : 5; times > 0; --times)
+      values.push_back(v);
+  return values;
+}
+
+/// Calls with every shape's operands; the results of both destinations.
+template <class T>
+class Call {
+public:
+  Call(const loader::Library& library, const Export& e)
+      : function_(library.function(e)),
+        x_(mixedArguments<T>(false)),
+        y_(mixedArguments<T>(true)),
+        results_(2 * x_.size()) {
+    y_.resize(x_.size(), T(2));
+  }
+  void run() {
+    status_ = function_(loader::Operands<T>{x_.data(), y_.data(), T(-0.5), results_.data(),
+                                            results_.data() + x_.size()},
+                        static_cast<int>(x_.size()));
+  }
+  bool same(const Call& other) const {
+    return status_ == other.status_ &&
+           std::memcmp(results_.data(), other.results_.data(), results_.size() * sizeof(T)) == 0;
+  }
+
+private:
+  loader::Function function_;
+  std::vector<T> x_, y_, results_;
+  QelStatus status_ = 0;
+};
+
+template <class F>
+void forEveryExport(const loader::Library& library, F f) {
+  for (const Export& e : loader::exports()) {
+    if (!library.has(e))
+      continue;
+    if (e.single)
+      f(e, [&] { return Call<float>(library, e); });
+    else
+      f(e, [&] { return Call<double>(library, e); });
+  }
+}
+
+/// Runs code on a stack of its own and tells how many bytes of it were written.
+class PaintedStack {
+public:
+  template <class F>
+  std::size_t bytesUsed(F code) {
+    std::fill(stack_.begin(), stack_.end(), paint);
+    ucontext_t context;
+    getcontext(&context);
+    context.uc_stack.ss_sp = stack_.data();
+    context.uc_stack.ss_size = stack_.size();
+    context.uc_link = &back_;
+    code_ = [](void* f) { (*static_cast<F*>(f))(); };
+    argument_ = &code;
+    current_ = this;
+    makecontext(&context, &PaintedStack::enter, 0);
+    swapcontext(&back_, &context);
+    const auto touched = std::find_if(stack_.begin(), stack_.end(),
+                                      [](unsigned char byte) { return byte != paint; });
+    return static_cast<std::size_t>(stack_.end() - touched);
+  }
+
+private:
+  static constexpr unsigned char paint = 0x5C;
+  static void enter() { current_->code_(current_->argument_); }
+
+  static inline PaintedStack* current_ = nullptr;
+  std::vector<unsigned char> stack_ = std::vector<unsigned char>(65536);
+  ucontext_t back_{};
+  void (*code_)(void*) = nullptr;
+  void* argument_ = nullptr;
+};
+
+TEST(Caller, EveryCallUsesLessThan512BytesOfStack) {
+  const loader::Library library(QELVM_LIBRARY);
+  PaintedStack stack;
+  const auto warmUp = [](const auto& make) { make().run(); }; // lazy binding, once
+  const std::size_t harness = stack.bytesUsed([] {});
+  std::size_t most = 0;
+  forEveryExport(library, [&](const Export& e, auto make) {
+    warmUp(make);
+    auto call = make();
+    const std::size_t used = stack.bytesUsed([&] { call.run(); }) - harness;
+    EXPECT_LT(used, 512u) << e.name;
+    EXPECT_GT(used, 0u) << "nothing measured";
+    most = std::max(most, used);
+  });
+  RecordProperty("most", static_cast<int>(most));
+  std::printf("most stack used by a call: %zu bytes\n", most);
+}
+
+TEST(Caller, ThreadsGetTheSameResultsAtOnce) {
+  const loader::Library library(QELVM_LIBRARY);
+  forEveryExport(library, [&](const Export& e, auto make) {
+    auto alone = make();
+    alone.run();
+    std::vector<int> wrong(4);
+    std::vector<std::thread> threads;
+    for (int& count : wrong)
+      threads.emplace_back([&] {
+        auto mine = make();
+        for (int i = 0; i < 200; ++i) {
+          mine.run();
+          count += !mine.same(alone);
+        }
+      });
+    for (std::thread& thread : threads)
+      thread.join();
+    EXPECT_EQ(wrong, std::vector<int>(4)) << e.name;
+  });
+}
+
+TEST(Caller, ControlSettingsStayAsTheyWere) {
+  const loader::Library library(QELVM_LIBRARY);
+  forEveryExport(library, [&](const Export& e, auto make) {
+    for (int mode : {FE_TONEAREST, FE_UPWARD, FE_TOWARDZERO}) {
+      auto call = make();
+      std::fesetround(mode);
+      call.run();
+      EXPECT_EQ(std::fegetround(), mode) << e.name;
+      std::fesetround(FE_TONEAREST);
+    }
+  });
+}
+
+TEST(Caller, LoadsAndUnloadsAgainAndAgain) {
+  for (int i = 0; i < 200; ++i) {
+    const loader::Library library(QELVM_LIBRARY);
+    ASSERT_EQ(library.version().versionMajor, 5);
+  }
+}
+
+} // namespace

@@ -1,0 +1,13 @@
+/* A C99 user: header, linking, a call, the version. */
+#include <qelvm.h>
+
+#include <stdio.h>
+
+int main(void) {
+  const float x[3] = {0.0f, 1.0f, -1.0f};
+  float y[3];
+  const QelStatus status = qelsExp_32f_A24(x, y, 3);
+  const QelLibVersion* version = qelvmGetLibVersion();
+  printf("%s %.7g %.7g %.7g\n", version->versionText, y[0], y[1], y[2]);
+  return status == qelStatusOk && y[0] == 1.0f ? 0 : 1;
+}
