@@ -1,8 +1,8 @@
 // Exponential.
 //
-// Reduction: x = n ln2/64 + r, |r| <= ln2/128, n = 64 m + j; e^x = 2^m 2^(j/64) e^r. n is exact from
-// a shifter, n times the leading part of ln2/64 is exact, the trailing part leaves an error far
-// below the last place of r.
+// Reduction: x = n ln2/64 + r, |r| <= ln2/128, n = 64 m + j; e^x = 2^m 2^(j/64) e^r. n is exact
+// from a shifter, n times the leading part of ln2/64 is exact, the trailing part leaves an error
+// far below the last place of r.
 //
 // Table: 2^(j/64), 64 rows; A50 rounded to double, the others with the rest relative to it.
 //
@@ -12,10 +12,10 @@
 // Ranges: the ordinary elements have a normal result, well away from overflow; near overflow and
 // below the normal range the same steps run with their own scalings, off the main road.
 //
-// Error: A50 rounds the entry of the table, 1 + (r + q) and their product: below 2.0 ulp, 1.936 seen
-// at 0x1.43ae3417766ap+9. In A53 and 32f all but the last sum stays below 2^-6.5; for a significand
-// s < 2 and u = 2^-61 the roundings of r, of r + q and of the sum with lo cost s u each, that of the
-// product 2 u, together less than 8 u = 2^-6 ulp: below 0.516 ulp, 0.5157 seen at
+// Error: A50 rounds the entry of the table, 1 + (r + q) and their product: below 2.0 ulp, 1.936
+// seen at 0x1.43ae3417766ap+9. In A53 and 32f all but the last sum stays below 2^-6.5; for a
+// significand s < 2 and u = 2^-61 the roundings of r, of r + q and of the sum with lo cost s u
+// each, that of the product 2 u, together less than 8 u = 2^-6 ulp: below 0.516 ulp, 0.5157 seen at
 // 0x1.3d62b666be425p+7.
 
 #include "core/export.hpp"
