@@ -14,7 +14,7 @@
 namespace tool {
 namespace {
 
-constexpr std::size_t blockSize = 32768;
+constexpr std::size_t blockSize = 16384;
 
 enum class Format { Text, Csv, Raw };
 
@@ -53,11 +53,10 @@ void checkSecond(const ApplyOptions& options, Format format) {
 }
 
 std::string outputPath(const ApplyOptions& options) {
-  if (!options.inPlace || options.output)
-    return options.output.value_or("-");
-  if (options.input.value_or("-") == "-")
+  const std::string input = options.input.value_or("-");
+  if (options.inPlace && input == "-")
     throw Error("--in-place needs an --input file");
-  return *options.input;
+  return options.output.value_or(options.inPlace ? input : "-");
 }
 
 /// Names such as "Exp_64f_A50(x)" and, where there are two, "SinCos_64f_A50(x).1".
@@ -126,13 +125,25 @@ void openWriter(Streams<T>& streams, Format format, Output& output, const loader
   }
 }
 
-void checkNotSameFile(const Input& input, const Output& output, Format format, bool inPlace) {
+/// Whether the output would replace this input; refused where that was not asked for.
+bool replaces(const Output& output, const Input& input, Format format, bool inPlace) {
   if (!output.isSameFile(input.descriptor()))
-    return;
+    return false;
   if (output.isDirect())
     throw Error("{}: is input and output at once", input.name());
   if (format == Format::Raw && !inPlace)
     throw Error("{}: is input and output; --in-place allows that", input.name());
+  return true;
+}
+
+template <class T>
+void checkReplacement(const Streams<T>& streams, const Output& output, Format format,
+                      bool inPlace) {
+  const Input& input = streams.reader->input();
+  if (!replaces(output, input, format, inPlace) && inPlace)
+    throw Error("{}: --in-place, but the output is another file", input.name());
+  if (streams.secondReader)
+    replaces(output, streams.secondReader->input(), format, inPlace);
 }
 
 /// Exactly `count` elements from the second reader.
@@ -188,9 +199,7 @@ bool applyAs(const loader::Export& e, loader::Function function, const ApplyOpti
   Streams<T> streams;
   openReaders(streams, format, options);
   Output output(outputPath(options));
-  checkNotSameFile(streams.reader->input(), output, format, options.inPlace);
-  if (streams.secondReader)
-    checkNotSameFile(streams.secondReader->input(), output, format, options.inPlace);
+  checkReplacement(streams, output, format, options.inPlace);
   openWriter(streams, format, output, e, options);
 
   Warnings warnings;

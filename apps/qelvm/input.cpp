@@ -14,7 +14,7 @@ namespace {
 
 // No record may be longer. Only as much of the buffer as records need is ever touched.
 constexpr std::size_t capacity = std::size_t{16} << 20;
-constexpr std::size_t readSize = std::size_t{256} << 10;
+constexpr std::size_t readSize = std::size_t{128} << 10;
 
 /// From the current position, which a shell may have moved.
 std::uint64_t remainingSize(int descriptor) {

@@ -7,9 +7,13 @@
 
 #include <atomic>
 #include <cerrno>
+#include <charconv>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <optional>
+#include <random>
+#include <utility>
 
 namespace tool {
 namespace {
@@ -30,57 +34,57 @@ void removeTemporaryOnSignals() {
       std::signal(signal, SIG_IGN);
 }
 
-/// These name an open descriptor, even where that is a regular file: renaming something over the
-/// file would not write to the descriptor.
-bool namesDescriptor(const std::string& path) {
-  return path == "/dev/stdout" || path == "/dev/stderr" || path.starts_with("/dev/fd/") ||
-         path.starts_with("/proc/");
+/// The open descriptor that a path names. Where that is a regular file, a file renamed over it
+/// would not be what the descriptor writes to.
+std::optional<int> namedDescriptor(const std::string& path) {
+  if (path == "-" || path == "/dev/stdout")
+    return STDOUT_FILENO;
+  if (path == "/dev/stderr")
+    return STDERR_FILENO;
+  constexpr std::string_view folder = "/dev/fd/";
+  int number = -1;
+  if (path.starts_with(folder))
+    std::from_chars(path.data() + folder.size(), path.data() + path.size(), number);
+  return number < 0 ? std::nullopt : std::optional(number);
 }
 
 } // namespace
 
 Output::Output(const std::string& path) : name_(path == "-" ? "standard output" : path) {
-  if (path == "-" || path == "/dev/stdout") {
-    descriptor_ = STDOUT_FILENO;
-    return;
-  }
   struct stat old;
   const bool exists = stat(path.c_str(), &old) == 0;
-  if (exists && (namesDescriptor(path) || !S_ISREG(old.st_mode))) {
+  if (const auto number = namedDescriptor(path))
+    descriptor_ = dup(*number);
+  else if (exists && !S_ISREG(old.st_mode))
     descriptor_ = open(path.c_str(), O_WRONLY | O_CLOEXEC);
-    if (descriptor_ < 0)
-      fail();
-    return;
-  }
-  path_ = exists ? std::filesystem::canonical(path).string() : path;
-  if (exists && access(path_.c_str(), W_OK) != 0)
+  else
+    createTemporary(path, exists ? &old : nullptr);
+  if (descriptor_ < 0) {
+    temporaryToRemove = nullptr;
     fail();
-  createTemporary(exists ? &old : nullptr);
+  }
 }
 
 Output::~Output() {
-  if (descriptor_ > STDERR_FILENO)
+  if (descriptor_ >= 0)
     close(descriptor_);
   if (!temporary_.empty())
     unlink(temporary_.c_str());
   temporaryToRemove = nullptr;
 }
 
-void Output::createTemporary(const struct stat* old) {
-  const std::string folder = std::filesystem::path(path_).parent_path().string();
-  int attempt = 0;
-  do {
-    temporary_ =
-        fmt::format("{}{}.qelvm-{}-{}", folder, folder.empty() ? "" : "/", getpid(), attempt++);
-    descriptor_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-  } while (descriptor_ < 0 && errno == EEXIST && attempt < 100);
-  if (descriptor_ < 0) {
-    temporary_.clear();
+void Output::createTemporary(const std::string& path, const struct stat* old) {
+  path_ = old == nullptr ? path : std::filesystem::canonical(path).string();
+  if (old != nullptr && access(path_.c_str(), W_OK) != 0)
     fail();
-  }
+  std::random_device random;
+  const auto folder = std::filesystem::path(path_).parent_path();
+  const auto unique = fmt::format(".qelvm-{:08x}{:08x}", random(), random());
+  temporary_ = (folder / unique).string();
   temporaryToRemove = temporary_.c_str();
   removeTemporaryOnSignals();
-  if (old != nullptr) {
+  descriptor_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  if (old != nullptr && descriptor_ >= 0) {
     // Another owner can be kept by root alone; then the mode still is.
     [[maybe_unused]] const int kept = fchown(descriptor_, old->st_uid, old->st_gid);
     fchmod(descriptor_, old->st_mode & 0777);

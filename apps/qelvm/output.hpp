@@ -27,7 +27,8 @@ public:
   bool isSameFile(int descriptor) const;
 
 private:
-  void createTemporary(const struct stat* old);
+  /// `old` is what stands at the path, if anything.
+  void createTemporary(const std::string& path, const struct stat* old);
   [[noreturn]] void fail() const;
 
   std::string name_;      ///< for messages

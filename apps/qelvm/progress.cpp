@@ -23,8 +23,10 @@ Progress::Progress(const Input& input, const Output& output)
       next_(start_ + patience) {}
 
 Progress::~Progress() {
-  if (shown_ > 0)
-    show("\r");
+  if (shown_ > 0) {
+    show(""); // blanks over the bar,
+    show(""); // then back to the first column
+  }
 }
 
 void Progress::update(std::uint64_t elements) {

@@ -66,9 +66,12 @@ public:
   void write(const Columns<const T>& columns, std::size_t count) override {
     const std::size_t width = columns[1] == nullptr ? sizeof(T) : 2 * sizeof(T);
     bytes_.resize(count * width);
-    for (std::size_t k = 0; k * sizeof(T) < width; ++k)
+    for (std::size_t k = 0; k * sizeof(T) < width; ++k) {
+      const T* const values = columns[k];
+      char* const first = bytes_.data() + k * sizeof(T);
       for (std::size_t i = 0; i < count; ++i)
-        encode(bytes_.data() + i * width + k * sizeof(T), columns[k][i]);
+        encode(first + i * width, values[i]);
+    }
     output_.write({bytes_.data(), bytes_.size()});
   }
 

@@ -1,0 +1,437 @@
+"""Tests of the command-line tool, as its users see it: cli_test.py TOOL STAND_IN_LIBRARY"""
+
+import math
+import os
+import pty
+import random
+import signal
+import stat
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+TOOL, STAND_IN = sys.argv[1:3]
+ADD = ["SinCos_32f_A11", "--library", STAND_IN]  # x + 1 and x - 1
+TIMES = ["Powx_64f_A50", "--library", STAND_IN]  # x times the scalar
+SAME = ["Exp_64f_A50", "--library", STAND_IN]  # x, with the status of number x
+EXP, DIV, INV = "Exp_64f_A53", "Div_64f_A50", "Inv_64f_A50"
+
+
+def qelvm(*arguments, stdin=b"", **options):
+    done = subprocess.run([TOOL, *arguments], input=stdin, capture_output=True, **options)
+    return done.returncode, done.stdout, done.stderr.decode()
+
+
+class ToolTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.addCleanup(os.chdir, os.getcwd())
+        os.chdir(folder.name)
+
+    def write(self, name, content):
+        with open(name, "wb") as file:
+            file.write(content)
+        return name
+
+    def read(self, name):
+        with open(name, "rb") as file:
+            return file.read()
+
+    def succeed(self, *arguments, stdin=b"", errors=""):
+        status, out, err = qelvm(*arguments, stdin=stdin)
+        self.assertEqual((status, err), (0, errors), arguments)
+        return out
+
+    def refuse(self, message, *arguments, stdin=b""):
+        """One line on standard error, exit status 2, and no file made or changed."""
+        self.write("old", b"old\n")
+        before = sorted(os.listdir())
+        for output in ([], ["--output", "old"], ["--output", "new"]):
+            if output and ("apply" not in arguments or "--output" in arguments):
+                continue
+            status, _, err = qelvm(*arguments, *output, stdin=stdin)
+            self.assertEqual(status, 2, arguments)
+            self.assertEqual(err.count("\n"), 1, err)
+            self.assertIn("qelvm: " + message, err)
+            self.assertEqual(sorted(os.listdir()), before)
+            self.assertEqual(self.read("old"), b"old\n")
+
+    def rows(self, *arguments):
+        """The table of `eval` and what stands below it."""
+        table, call = self.succeed("eval", *arguments).decode().split("\n\n")
+        return [row.split() for row in table.splitlines()[1:]], call
+
+
+class Help(ToolTest):
+    def test_help_everywhere(self):
+        for command in ([], ["list"], ["eval"], ["apply"]):
+            for option in ("--help", "-h"):
+                self.assertIn(b"Examples:\n  qelvm ", self.succeed(*command, option))
+
+    def test_version(self):
+        out = self.succeed("--version").decode()
+        self.assertRegex(out, r"^qelvm 5\.0\.11\.35\n.*qelvmpx\.dll v5\.0, version 5\.0, "
+                              r"build 11\.35, px, Sep  7 2005\n$")
+
+    def test_wrong_usage(self):
+        for message, *arguments in (
+            ["a command is missing"],
+            ["The following argument was not expected: frob", "frob"],
+            ["EXPORT is required", "apply"],
+            ["VALUES is required (see qelvm eval --help)", "eval", EXP],
+            ['unknown export "Expp"', "eval", "Expp", "1"],
+            ["cannot load the library: ./none", "--library", "./none", "list"],
+            ["./plain does not have qelvmGetLibVersion", "--library", "plain", "--version"],
+            [f"{STAND_IN} does not have qelsTan_64f_A50", "eval", "--library", STAND_IN,
+             "Tan_64f_A50", "1"],
+        ):
+            os.path.lexists("plain") or os.symlink(STAND_IN, "plain")
+            self.refuse(message, *arguments)
+
+
+class List(ToolTest):
+    def names(self, *arguments):
+        return [row.split()[0] for row in self.succeed("list", *arguments).decode().splitlines()[1:]]
+
+    def test_shows_what_the_library_has(self):
+        own = ["Exp_64f_A50", "Powx_64f_A50", "SinCos_32f_A11"]
+        self.assertEqual(self.names("--library", STAND_IN), own)
+        self.assertEqual(self.names("--library", STAND_IN, "64F"), own[:2])
+        self.assertEqual(self.names("--library", STAND_IN, "o*a?1"), own[2:])
+        self.assertEqual(self.names("qelsdiv"), ["Div_32f_A11", "Div_32f_A21", "Div_32f_A24",
+                                                 "Div_64f_A50", "Div_64f_A53"])
+        self.refuse('libqelvmpx.so.5 has no export that matches "nope"', "list", "nope")
+
+    def test_rows(self):
+        out = self.succeed("list", EXP).decode().splitlines()[1]
+        self.assertRegex(out, r"src, dst +0\.5\d* +qelStatusOk qelStatusOverflow qelStatusUnderflow$")
+
+
+class Eval(ToolTest):
+    def test_statuses_and_flags(self):
+        rows, call = self.rows(EXP, "1", "-800", "0x1p-3", "nan")
+        self.assertEqual(rows[0], ["1", "2.718281828459045", "0x1.5bf0a8b145769p+1", "qelStatusOk"])
+        self.assertEqual(rows[1], ["-800", "0", "0x0p+0", "qelStatusUnderflow"])
+        self.assertEqual(rows[2][::3], ["0.125", "qelStatusOk"])
+        self.assertEqual(rows[3], ["nan", "nan", "nan", "qelStatusOk"])
+        self.assertEqual(call, "status of the call: qelStatusUnderflow\n"
+                               "exception flags: underflow inexact\n")
+        for x, y, status, flags in (("0", "0", "Singularity", "invalid divide-by-zero"),
+                                    ("1", "0", "Singularity", "divide-by-zero"),
+                                    ("1e308", "1e-9", "Ok", "overflow inexact"),
+                                    ("4", "2", "Ok", "none"), ("1", "3", "Ok", "inexact")):
+            self.assertEqual(self.rows(DIV, x, "--second", y)[1],
+                             f"status of the call: qelStatus{status}\nexception flags: {flags}\n")
+        self.assertEqual(self.rows(DIV, "2,4", "--second", "0,4")[0],
+                         [["2", "0", "inf", "inf", "qelStatusSingularity"],
+                          ["4", "4", "1", "0x1p+0", "qelStatusOk"]])
+
+    def test_every_shape(self):
+        self.assertEqual([row[2] for row in self.rows(DIV, "1", "2,3", "--second", "2")[0]],
+                         ["0.5", "1", "1.5"])
+        self.assertEqual([row[1] for row in self.rows(*TIMES, "1", "-3", "--scalar", "-0.5")[0]],
+                         ["-0.5", "1.5"])
+        self.assertEqual(self.rows(*ADD, "0.5")[0],
+                         [["0.5", "1.5", "0x1.8p+0", "-0.5", "-0x1p-1", "qelStatusOk"]])
+
+    def test_operands_that_do_not_fit(self):
+        self.refuse(f"{DIV} takes two sources", "eval", DIV, "1")
+        self.refuse("--second: 2 values for 3 elements", "eval", DIV, "1,2,3", "--second", "1,2")
+        self.refuse(f"{EXP} does not take a second", "eval", EXP, "1", "--second", "1")
+        self.refuse(f"{EXP} does not take a scalar", "apply", EXP, "--scalar", "1")
+        self.refuse("Powx_64f_A50 takes a scalar", "eval", *TIMES, "1")
+        self.refuse("the library refused a call: qelStatusSizeError", "eval", *SAME, "-1")
+
+    def test_numbers(self):
+        for text, value in (
+            ("+1.5e3", 1500.0), ("-.5", -0.5), ("5.", 5.0), ("-0x1.8P4", -24.0), ("0x.8", 0.5),
+            ("0XAp-1", 5.0), ("-inf", -math.inf), ("INFINITY", math.inf), ("-8e-1", -0.8),
+            ("1e-400", 0.0), ("-0x1p-1080", -0.0), ("4.9e-324", 5e-324), ("2.4e-324", 0.0),
+            ("1.7976931348623158e308", sys.float_info.max),
+            ("0.1000000000000000055511151231257827021181583404541015625000001", 0.1),
+        ):
+            with self.subTest(text):
+                row = self.rows(DIV, text, "--second", "1")[0][0]
+                self.assertEqual((row[0], float.fromhex(row[3]).hex()), (row[2], value.hex()))
+        for text in ("", "x", "1x", "0x", "0x-1", "0xinf", "0xnan", "--1", "+-1", "-+1", "1 2", "1,,2",
+                     "1d3", "0x1p", "1e", "infinit", "1,"):
+            self.refuse("VALUES: ", "eval", EXP, " " + text)
+        for text in ("1e400", "-0x1p1024", "1.7976931348623159e308"):
+            self.refuse(f'VALUES: "{text}" is beyond the range of double', "eval", EXP, text)
+        self.refuse('VALUES: "1e39" is beyond the range of float', "eval", "Inv_32f_A11", "1e39")
+
+    def test_numbers_round_once_and_trip_round(self):
+        numbers = [x for x, in struct.iter_unpack("<d", random.Random(1).randbytes(8000))
+                   if math.isfinite(x)]
+        for row, x in zip(self.rows(DIV, *map(repr, numbers), "--second", "1")[0], numbers):
+            self.assertEqual(row[2:4], [row[0], row[3]])
+            self.assertEqual([float(row[2]), float.fromhex(row[3])], [x, x])
+            self.assertLessEqual(len(row[2]), len(repr(x)))
+        # By way of double this would round to even, one unit lower.
+        row = self.rows("Div_32f_A24", "1.000000059604644776", "--second", "1")[0][0]
+        self.assertEqual(row[2:4], ["1.0000001", "0x1.000002p+0"])
+
+
+class Text(ToolTest):
+    def test_lines(self):
+        for text, result in ((b"", b""), (b"4", b"0.25\n"), (b" 4\t\r\n-2\r\n8\r\n", b"0.25\n-0.5\n0.125\n"),
+                             (b"\xef\xbb\xbf4\n", b"0.25\n"), (b"-nan\ninf\n", b"nan\n0\n")):
+            with self.subTest(text):
+                self.assertEqual(self.succeed("apply", INV, stdin=text), result)
+        self.assertEqual(self.succeed("apply", *ADD, stdin=b"1\n2\n"), b"2 0\n3 1\n")
+
+    def test_errors(self):
+        for text, message in ((b"1\n\n2\n", ':2: "" is'), (b"1\n2\n3 4\n", ':3: "3 4" is'),
+                              (b"1\n# c\n", ':2: "# c" is'), (b"1\n2\r\r\n", r':2: "2\x0d" is'),
+                              (b"1\n" * 30000 + b"1e999", ':30001: "1e999" is beyond'),
+                              (b"\0" * 99, r':1: "\x00\x00'),
+                              (b"1\n" + b"1" * (17 << 20), ":2: more than 16 MiB without an end")):
+            self.refuse("standard input" + message, "apply", EXP, stdin=text)
+        self.refuse('t:2: "b" is not a number', "apply", EXP, "--input", self.write("t", b"1\nb\n"))
+        self.refuse("none: No such file", "apply", EXP, "--input", "none")
+        self.refuse(".: Is a directory", "apply", EXP, "--input", ".")
+
+    def test_second_source(self):
+        self.write("x", b"6\n" * 40000)
+        self.write("y", b"3\n" * 40000)
+        self.assertEqual(self.succeed("apply", DIV, "-i", "x", "--second-input", "y"), b"2\n" * 40000)
+        self.assertEqual(self.succeed("apply", DIV, "-i", "x", "--second", "-3"), b"-2\n" * 40000)
+        self.write("y", b"3\n" * 39999)
+        self.refuse("y: ends before x", "apply", DIV, "-i", "x", "--second-input", "y")
+        self.refuse("x: goes on after the end of y", "apply", DIV, "-i", "y", "--second-input", "x")
+        self.refuse("--input and --second-input cannot both", "apply", DIV, "--second-input", "-")
+        self.refuse('--second: "1,2" is not', "apply", DIV, "--second", "1,2")
+        self.refuse("--second excludes", "apply", DIV, "--second", "1", "--second-input", "y")
+
+
+class Blocks(ToolTest):
+    def test_each_warning_is_counted_and_its_first_element_told(self):
+        values = [1] * 100000
+        first = {12: 16384, 17: 16383, 18: 0, 19: 99999}
+        for status, index in first.items():
+            values[index] = status
+        for index in (40000, 70000, 70001):
+            values[index] = 12
+        expected = "".join(
+            f"qelvm: {count} of 100000 elements {event} (qelStatus{name}), the first at index "
+            f"{first[status]} (t:{first[status] + 1})\n"
+            for status, name, event, count in ((12, "Overflow", "overflowed", 4),
+                                               (17, "Underflow", "underflowed", 1),
+                                               (18, "Singularity", "hit a pole", 1),
+                                               (19, "Domain", "left the domain", 1)))
+        text = "".join(f"{value}\n" for value in values).encode()
+        self.assertEqual(self.succeed("apply", *SAME, "-i", self.write("t", text), errors=expected), text)
+        status, out, err = qelvm("apply", *SAME, "--strict", "-i", "t", "-o", "out")
+        self.assertEqual((status, err, self.read("out")), (1, expected, text))
+
+    def test_strict(self):
+        for values, status in ("1", 0), ("12,1", 1):
+            self.assertEqual(qelvm("eval", *SAME, values, "--strict")[0], status)
+            self.assertEqual(qelvm("eval", *SAME, values)[0], 0)
+            self.assertEqual(qelvm("apply", *SAME, "--strict",
+                                   stdin=values.replace(",", "\n").encode())[0], status)
+
+    def test_slow_pipe_is_answered_at_once(self):
+        with subprocess.Popen([TOOL, "apply", INV], stdin=subprocess.PIPE,
+                              stdout=subprocess.PIPE, bufsize=0) as tool:
+            for part, answer in (b"2\n4\n0.", b"0.5\n0.25\n"), (b"5\n", b"2\n"):
+                tool.stdin.write(part)
+                got = b""
+                while len(got) < len(answer):
+                    got += tool.stdout.read(100)
+                self.assertEqual(got, answer)
+            tool.stdin.close()
+            self.assertEqual(tool.stdout.read(), b"")
+
+
+class Csv(ToolTest):
+    def test_tables(self):
+        quoted = b'\xef\xbb\xbf"x ""q""\n",note\r\n"2","a ""b"", \r\n"\r\n 4 ,""\n8,c'
+        for text, options, result in (
+            (b"x\n2\n", ["--column", "x"], b"x,Inv_64f_A50(x)\n2,0.5\n"),
+            (b"a;x\n1;2\n", ["--column", "x", "--delimiter", ";", "--result-column", "r,1"],
+             b"a;x;r,1\n1;2;0.5\n"),
+            (b"a\tx\n,\t2\n", ["--column", "x", "--delimiter", "tab"],
+             b"a\tx\tInv_64f_A50(x)\n,\t2\t0.5\n"),
+            (b"x,y", ["--column", "y", "--result-column", 'r,"1"'], b'x,y,"r,""1"""'),
+            (quoted, ["--column", 'x "q"\n', "--result-column", "r"],
+             b'\xef\xbb\xbf"x ""q""\n",note,r\r\n"2","a ""b"", \r\n",0.5\r\n 4 ,"",0.25\n8,c,0.125'),
+        ):
+            with self.subTest(text):
+                self.assertEqual(self.succeed("apply", INV, *options, stdin=text), result)
+
+    def test_other_shapes(self):
+        both = self.write("both", b"x,y\n6,3\n8,2\n")
+        other = self.write("other", b"z\n2\n4\n")
+        for options, result in (
+            ([DIV, "--second-column", "y"], b'x,y,"Div_64f_A50(x,y)"\n6,3,2\n8,2,4\n'),
+            ([DIV, "--second", "2"], b'x,y,"Div_64f_A50(x,2)"\n6,3,3\n8,2,4\n'),
+            ([DIV, "--second-column", "z", "--second-input", other],
+             b'x,y,"Div_64f_A50(x,z)"\n6,3,3\n8,2,2\n'),
+            ([*TIMES, "--scalar", "2"], b'x,y,"Powx_64f_A50(x,2)"\n6,3,12\n8,2,16\n'),
+            (ADD, b"x,y,SinCos_32f_A11(x).1,SinCos_32f_A11(x).2\n6,3,7,5\n8,2,9,7\n"),
+            ([*ADD, "--result-column", "a", "--result-column", "b"], b"x,y,a,b\n6,3,7,5\n8,2,9,7\n"),
+        ):
+            with self.subTest(options):
+                self.assertEqual(self.succeed("apply", "-i", both, "--column", "x", *options), result)
+        self.refuse("SinCos_32f_A11 has 2 results", "apply", *ADD, "-i", both, "--column", "x",
+                  "--result-column", "a")
+        self.refuse("name the column of --second-input", "apply", DIV, "-i", both, "--column", "x",
+                  "--second-input", other)
+
+    def test_many_records(self):
+        lines = [b'%d,"line\nbreak",%d' % (i, i + 1) for i in range(50000)]
+        text = b"i,t,x\n" + b"\n".join(lines)
+        result = self.succeed("apply", *SAME, "--column", "x", "--result-column", "r", stdin=text,
+                              errors="".join(
+                                  f"qelvm: 1 of 50000 elements {event}, the first at index {n - 1} "
+                                  f"(standard input:{2 * n})\n" for n, event in
+                                  ((12, "overflowed (qelStatusOverflow)"),
+                                   (17, "underflowed (qelStatusUnderflow)"),
+                                   (18, "hit a pole (qelStatusSingularity)"),
+                                   (19, "left the domain (qelStatusDomain)"))))
+        self.assertEqual(result, b"i,t,x,r\n" + b"\n".join(
+            line + b",%d" % (i + 1) for i, line in enumerate(lines)))
+
+    def test_errors(self):
+        for text, message in (
+            (b"", ":1: no header line"), (b"y\n1\n", ':1: no column "x"'),
+            (b"x,x\n1,2\n", ':1: more than one column "x"'),
+            (b"x,y\n1,2\n3\n", ":3: 1 fields, but the header has 2"),
+            (b"x,y\n1,2,3\n", ":2: 3 fields, but the header has 2"),
+            (b'x,y\n1,"a\nb"\nz,2\n', ':4: "z" is not a number'), (b"x\n\n", ':2: "" is not a number'),
+            (b'x\n1\n"2\n', ":3: a quote is not closed"), (b'x\n1"2"\n', ":2: a quote inside a field"),
+            (b'x\n"1"2\n', ":2: text between a closing quote"),
+            (b"x,Inv_64f_A50(x)\n1,2\n", ':1: there is a column "Inv_64f_A50(x)" already'),
+        ):
+            self.refuse("standard input" + message, "apply", INV, "--column", "x", stdin=text)
+        self.refuse("name the column of a CSV", "apply", INV, "--format", "csv")
+        self.refuse("--column, --second-column, --result-column and --delimiter are for", "apply", INV,
+                  "--format", "text", "--column", "x")
+        for delimiter in (",,", "", "e", "5", "-", ".", '"', "\n"):
+            self.refuse("--delimiter: ", "apply", INV, "--column", "x", "--delimiter", delimiter)
+
+
+class Raw(ToolTest):
+    def raw(self, kind, *values):
+        return struct.pack(f"<{len(values)}{kind}", *values)
+
+    def test_elements(self):
+        many = [i + 0.5 for i in range(70000)]
+        self.write("second", self.raw("d", *[2 * x for x in many]))
+        for kind, arguments, values, results in (
+            ("d", [INV], [2.0, -4.0], [0.5, -0.25]), ("f", ["Inv_32f_A21"], [2.0, -4.0], [0.5, -0.25]),
+            ("d", [INV], [], []), ("d", [*TIMES, "--scalar", "2"], many, [2 * x for x in many]),
+            ("d", [DIV, "--second-input", "second"], many, [0.5] * len(many)),
+            ("f", ADD, many, [y for x in many for y in (x + 1, x - 1)]),
+        ):
+            with self.subTest(arguments):
+                out = self.succeed("apply", *arguments, "--format", "raw", stdin=self.raw(kind, *values))
+                self.assertEqual(out, self.raw(kind, *results))
+
+    def test_truncated(self):
+        for kind, export, width in ("d", INV, 8), ("f", "Inv_32f_A11", 4):
+            for size in 1, 20000 * width + 3:
+                self.refuse(f"standard input: truncated: ends after {size % width} of the {width} bytes "
+                          f"of element {size // width}\n", "apply", export, "--format", "raw",
+                          stdin=b"\1" * size)
+
+    def test_in_place(self):
+        for name, path in ("r", "r"), ("r", "./link"), ("link", "r"):
+            content = self.raw("d", *range(1, 50000))
+            self.write("r", content)
+            os.path.islink("link") or os.symlink("r", "link")
+            self.refuse(f"{name}: is input and output; --in-place", "apply", INV, "--format", "raw",
+                      "--input", name, "--output", path)
+            self.assertEqual(self.read("r"), content)
+        self.succeed("apply", INV, "--format", "raw", "-i", "r", "-o", "link", "--in-place")
+        inverses = self.raw("d", *[1 / x for x in range(1, 50000)])
+        self.assertEqual((self.read("r"), os.path.islink("link")), (inverses, True))
+        self.succeed("apply", INV, "--format", "raw", "-i", "r", "--in-place")
+        self.assertEqual(self.read("r")[:8], self.raw("d", 1.0))
+        self.refuse("--in-place needs an --input file", "apply", INV, "--in-place")
+        self.refuse("r: --in-place, but the output is another", "apply", INV, "-i", "r", "--in-place",
+                    "--output", "old")
+        self.refuse("r: is input and output; --in-place", "apply", DIV, "--format", "raw", "-i", "old",
+                  "--second-input", "r", "--output", "r")
+
+
+class Destination(ToolTest):
+    def test_replaces_a_file_and_keeps_its_mode_and_links(self):
+        self.write("t", b"2\n")
+        os.chmod("t", 0o640)
+        os.symlink("t", "link")
+        self.succeed("apply", INV, "-i", "t", "-o", "link")
+        self.assertEqual((self.read("t"), os.path.islink("link"), sorted(os.listdir())),
+                         (b"0.5\n", True, ["link", "t"]))
+        self.assertEqual(stat.S_IMODE(os.stat("t").st_mode), 0o640)
+        subprocess.run(["sh", "-c", 'umask 027; "$0" apply "$@"', TOOL, INV, "-i", "t", "-o", "new"])
+        self.assertEqual((self.read("new"), stat.S_IMODE(os.stat("new").st_mode)), (b"2\n", 0o640))
+
+    def test_written_directly(self):
+        for name in "/dev/stdout", "/dev/fd/1", "-":
+            self.assertEqual(self.succeed("apply", INV, "-o", name, stdin=b"2\n"), b"0.5\n")
+            with open("log", "wb") as log:
+                log.write(b"before\n")
+                log.flush()
+                subprocess.run([TOOL, "apply", INV, "-o", name], input=b"2\n", stdout=log)
+            self.assertEqual(self.read("log"), b"before\n0.5\n")
+
+    def test_cannot_be_written(self):
+        self.refuse("none/x: cannot write: No such file", "apply", INV, "--output", "none/x", stdin=b"2\n")
+        self.refuse(".: cannot write: Is a directory", "apply", INV, "--output", ".", stdin=b"2\n")
+        self.refuse("/dev/full: cannot write: No space", "apply", INV, "--output", "/dev/full", stdin=b"2\n")
+        with open("/dev/full", "wb") as full:
+            for arguments in ["list"], ["eval", INV, "2"], ["apply", INV]:
+                done = subprocess.run([TOOL, *arguments], input=b"2\n", stdout=full, stderr=subprocess.PIPE)
+                self.assertEqual((done.returncode, done.stderr),
+                                 (2, b"qelvm: standard output: cannot write: No space left on device\n"))
+
+    def test_closed_pipe(self):
+        with subprocess.Popen([TOOL, "apply", INV], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                              stderr=subprocess.PIPE) as tool:
+            tool.stdout.close()
+            tool.stdin.write(b"2\n")
+            tool.stdin.close()
+            self.assertEqual(tool.stderr.read(),
+                             b"qelvm: standard output: cannot write: Broken pipe\n")
+        self.assertEqual(tool.returncode, 2)
+
+    def test_output_that_is_appended_to_the_input(self):
+        self.write("t", b"2\n")
+        with open("t", "ab") as end:
+            done = subprocess.run([TOOL, "apply", INV, "-i", "t"], stdout=end, stderr=subprocess.PIPE)
+        self.assertEqual((done.returncode, self.read("t")), (2, b"2\n"))
+        self.assertEqual(done.stderr, b"qelvm: t: is input and output at once\n")
+
+    def test_signal_leaves_nothing(self):
+        with subprocess.Popen([TOOL, "apply", INV, "-o", "new"], stdin=subprocess.PIPE) as tool:
+            deadline = time.monotonic() + 10
+            while not os.listdir() and time.monotonic() < deadline:
+                time.sleep(0.01)
+            self.assertEqual(len(os.listdir()), 1)
+            tool.send_signal(signal.SIGTERM)
+            tool.wait()
+        self.assertEqual((tool.returncode, os.listdir()), (-signal.SIGTERM, []))
+
+    def test_progress_on_a_terminal_once_the_work_is_long(self):
+        with tempfile.TemporaryFile() as output:
+            control, terminal = pty.openpty()
+            with subprocess.Popen([TOOL, "apply", INV], stdin=subprocess.PIPE, stdout=output,
+                                  stderr=terminal, bufsize=0) as tool:
+                for _ in range(14):
+                    tool.stdin.write(b"2\n")
+                    time.sleep(0.1)
+            os.close(terminal)
+            shown = os.read(control, 10000).decode()
+            os.close(control)
+        self.assertIn("\r0.0 million elements, ", shown)
+        self.assertTrue(shown.endswith("\r"), shown)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
