@@ -95,6 +95,7 @@ windows_tests() {
   export WINEPREFIX=$PWD/build/wine WINEARCH=win32 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
   check "Wine" wineboot --init
   check_exports "Windows" "$directory/src/qelvmpx.dll" "$directory/tests/library_checks.exe" wine
+  export WINEPATH=$PWD/$directory/src # where programs find the DLL
   check "Windows example" wine "$directory/examples/misra1a/misra1a.exe" \
     examples/misra1a/misra1a.dat
 }
