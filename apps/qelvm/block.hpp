@@ -14,15 +14,17 @@ class Block {
 public:
   Block(const loader::Export& e, loader::Function function, std::size_t capacity)
       : function_(function), capacity_(capacity) {
-    for (int k = 0; k < e.sources(); ++k)
-      sources_[k].resize(capacity);
-    for (int k = 0; k < e.destinations(); ++k)
-      results_[k].resize(capacity);
+    sources_[0].resize(capacity);
+    results_[0].resize(capacity);
+    if (e.sources() == 2)
+      sources_[1].resize(capacity);
+    if (e.destinations() == 2)
+      results_[1].resize(capacity);
   }
 
   std::size_t capacity() const { return capacity_; }
-  Columns<T> sources() { return {sources_[0].data(), sources_[1].data()}; }
-  Columns<const T> results() const { return {results_[0].data(), results_[1].data()}; }
+  Columns<T> sources() { return {sources_[0].data(), orNull(sources_[1])}; }
+  Columns<const T> results() const { return {results_[0].data(), orNull(results_[1])}; }
   void setScalar(T scalar) { scalar_ = scalar; }
   void setSecond(T value) { sources_[1].assign(capacity_, value); }
 
@@ -41,6 +43,12 @@ public:
   }
 
 private:
+  /// The pointer to an array that the export may not have.
+  template <class Array>
+  static auto orNull(Array& array) {
+    return array.empty() ? nullptr : array.data();
+  }
+
   QelStatus call(const loader::Operands<T>& operands, std::size_t count) const {
     const QelStatus status = function_(operands, static_cast<std::int32_t>(count));
     if (status < 0)

@@ -95,12 +95,14 @@ Evaluation evaluateAs(const loader::Export& e, loader::Function function,
   std::vector<Row> rows = {heading(e)};
   for (std::size_t i = 0; i < values.size(); ++i) {
     Row& row = rows.emplace_back();
-    for (int k = 0; k < e.sources(); ++k)
-      row.push_back(shortest(sources[k][i]));
-    for (int k = 0; k < e.destinations(); ++k) {
-      row.push_back(shortest(block.results()[k][i]));
-      row.push_back(hexadecimal(block.results()[k][i]));
-    }
+    for (const T* source : sources)
+      if (source != nullptr)
+        row.push_back(shortest(source[i]));
+    for (const T* result : block.results())
+      if (result != nullptr) {
+        row.push_back(shortest(result[i]));
+        row.push_back(hexadecimal(result[i]));
+      }
     row.push_back(loader::statusName(block.statusOf(i)));
   }
   return {fmt::format("{}\nstatus of the call: {}\nexception flags:{}\n", table(rows),

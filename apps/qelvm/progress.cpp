@@ -13,7 +13,8 @@ using namespace std::chrono_literals;
 
 constexpr auto patience = 1s;
 constexpr auto interval = 200ms;
-constexpr int barWidth = 30;
+// With the numbers behind it within 80 columns.
+constexpr int barWidth = 16;
 
 } // namespace
 
