@@ -25,9 +25,13 @@ Peer peer(const char* family, const char* text, F f, Interval x, Interval y = {0
 
 const std::vector<Peer>& peers() {
   static const std::vector<Peer> all = {
+      peer("Cbrt", "std::cbrt(x)", [](auto x, auto) { return std::cbrt(x); }, {-1000, 1000}),
       peer("Div", "x / y", [](auto x, auto y) { return x / y; }, {-10, 10}, {1, 10}),
       peer("Exp", "std::exp(x)", [](auto x, auto) { return std::exp(x); }, {-10, 10}),
       peer("Inv", "1 / x", [](auto x, auto) { return 1 / x; }, {1, 10}),
+      peer("InvCbrt", "1 / std::cbrt(x)", [](auto x, auto) { return 1 / std::cbrt(x); }, {1, 1000}),
+      peer("InvSqrt", "1 / std::sqrt(x)", [](auto x, auto) { return 1 / std::sqrt(x); }, {1, 1000}),
+      peer("Sqrt", "std::sqrt(x)", [](auto x, auto) { return std::sqrt(x); }, {1, 1000}),
   };
   return all;
 }

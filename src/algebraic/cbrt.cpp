@@ -1,10 +1,20 @@
 // Cube root.
 //
-// Reduction: |x| = m 2^(3q + rem), 1 <= m < 2. Table: T = m^(-1/3) at the left end of each of 32
-// intervals, rounded down to 8 bits, so that T^2 is exact. Polynomial: with e = 1 - m T^3,
-// |e| < 2^-4.4, the root of m is m T^2 (1 - e)^(-2/3) = m T^2 (1 + e Q(e)), Q of degree 11; its
-// leading term 2/3, the products with the halves of m and the final multiplication by 2^(rem/3) are
-// carried in two doubles. Subnormal arguments are scaled by 2^300 first.
+// Reduction: |x| = m 2^(3 quotient + remainder), 1 <= m < 2.
+//
+// Table: T = m^(-1/3) at the left end of each of 32 intervals, rounded down to 8 bits, so that T^2
+// and its product with the leading part of m are exact.
+//
+// Polynomial: with e = 1 - m T^3, |e| <= 2^-5, the root of m is m T^2 (1 + e Q), Q = 2/3 + P, P of
+// degree 11 in e; e Q is (1 - e)^(-2/3) - 1 to 2^-64.7 (tools/bounds/roots.sollya). The leading
+// parts of 2/3 + P, of its products with e and m T^2 and of 2^(remainder/3) are kept apart, so that
+// only parts below 2^-9 of the result are rounded before the last sum.
+//
+// Ranges: normal arguments are ordinary; subnormal ones are scaled by 2^300 first.
+//
+// Error: the roundings before the last one come to 0.0022 ulp at most in some millions of samples;
+// below 0.503 ulp, 0.50214 seen at 0x1.37c1baa209606p+2 after a search of 10^10 arguments next to
+// midpoints.
 
 #include "algebraic/roots.hpp"
 #include "core/export.hpp"

@@ -1,9 +1,20 @@
 // Reciprocal square root.
 //
-// Reduction: x = y 2^(2k), 1 <= y < 4. Table: R = 1/sqrt(y) at the centre of each of 65 intervals,
-// to 13 bits, so that R^2 and its products with the halves of y are exact. Polynomial: with
-// e = 1 - y R^2, |e| < 2^-5, the result is R (1 - e)^(-1/2) = R (1 + e/2 + p), p of degree 8 in e;
-// R and the leading part of R e/2 are added exactly. Subnormal arguments are scaled by 2^60 first.
+// Reduction: x = y 2^(-2 half), 1 <= y < 4.
+//
+// Table: R = 1/sqrt(y) at the centre of each of 65 intervals, to 13 bits, so that R^2 and its
+// product with the leading half of y are exact.
+//
+// Polynomial: with e = 1 - y R^2, |e| < 2^-5.98, the result is R (1 + e/2 + p), p of degree 8 in e,
+// p = (1 - e)^(-1/2) - 1 - e/2 to 2^-62.5 (tools/bounds/roots.sollya). R and the leading part of
+// R e/2 are added exactly.
+//
+// Ranges: every positive element that is a normal double is ordinary; subnormal ones are scaled by
+// 2^60 first.
+//
+// Error: beside the polynomial's, p of 2^-13.4 and the sums with it are rounded seven times,
+// together below 2^-64; the last place of a result in [1/2, 1] is 2^-53: below 0.502 ulp, 0.50109
+// seen at 0x1.0c31a5f6dc54ep+92.
 
 #include "algebraic/roots.hpp"
 #include "core/export.hpp"

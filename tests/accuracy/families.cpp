@@ -2,6 +2,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstdint>
 
 namespace accuracy {
 namespace {
@@ -45,6 +46,73 @@ Family reciprocal() {
           .hardPoints = {{3}, {0x1p-1024}, {0x1p-128}, {-1}}};
 }
 
+std::vector<Point> joined(std::vector<Point> points, const std::vector<Point>& more) {
+  points.insert(points.end(), more.begin(), more.end());
+  return points;
+}
+
+/// Arguments whose square roots come closest to midpoints between doubles: with n odd, n 2^-53 is a
+/// midpoint in [1, 2), and y = n^2 - c is a double if 2^54 (for y < 2; else 2^55) divides it.
+std::vector<Point> rootsNearMidpoints() {
+  std::vector<Point> points;
+  for (int k = 54; k <= 55; ++k)
+    for (std::int64_t c = -1999; c < 2000; c += 8) { // 1 modulo 8: the squares of odd numbers
+      const auto goal = static_cast<std::uint64_t>(c);
+      std::uint64_t root = 1; // of c, modulo ever higher powers of two
+      for (int bit = 3; bit < k; ++bit)
+        root += ((root * root - goal) >> bit & 1) << (bit - 1);
+      const std::uint64_t half = std::uint64_t{1} << (k - 1);
+      for (const std::uint64_t solution : {root, root + half, -root, half - root}) {
+        const std::uint64_t n = solution % (2 * half);
+        const auto square = static_cast<unsigned __int128>(n) * n - static_cast<__int128>(c);
+        const auto y = static_cast<std::uint64_t>(square >> k);
+        if (n >> 53 == 1 && y >> 52 == 1)
+          points.push_back({std::ldexp(static_cast<double>(y), k - 106)});
+      }
+    }
+  return points;
+}
+
+Family squareRoot() {
+  return {.name = "Sqrt",
+          .references = {unary(mpfr_sqrt)},
+          .regions = {{{1, 4}}, {{DBL_TRUE_MIN, DBL_MAX}}, {{DBL_TRUE_MIN, DBL_MIN}}},
+          .singleRegions = {{{1, 4}}, {{FLT_TRUE_MIN, FLT_MAX}}, {{FLT_TRUE_MIN, FLT_MIN}}},
+          .hardPoints = joined(rootsNearMidpoints(), grid(1, 0x1p-8, 769))};
+}
+
+Family reciprocalSquareRoot() {
+  return {.name = "InvSqrt",
+          .references = {unary(mpfr_rec_sqrt)},
+          .regions = {{{1, 4}}, {{1, 1.05}}, {{DBL_TRUE_MIN, DBL_MAX}}, {{DBL_TRUE_MIN, DBL_MIN}}},
+          .singleRegions = {{{1, 4}}, {{FLT_TRUE_MIN, FLT_MAX}}, {{FLT_TRUE_MIN, FLT_MIN}}},
+          // The ends of the table's intervals; the worst that a long search met.
+          .hardPoints = joined(grid(1, 0x1p-6, 193), {{0x1.0c31a5f6dc54ep+92}})};
+}
+
+Family cubeRoot() {
+  return {.name = "Cbrt",
+          .references = {unary(mpfr_cbrt)},
+          .regions = {{{1, 8}}, {{4.8, 5}}, {{-DBL_MAX, -DBL_TRUE_MIN}}, {{0, DBL_MIN}}},
+          .singleRegions = {{{1, 8}}, {{-FLT_MAX, -FLT_TRUE_MIN}}, {{0, FLT_MIN}}},
+          .hardPoints =
+              joined(grid(1, 0x1p-6, 449), {{0x1.37c1baa209606p+2}, {0x1.1fbb6c9868aacp+2}, {27}})};
+}
+
+Family reciprocalCubeRoot() {
+  return {.name = "InvCbrt",
+          .references = {[](mpfr_ptr r, mpfr_srcptr x, mpfr_srcptr) {
+            mpfr_cbrt(r, x, MPFR_RNDN);
+            mpfr_ui_div(r, 1, r, MPFR_RNDN);
+          }},
+          .regions = {{{1, 8}},
+                      {{1.078125, 1.0782}},
+                      {{-DBL_MAX, -DBL_TRUE_MIN}},
+                      {{DBL_TRUE_MIN, DBL_MIN}}},
+          .singleRegions = {{{1, 8}}, {{-FLT_MAX, -FLT_TRUE_MIN}}, {{FLT_TRUE_MIN, FLT_MIN}}},
+          .hardPoints = joined(grid(1, 0x1p-6, 449), {{0x1.1400462dcda84p+0}, {8}})};
+}
+
 Family exponential() {
   // The ends of the reduction's intervals, (n + 1/2) ln2/64, over the whole range.
   const double step = M_LN2 / 64;
@@ -67,7 +135,9 @@ Family exponential() {
 } // namespace
 
 const std::vector<Family>& families() {
-  static const std::vector<Family> all = {division(), exponential(), reciprocal()};
+  static const std::vector<Family> all = {division(),          exponential(),          reciprocal(),
+                                          squareRoot(),        reciprocalSquareRoot(), cubeRoot(),
+                                          reciprocalCubeRoot()};
   return all;
 }
 
