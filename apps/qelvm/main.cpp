@@ -246,7 +246,7 @@ int main(int count, char** arguments) {
   try {
     return tool::runCommandLine(count, arguments);
   } catch (const std::exception& error) {
-    fmt::print(stderr, "qelvm: {}\n", error.what());
+    fmt::print(stderr, "qelvm: {}\n", tool::printable(error.what()));
     return tool::failed;
   }
 }
