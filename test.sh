@@ -73,6 +73,8 @@ compiler_tests() {
       check "$compiler $level build" build "$directory" -DCMAKE_CXX_COMPILER="$compiler" \
         -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS="$level" -DQELVM_EXPORTS_TESTS_ONLY=ON \
         -DQELVM_TOOL=OFF -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF
+      check "$compiler $level binary" python3 tests/binary/check_binary.py \
+        "$directory/src/libqelvmpx.so.5" .
       check_exports "$compiler $level" "$directory/src/libqelvmpx.so.5" \
         "$directory/tests/library_checks"
     done

@@ -63,7 +63,7 @@ QELVM_INLINE ExpReduced<V> reduceExp(const V& x) {
 
 /// 2^(j/64) rounded to double (A50).
 template <class Export>
-inline constexpr double expPowers[64] = {
+QELVM_TABLE double expPowers[64] = {
 #define QELVM_EXP_POWER(hi, lo) hi,
 #include "explog/exp_powers.inc"
 #undef QELVM_EXP_POWER
@@ -76,7 +76,7 @@ struct PowerPair {
 
 /// 2^(j/64) as hi (1 + lo) (A53 and 32f).
 template <class Export>
-inline constexpr PowerPair expPowerPairs[64] = {
+QELVM_TABLE PowerPair expPowerPairs[64] = {
 #define QELVM_EXP_POWER(hi, lo) {hi, lo},
 #include "explog/exp_powers.inc"
 #undef QELVM_EXP_POWER

@@ -119,8 +119,8 @@ private:
   void elements() {
     begin("elements");
     const std::vector<T> values = specialValues<T>();
-    for (std::size_t length : {1, 2, 3, 4, 5, 7, 8, 9, 16, 17, 40, 1000}) {
-      for (std::size_t start : {0, 1, 5, 50}) {
+    for (std::size_t length : {1u, 2u, 3u, 4u, 5u, 7u, 8u, 9u, 16u, 17u, 40u, 1000u}) {
+      for (std::size_t start : {0u, 1u, 5u, 50u}) {
         Guarded<T> x(length), y(length), r(length), r2(length);
         QelStatus expectedStatus = qelStatusOk;
         std::vector<Outcome<T>> expected;
