@@ -12,10 +12,11 @@ import struct
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
 
-TOOL, STAND_IN = sys.argv[1:3]
+TOOL, STAND_IN = map(os.path.abspath, sys.argv[1:3])
 ADD = ["SinCos_32f_A11", "--library", STAND_IN]  # x + 1 and x - 1
 TIMES = ["Powx_64f_A50", "--library", STAND_IN]  # x times the scalar
 SAME = ["Exp_64f_A50", "--library", STAND_IN]  # x, with the status of number x
@@ -26,6 +27,17 @@ def qelvm(*arguments, stdin=b"", stdout=subprocess.PIPE):
     done = subprocess.run([TOOL, *arguments], input=stdin, stdout=stdout, stderr=subprocess.PIPE,
                           timeout=20)
     return done.returncode, done.stdout, done.stderr.decode()
+
+
+@contextlib.contextmanager
+def running(*arguments, **pipes):
+    """The tool while the test talks to it; killed if that takes too long."""
+    with subprocess.Popen([TOOL, *arguments], bufsize=0, **pipes) as tool:
+        limit = threading.Timer(20, tool.kill)
+        limit.start()
+        yield tool
+        tool.wait()
+        limit.cancel()
 
 
 class ToolTest(unittest.TestCase):
@@ -253,8 +265,7 @@ class Blocks(ToolTest):
             (["--format", "raw"], (struct.pack("<d", 2) + b"\0" * 6, struct.pack("<d", 0.5)),
              (b"\x10\x40", struct.pack("<d", 0.25))),
         ):
-            with subprocess.Popen([TOOL, "apply", INV, *options], stdin=subprocess.PIPE,
-                                  stdout=subprocess.PIPE, bufsize=0) as tool:
+            with running("apply", INV, *options, stdin=subprocess.PIPE, stdout=subprocess.PIPE) as tool:
                 for part, answer in exchange:
                     tool.stdin.write(part)
                     got = b""
@@ -412,8 +423,8 @@ class Destination(ToolTest):
                     (2, None, "qelvm: standard output: cannot write: No space left on device\n"))
 
     def test_closed_pipe(self):
-        with subprocess.Popen([TOOL, "apply", INV], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                              stderr=subprocess.PIPE) as tool:
+        with running("apply", INV, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                     stderr=subprocess.PIPE) as tool:
             tool.stdout.close()
             tool.stdin.write(b"2\n")
             tool.stdin.close()
@@ -429,23 +440,22 @@ class Destination(ToolTest):
         self.assertEqual(self.read("t"), b"2\n")
 
     def test_signal_leaves_nothing(self):
-        with subprocess.Popen([TOOL, "apply", INV, "-o", "new"], stdin=subprocess.PIPE) as tool:
+        with running("apply", INV, "-o", "new", stdin=subprocess.PIPE) as tool:
             deadline = time.monotonic() + 10
             while not os.listdir() and time.monotonic() < deadline:
                 time.sleep(0.01)
             self.assertEqual(len(os.listdir()), 1)
             tool.send_signal(signal.SIGTERM)
-            tool.wait()
         self.assertEqual((tool.returncode, os.listdir()), (-signal.SIGTERM, []))
 
     def test_progress_on_a_terminal_once_the_work_is_long(self):
         with tempfile.TemporaryFile() as output:
             control, terminal = pty.openpty()
-            with subprocess.Popen([TOOL, "apply", INV], stdin=subprocess.PIPE, stdout=output,
-                                  stderr=terminal, bufsize=0) as tool:
+            with running("apply", INV, stdin=subprocess.PIPE, stdout=output, stderr=terminal) as tool:
                 for _ in range(14):
                     tool.stdin.write(b"2\n")
                     time.sleep(0.1)
+                tool.stdin.close()
             os.close(terminal)
             shown = b""
             with contextlib.suppress(OSError), open(control, "rb", buffering=0) as screen:
