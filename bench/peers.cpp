@@ -31,6 +31,12 @@ const std::vector<Peer>& peers() {
       peer("Inv", "1 / x", [](auto x, auto) { return 1 / x; }, {1, 10}),
       peer("InvCbrt", "1 / std::cbrt(x)", [](auto x, auto) { return 1 / std::cbrt(x); }, {1, 1000}),
       peer("InvSqrt", "1 / std::sqrt(x)", [](auto x, auto) { return 1 / std::sqrt(x); }, {1, 1000}),
+      peer("Ln", "std::log(x)", [](auto x, auto) { return std::log(x); }, {0.001, 1000}),
+      peer("Log10", "std::log10(x)", [](auto x, auto) { return std::log10(x); }, {0.001, 1000}),
+      peer("Pow", "std::pow(x, y)", [](auto x, auto y) { return std::pow(x, y); }, {0.1, 10},
+           {-10, 10}),
+      peer("Powx", "std::pow(x, y)", [](auto x, auto y) { return std::pow(x, y); }, {0.1, 10},
+           {2.5, 2.5}),
       peer("Sqrt", "std::sqrt(x)", [](auto x, auto) { return std::sqrt(x); }, {1, 1000}),
   };
   return all;

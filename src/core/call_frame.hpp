@@ -34,7 +34,7 @@ namespace qelvm {
 
 /// The name under which an export reports: empty. Each reporting export has its own.
 template <class Export>
-inline constexpr char nameSlot[1] = {};
+QELVM_TABLE char nameSlot[1] = {};
 
 /// The results of one element (or of N) for the two destinations.
 template <class V>
@@ -198,7 +198,7 @@ struct Elements {
 /// Stores exceptional element i, reports it if its kernel says so, and returns the status of the
 /// call so far. Out of line, so that the loop keeps its registers.
 template <class Export, class Kernel, class T, int S, int D>
-[[gnu::noinline]] QelStatus handleExceptional(Kernel kernel, Arrays<T, S, D> arrays,
+[[gnu::noinline]] QelStatus handleExceptional(const Kernel& kernel, Arrays<T, S, D> arrays,
                                               std::ptrdiff_t i, QelStatus status) {
   const auto handle = [&] {
     return [&]<int... s, int... d>(std::integer_sequence<int, s...>,

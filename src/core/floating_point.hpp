@@ -115,6 +115,16 @@ QELVM_INLINE constexpr auto copySign(const V& value, const S& sign) {
       value, sign);
 }
 
+/// x 2^n by an addition to the exponent field, exact for normal x and a normal result.
+template <class V, class I>
+QELVM_INLINE constexpr V addToExponent(const V& x, const I& n) {
+  return lanewise(
+      [](double v, std::int32_t e) QELVM_ALWAYS_INLINE {
+        return fromBits(bitsOf(v) + (static_cast<std::uint64_t>(e) << 52));
+      },
+      x, n);
+}
+
 /// x = m 2^k with lowest <= m < 2 lowest, for normal positive x.
 template <class V>
 struct SignificandAndExponent {
@@ -123,18 +133,17 @@ struct SignificandAndExponent {
 };
 template <class V>
 QELVM_INLINE constexpr SignificandAndExponent<V> splitExponent(const V& x, double lowest) {
-  const IntegerOf<V> k = lanewise(
-      [=](double v) QELVM_ALWAYS_INLINE {
-        return static_cast<std::int32_t>(static_cast<std::int64_t>(bitsOf(v) - bitsOf(lowest)) >>
-                                         52);
-      },
-      x);
+  const auto aboveLowest =
+      lanewise([=](double v) QELVM_ALWAYS_INLINE { return bitsOf(v) - bitsOf(lowest); }, x);
   return {lanewise(
-              [](double v, std::int32_t e) QELVM_ALWAYS_INLINE {
-                return fromBits(bitsOf(v) - (static_cast<std::uint64_t>(e) << 52));
+              [](double v, std::uint64_t d)
+                  QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) - (d & ~fractionMask<double>)); },
+              x, aboveLowest),
+          lanewise(
+              [](std::uint64_t d) QELVM_ALWAYS_INLINE {
+                return static_cast<std::int32_t>(static_cast<std::int64_t>(d) >> 52);
               },
-              x, k),
-          k};
+              aboveLowest)};
 }
 
 /// The low and the high 32-bit word of a double, as signed integers.
@@ -191,11 +200,15 @@ consteval Table<N> tabulate(double (*rule)(int)) {
 /// Entry `index` of a table of doubles, or one field of row `index` of a table of records.
 template <class I>
 QELVM_INLINE constexpr auto lookUp(const double* table, const I& index) {
-  return lanewise([table](std::int32_t i) QELVM_ALWAYS_INLINE { return table[i]; }, index);
+  return lanewise([table](std::int32_t i)
+                      QELVM_ALWAYS_INLINE { return table[static_cast<std::uint32_t>(i)]; },
+                  index);
 }
 template <class Row, class I>
 QELVM_INLINE constexpr auto lookUp(const Row* table, const I& index, double Row::*field) {
-  return lanewise([=](std::int32_t i) QELVM_ALWAYS_INLINE { return table[i].*field; }, index);
+  return lanewise([=](std::int32_t i)
+                      QELVM_ALWAYS_INLINE { return table[static_cast<std::uint32_t>(i)].*field; },
+                  index);
 }
 
 // ---- polynomials --------------------------------------------------------------------------------

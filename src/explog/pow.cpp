@@ -20,7 +20,7 @@ struct PowKernel {
   static bool isOrdinary(Element x, Element y) {
     return positiveWithin(x, std::numeric_limits<Element>::min(),
                           std::numeric_limits<Element>::infinity()) &&
-           isModerate(y);
+           x != 1 && isModerate(y);
   }
 
   template <class V>

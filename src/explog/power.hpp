@@ -69,21 +69,21 @@ inline Parity parityOf(double y) {
   return (bitsOf(y) & unit) != 0 ? Parity::odd : Parity::even;
 }
 
-/// Outside of this range, y saturates every power of a normal x other than 1, or makes it 1.
+/// Exponents with which no step of the kernel overflows or underflows, whatever the base. Beyond
+/// them every power of a normal base is 1 or saturates.
 template <class T>
 QELVM_INLINE bool isModerate(T y) {
   return magnitudeWithin(y, T{0x1p-72}, T{0x1p64});
 }
 
-/// What the kernel needs of an exponent; Y is one double where all elements have the same.
+/// An exponent prepared for its product; Y is one double where all elements have the same.
 template <class Y>
 struct PowExponent {
   Y y;
   DoubleDoubleOf<Y> split;
-  IntegerOf<Y> field;
 
   QELVM_INLINE explicit PowExponent(const Y& exponent)
-      : y(exponent), split(splitHiLo(y, split26Bits)), field(exponentField(y)) {}
+      : y(exponent), split(splitHiLo(y, split26Bits)) {}
 };
 
 // ---- the kernel ---------------------------------------------------------------------------------
@@ -150,14 +150,15 @@ QELVM_INLINE Log2<V> log2Of(const V& a, std::int32_t scale) {
 /// 2^(y log2 a) = (power + rest) 2^n, significand = fl(power + rest).
 template <class Export, class V>
 struct Power {
-  IntegerOf<V> n;
+  static constexpr double shifter = 0x1.8p45; // rounds to a multiple of 1/128
+
+  V shifted; ///< shifter + y log2 a
   V power;
   V rest;
   V significand;
 
   template <class Y>
   QELVM_INLINE Power(const Log2<V>& log, const PowExponent<Y>& exponent) {
-    constexpr double shifter = 0x1.8p45; // rounds to a multiple of 1/128
     static constexpr double e[] = {0x1.62e42fefa39efp-1, 0x1.ebfbdff82c58fp-3, 0x1.c6b08d704a0cp-5,
                                    0x1.3b2ab6fba4e77p-7, 0x1.5d87fe78a6731p-10}; // (2^r - 1) / r
     const DoubleDoubleOf<V> g = splitHiLo(log.hi, split26Bits);
@@ -165,28 +166,35 @@ struct Power {
     const V product = y.hi * g.hi; // exact
     const V productLo = ((y.lo * g.hi) + ((y.hi * g.lo) + (y.lo * g.lo))) + log.lo * exponent.y;
     const Rounded<V> rounded = roundShifter(product, shifter);
-    const IntegerOf<V> integer = lowWord(rounded.sum);
-    const IntegerOf<V> j = integer & 127;
     const V r = (product - rounded.value) + productLo;
     const V q = r * horner(e, r);
-    n = integer >> 7;
+    const IntegerOf<V> j = lowWord(rounded.sum) & 127;
+    shifted = rounded.sum;
     power = lookUp(powPowers<Export>, j, &DoubleDouble::hi);
     rest = (q * power) + lookUp(powPowers<Export>, j, &DoubleDouble::lo);
     significand = power + rest;
   }
 
-  /// The biased exponent of the result, whatever its size.
-  QELVM_INLINE IntegerOf<V> resultField() const { return n + exponentField(significand); }
-  /// The result, where that exponent is a normal double's.
-  QELVM_INLINE V value() const { return withExponent(resultField(), significand); }
+  QELVM_INLINE IntegerOf<V> n() const { return lowWord(shifted) >> 7; }
 
-  /// The result below the normal range with the sign of s, +-1; raises underflow and inexact.
-  double belowNormal(double s) const {
-    const std::int32_t exponent = resultField() - 1023;
-    const double scale = withExponent(n + 200 + 1023, 1.0);
-    const double unscale = s * twoToMinus200;
+  /// True only where the result is normal: -1021 <= n < 1023 (the significand can round below 1).
+  QELVM_INLINE bool isNormal() const {
+    return allLanes(
+        [](double sum)
+            QELVM_ALWAYS_INLINE { return positiveWithin(sum, shifter - 1021.0, shifter + 1023.0); },
+        shifted);
+  }
+
+  /// The result, where it is normal.
+  QELVM_INLINE V value() const { return addToExponent(significand, n()); }
+
+  /// The result below the normal range, where its exponent is the given one, with the sign of s,
+  /// +-1; raises underflow and inexact.
+  double belowNormal(std::int32_t exponent, double s) const {
     if (exponent < -1084)
       return underflowed() * s;
+    const double scale = withExponent(n() + 200 + 1023, 1.0);
+    const double unscale = s * twoToMinus200;
     if (exponent < -1032)
       return (significand * scale) * unscale + underflowed();
     // The leading 26 bits scale exactly, so the only rounding of the final sum is that of the rest.
@@ -197,41 +205,31 @@ struct Power {
   }
 };
 
-/// True for the sums of the exponents of y and of log2 x, biased twice, below which a power is 1
-/// and from which on it overflows or underflows.
-inline constexpr std::int32_t largestSumOfOne = 0x7C0;
-inline constexpr std::int32_t smallestSaturatedSum = 0x809;
-
-/// a^y for positive normal a and moderate y. Valid where it is a normal double that neither
-/// saturates nor is 1 by the size of y log2 a; the latter includes a = 1.
+/// a^y for positive normal a other than 1 and moderate y; valid where it is well inside the normal
+/// range. Where it is 1 by the smallness of y log2 a, the steps come to 1 by themselves.
 template <class Export, class V, class Y>
 QELVM_INLINE Tentative<V> ordinaryPower(const V& a, const PowExponent<Y>& exponent) {
-  const Log2<V> log = log2Of<Export>(a, 0);
-  const Power<Export, V> power(log, exponent);
-  const bool valid = allLanes(
-      [](std::int32_t sum, std::int32_t field) QELVM_ALWAYS_INLINE {
-        return sum > largestSumOfOne && sum < smallestSaturatedSum && field > 0 && field < 0x7FF;
-      },
-      exponent.field + exponentField(log.leading), power.resultField());
-  return {power.value(), valid};
+  const Power<Export, V> power(log2Of<Export>(a, 0), exponent);
+  return {power.value(), power.isNormal()};
 }
 
-/// x^y for finite x other than zero and 1, finite y other than zero, and the sign s = +-1.
+/// x^y for finite x other than zero and 1, finite y other than zero, and the sign s = +-1. Out of
+/// line, so that its stack is free again when the element is reported.
 template <class Export>
-double generalPower(double x, double y, double s) {
+[[gnu::noinline]] double generalPower(double x, double y, double s) {
   const Prescaled<double> a = prescaleDenormal(magnitude(x), twoTo200, -200);
   const Log2<double> log = log2Of<Export>(a.x, a.adjustment);
-  const std::int32_t sum = exponentField(y) + exponentField(log.leading);
-  if (sum >= smallestSaturatedSum)
+  const std::int32_t size = exponentField(y) + exponentField(log.leading);
+  if (size >= 0x809) // |y log2 x| >= 2048, or nearly
     return (signBit(log.leading) != signBit(y) ? underflowed() : overflowed()) * s;
-  if (sum <= largestSumOfOne)
+  if (size <= 0x7C0) // |y log2 x| < 2^-60
     return (1.0 + atRunTime(std::numeric_limits<double>::min())) * s;
   const Power<Export, double> power(log, PowExponent<double>(y));
-  const std::int32_t field = power.resultField();
-  if (field > 0x7FE)
+  const std::int32_t exponent = power.n() + exponentField(power.significand) - 1023;
+  if (exponent > 1023)
     return overflowed() * s;
-  if (field < 1)
-    return power.belowNormal(s);
+  if (exponent < -1022)
+    return power.belowNormal(exponent, s);
   return power.value() * s;
 }
 

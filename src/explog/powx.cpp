@@ -16,26 +16,25 @@ public:
   explicit PowxKernel(Element power)
       : y_(static_cast<double>(power)),
         parity_(parityOf(y_)),
-        resultSign_(parity_ == Parity::odd ? signMask<double> : 0),
+        resultSign_(parity_ == Parity::odd ? 0x800 : 0),
         relevantBits_(!isModerate(power)              ? 0
                       : parity_ == Parity::notInteger ? ~Bits{0}
                                                       : ~signMask<Element>) {}
 
-  /// Normal and, unless the exponent is an integer, positive. Nothing is ordinary with an exponent
-  /// that is not moderate.
+  /// Normal, not 1 and, unless the exponent is an integer, positive. Nothing is ordinary with an
+  /// exponent that is not moderate.
   bool isOrdinary(Element x) const {
     constexpr Bits lowest = bitsOf(std::numeric_limits<Element>::min());
     constexpr Bits infinity = bitsOf(std::numeric_limits<Element>::infinity());
-    return (bitsOf(x) & relevantBits_) - lowest < infinity - lowest;
+    const Bits base = bitsOf(x) & relevantBits_;
+    return base - lowest < infinity - lowest && base != bitsOf(Element{1});
   }
 
   template <class V>
   QELVM_INLINE Tentative<V> compute(const V& x) const {
     const Tentative<V> power = ordinaryPower<Export>(magnitude(x), PowExponent<double>(y_));
-    const auto addSign = [mask = resultSign_](double value, double base) QELVM_ALWAYS_INLINE {
-      return fromBits(bitsOf(value) | (bitsOf(base) & mask));
-    };
-    return {lanewise(addSign, power.value, x), power.valid};
+    // A power is positive: its sign is set by an addition to the bit above the exponent.
+    return {addToExponent(power.value, (highWord(x) >> 20) & resultSign_), power.valid};
   }
 
   QelStatus exceptional(const Element& base, Element& result) const {
@@ -47,8 +46,8 @@ private:
 
   double y_;
   Parity parity_;
-  std::uint64_t resultSign_; ///< the sign bit, where the result has the base's sign
-  Bits relevantBits_;        ///< the bits of a base that decide whether it is ordinary
+  std::int32_t resultSign_; ///< the bit of the sign above the exponent, where results have it
+  Bits relevantBits_;       ///< the bits of a base that decide whether it is ordinary
 };
 
 } // namespace

@@ -132,11 +132,72 @@ Family exponential() {
           .subnormalA53 = 0.505};
 }
 
+/// Logarithms lose most near one, and where a kernel changes from one reciprocal, or from one
+/// significand range, to the next.
+Family logarithm(const char* name, Reference reference) {
+  std::vector<Point> hard = {{M_SQRT2}, {M_SQRT1_2}, {DBL_MIN}, {FLT_MIN}, {DBL_MAX}, {FLT_MAX}};
+  for (int j = 0; j < 64; ++j)
+    for (int k : {-1000, -100, -2, -1, 0, 1, 100, 1000})
+      hard.push_back({std::ldexp(1 + (j + 0.5) / 64, k)});
+  for (int k = -1074; k < 1024; ++k)
+    hard.push_back({std::ldexp(1, k)});
+  for (double sixteenth = -16; sixteenth <= 16; ++sixteenth)
+    hard.push_back({1 + sixteenth / 512}); // with 5/512 and 3/512, where the series end
+  return {.name = name,
+          .references = {std::move(reference)},
+          .regions = {{{DBL_TRUE_MIN, DBL_MAX}},
+                      {{0.5, 2}},
+                      {{0.98, 1.02}},
+                      {{1 - 0x1p-20, 1 + 0x1p-20}},
+                      {{DBL_TRUE_MIN, DBL_MIN}}},
+          .singleRegions = {{{FLT_TRUE_MIN, FLT_MAX}}, {{0.5, 2}}, {{0.98, 1.02}}},
+          .hardPoints = std::move(hard)};
+}
+
+Family power(const char* name) {
+  std::vector<Point> hard = {{2, 1023.9999999999999}, {2, -1074.5}, {-2, 1023}, {-2, -1073}};
+  for (int k = -1074; k < 1024; ++k)
+    hard.push_back({2, static_cast<double>(k)});
+  for (double n = 3; n < 200; n += 2)
+    for (double y : {2.0, 3.0, 5.0, -1.0, -2.0, 0.5, 1.5}) {
+      hard.push_back({n, y});
+      hard.push_back({n * n, y});
+      hard.push_back({-n, y});
+    }
+  for (double i = 0; i < 32; ++i) // the ends of the first reciprocals' intervals
+    hard.push_back({1 + (i + 0.5) / 32, 700.0 / (i + 1)});
+  return {.name = name,
+          .references = {binary(mpfr_pow)},
+          .regions = {{{0.1, 10}, {-10, 10}},
+                      {{DBL_TRUE_MIN, DBL_MAX}, {-1, 1}},
+                      {{1 - 0x1p-10, 1 + 0x1p-10}, {-700000, 700000}},
+                      {{1 - 0x1p-30, 1 + 0x1p-30}, {-7e11, 7e11}},
+                      {{1.5, 3}, {620, 640}},             // near overflow
+                      {{0x1p-129, 0x1p-128}, {7.9, 8.4}}, // subnormal
+                      {{-100, -1}, {3, 3}},
+                      {{-0x1p-350, -0x1p-364}, {3, 3}}},
+          .singleRegions = {{{0.1, 10}, {-10, 10}},
+                            {{FLT_TRUE_MIN, FLT_MAX}, {-1, 1}},
+                            {{0.99, 1.01}, {-8000, 8000}},
+                            {{1.5, 3}, {75, 80}},
+                            {{0x1p-17, 0x1p-16}, {7.8, 9.2}},
+                            {{-100, -1}, {3, 3}}},
+          .hardPoints = std::move(hard)};
+}
+
 } // namespace
 
 const std::vector<Family>& families() {
-  static const std::vector<Family> all = {division(),          exponential(),          reciprocal(),
-                                          squareRoot(),        reciprocalSquareRoot(), cubeRoot(),
+  static const std::vector<Family> all = {division(),
+                                          exponential(),
+                                          reciprocal(),
+                                          logarithm("Ln", unary(mpfr_log)),
+                                          logarithm("Log10", unary(mpfr_log10)),
+                                          power("Pow"),
+                                          power("Powx"),
+                                          squareRoot(),
+                                          reciprocalSquareRoot(),
+                                          cubeRoot(),
                                           reciprocalCubeRoot()};
   return all;
 }
