@@ -91,8 +91,8 @@ struct ExpShort {
   V significand;
 
   QELVM_INLINE explicit ExpShort(const V& x) {
-    constexpr double p[] = {0x1.fffffffffdbd9p-2, 0x1.5555555557676p-3, 0x1.555573c3184f2p-5,
-                            0x1.111108f38cb59p-7};
+    static constexpr double p[] = {0x1.fffffffffdbd9p-2, 0x1.5555555557676p-3, 0x1.555573c3184f2p-5,
+                                   0x1.111108f38cb59p-7};
     const ExpReduced<V> reduced = reduceExp(x);
     const V& r = reduced.r;
     const V q = (horner(p, r) * r) * r;
@@ -114,8 +114,8 @@ struct ExpLong {
   V rest;
 
   QELVM_INLINE explicit ExpLong(const V& x) {
-    constexpr double q[] = {0x1p-1, 0x1.55555555548f8p-3, 0x1.5555555558fccp-5,
-                            0x1.111123aaf20d3p-7, 0x1.6c16a1c2a3ffdp-10};
+    static constexpr double q[] = {0x1p-1, 0x1.55555555548f8p-3, 0x1.5555555558fccp-5,
+                                   0x1.111123aaf20d3p-7, 0x1.6c16a1c2a3ffdp-10};
     const ExpReduced<V> reduced = reduceExp(x);
     const V& r = reduced.r;
     const V tail = (horner(q, r) * r) * r;
