@@ -6,9 +6,12 @@
  *
  * | class | element | accuracy |
  * |-------|---------|----------|
- * | `32f_A11`, `32f_A21`, `32f_A24` | `float` | one and the same computation in double precision,
- * rounded once | | `64f_A50` | `double` | the faster kernel | | `64f_A53` | `double` | within a few
- * hundredths of an ulp of the correctly rounded result; for most families the same kernel as A50 |
+ * | `32f_A11`, `32f_A21`, `32f_A24` | `float` | computed in double precision, rounded once |
+ * | `64f_A50` | `double` | the faster kernel |
+ * | `64f_A53` | `double` | within hundredths of an ulp of the correctly rounded result |
+ *
+ * The three `float` classes are one and the same computation, and in most families so are the two
+ * `double` classes.
  *
  * @section contract The contract of every vector function
  *
@@ -122,12 +125,13 @@ QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A53(const double* src, double* dst, 
  *
  * | src1 | src2 | result | reported |
  * |------|------|--------|----------|
- * | finite, not zero | zero | infinity, sign = sign of src1 XOR sign of src2 |
- * #qelStatusSingularity | | zero | zero | NaN | #qelStatusSingularity | | infinity or NaN |
- * anything | IEEE quotient, infinity / 0 = infinity among them | nothing | | finite | infinity or
- * NaN | IEEE quotient | nothing | | finite | finite, not zero | IEEE quotient; overflow and
- * underflow only raise their flags | nothing |
+ * | finite, not zero | zero | infinity, of the signs' product | #qelStatusSingularity |
+ * | zero | zero | NaN | #qelStatusSingularity |
+ * | infinity or NaN | anything, zero too | IEEE quotient | nothing |
+ * | finite | infinity or NaN | IEEE quotient | nothing |
+ * | finite | finite, not zero | IEEE quotient | nothing |
  *
+ * Overflow and underflow only raise their flags. Infinity / 0 is infinity, and no pole.
  * 0 / 0 raises the invalid flag (the division) and divide-by-zero (the report).
  *
  * In place: the 64f classes look at `src2[i]` after `dst[i]` is stored. With `dst == src2` they
