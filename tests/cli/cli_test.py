@@ -142,7 +142,8 @@ class Eval(ToolTest):
         for x, y, status, flags in (("0", "0", "Singularity", "invalid divide-by-zero"),
                                     ("1", "0", "Singularity", "divide-by-zero"),
                                     ("1e308", "1e-9", "Ok", "overflow inexact"),
-                                    ("4", "2", "Ok", "none"), ("1", "3", "Ok", "inexact")):
+                                    ("4", "2", "Ok", "none"), ("1", "3", "Ok", "inexact"),
+                                    ("1e-400", "1", "Ok", "none")):  # not what reading it raised
             self.assertEqual(self.rows(DIV, x, "--second", y)[1],
                              f"status of the call: qelStatus{status}\nexception flags: {flags}\n")
         self.assertEqual(self.rows(DIV, "2,4", "--second", "0,4")[0],
@@ -449,18 +450,22 @@ class Destination(ToolTest):
         self.assertEqual((tool.returncode, os.listdir()), (-signal.SIGTERM, []))
 
     def test_progress_on_a_terminal_once_the_work_is_long(self):
-        with tempfile.TemporaryFile() as output:
-            control, terminal = pty.openpty()
-            with running("apply", INV, stdin=subprocess.PIPE, stdout=output, stderr=terminal) as tool:
-                for _ in range(14):
-                    tool.stdin.write(b"2\n")
-                    time.sleep(0.1)
-                tool.stdin.close()
-            os.close(terminal)
-            shown = b""
-            with contextlib.suppress(OSError), open(control, "rb", buffering=0) as screen:
-                while chunk := screen.read(1000):
-                    shown += chunk
+        control, terminal = pty.openpty()
+        quiet = {"stdin": subprocess.PIPE, "stdout": subprocess.DEVNULL}
+        with running("apply", INV, **quiet, stderr=terminal) as tool, \
+                running("apply", INV, **quiet, stderr=subprocess.PIPE) as elsewhere:
+            for _ in range(14):
+                tool.stdin.write(b"2\n")
+                elsewhere.stdin.write(b"2\n")
+                time.sleep(0.1)
+            tool.stdin.close()
+            elsewhere.stdin.close()
+            self.assertEqual(elsewhere.stderr.read(), b"")
+        os.close(terminal)
+        shown = b""
+        with contextlib.suppress(OSError), open(control, "rb", buffering=0) as screen:
+            while chunk := screen.read(1000):
+                shown += chunk
         self.assertIn(b"\r0.0 million elements, ", shown)
         self.assertTrue(shown.endswith(b" \r"), shown)
 
