@@ -243,6 +243,11 @@ def main():
     header = (source / "include/qelvm.h").read_text()
     declared = set(re.findall(r"QELVM_CALL (qel\w+)\(", header))
     checks.expect("header declares the exports", declared ^ set(expected_ordinals(rows)))
+    readme = (source / "README.md").read_text()
+    listed = re.findall(r"^\| `(\w+)` \|.*\| ([\d.]+) \| ([\d.]+) \| ([\d.]+) \|$", readme, re.M)
+    bounds = re.findall(r"^QELVM_FAMILY\((\w+),.* ([\d.]+), ([\d.]+), ([\d.]+)\)",
+                        (source / "src/core/families.inc").read_text(), re.M)
+    checks.expect("README lists the families and their bounds", set(listed) ^ set(bounds))
     names = sorted(f"qels{family}_{c}" for family, *_ in rows for c in CLASSES)
     checks.expect("families in the order of their names", [] if names == [
         f"qels{family}_{c}" for family, *_ in rows for c in CLASSES] else ["not ascending"])

@@ -1,10 +1,11 @@
 // Directed rows from tests/values/*.txt: inputs, results, status and exception flags.
 //
 // A row:  EXPORTS INPUT... = RESULT... STATUS FLAGS
-// EXPORTS is a name or the beginning of several (Exp_64f: both classes). Numbers are decimal or
-// hexadecimal floats, inf, nan, snan; a number is rounded to the element type. STATUS is Ok,
-// Overflow, Underflow, Singularity or Domain; FLAGS those that the call raises from clear, joined
-// by commas, or none. A # begins a comment.
+// EXPORTS is a name or the beginning of several (Exp_64f: both classes), or more of these joined by
+// commas. Numbers are decimal or hexadecimal floats, inf, nan, snan; a number is rounded to the
+// element type. STATUS is Ok, Overflow, Underflow, Singularity or Domain; FLAGS those that the call
+// raises from clear, joined by commas, or none. With in-place at the end of a row, the (first)
+// destination is the last source. A # begins a comment.
 
 #include "checks.hpp"
 
@@ -44,18 +45,29 @@ void parseNumber(std::string_view text, T& number) {
 }
 
 struct Row {
-  std::string exports;
-  std::vector<std::string> inputs, outcomes; // outcomes: results, status, flags
+  std::vector<std::string> exports, inputs, outcomes; // outcomes: results, status, flags
+  bool inPlace = false;
 };
+
+/// The row's name, or beginning of a name, that means this export.
+bool names(const std::string& beginning, const loader::Export& e) {
+  return e.name == beginning || e.name.starts_with(beginning + "_");
+}
 
 Row parseRow(const std::string& line) {
   Row row;
   std::istringstream words(line);
-  words >> row.exports;
+  std::string exports;
+  words >> exports;
+  std::istringstream list(exports);
+  for (std::string name; std::getline(list, name, ',');)
+    row.exports.push_back(name);
   bool after = false;
   for (std::string word; words >> word;) {
     if (word == "=")
       after = true;
+    else if (word == "in-place")
+      row.inPlace = true;
     else
       (after ? row.outcomes : row.inputs).push_back(word);
   }
@@ -107,8 +119,12 @@ void checkRow(const loader::Export& e, const loader::Function& f, const Row& row
   for (std::size_t d = 0; d < destinations; ++d)
     parseNumber(row.outcomes[d], expected[d]);
   std::feclearexcept(FE_ALL_EXCEPT);
-  const QelStatus status = f(loader::Operands<T>{&x, &y, y, &computed[0], &computed[1]}, 1);
+  T* const source = e.sources() == 2 ? &y : &x;
+  T* const destination = row.inPlace ? source : &computed[0];
+  const QelStatus status = f(loader::Operands<T>{&x, &y, y, destination, &computed[1]}, 1);
   const int flags = std::fetestexcept(allFlags);
+  if (row.inPlace)
+    computed[0] = *source;
 
   for (std::size_t d = 0; d < destinations; ++d)
     results.expect(canonicalBits(computed[d]) == canonicalBits(expected[d]),
@@ -131,21 +147,23 @@ void checkValues(const loader::Library& library, const std::string& directory, R
       const Row row = parseRow(line);
       if (row.exports.empty())
         continue;
-      bool known = false;
-      for (const loader::Export& e : loader::exports()) {
-        if (e.name != row.exports && !e.name.starts_with(row.exports + "_"))
-          continue;
-        known = true;
-        ++rowsOfFamily[e.name];
-        results.begin(file.path().filename().string() + ":" + std::to_string(number) + " " +
-                      e.name + " " + row.inputs.front());
-        withElement(e, [&](auto element) {
-          checkRow<decltype(element)>(e, library.function(e), row, results);
-        });
+      for (const std::string& beginning : row.exports) {
+        bool known = false;
+        for (const loader::Export& e : loader::exports()) {
+          if (!names(beginning, e))
+            continue;
+          known = true;
+          ++rowsOfFamily[e.name];
+          results.begin(file.path().filename().string() + ":" + std::to_string(number) + " " +
+                        e.name + " " + row.inputs.front());
+          withElement(e, [&](auto element) {
+            checkRow<decltype(element)>(e, library.function(e), row, results);
+          });
+        }
+        if (!known)
+          throw std::runtime_error(file.path().string() + ":" + std::to_string(number) +
+                                   ": no such export: " + beginning);
       }
-      if (!known)
-        throw std::runtime_error(file.path().string() + ":" + std::to_string(number) +
-                                 ": no such export: " + row.exports);
     }
   }
   for (const loader::Export& e : loader::exports()) {
