@@ -2,30 +2,44 @@
 #include "formats.hpp"
 
 #include <bit>
+#include <cstring>
 #include <type_traits>
 
 namespace tool {
 namespace {
 
-// Written byte by byte, the order does not depend on the processor; where it is the processor's
-// own, compilers make one move of the loops.
-
 template <class T>
 using Bits = std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>;
 
+constexpr bool nativeOrder = std::endian::native == std::endian::little;
+
+/// The elements in `count * sizeof(T)` little-endian bytes.
 template <class T>
-T decoded(const char* bytes) {
-  Bits<T> bits = 0;
-  for (std::size_t k = 0; k < sizeof(T); ++k)
-    bits |= static_cast<Bits<T>>(static_cast<unsigned char>(bytes[k])) << (8 * k);
-  return std::bit_cast<T>(bits);
+void decode(T* values, const char* bytes, std::size_t count) {
+  if constexpr (nativeOrder) {
+    std::memcpy(values, bytes, count * sizeof(T));
+  } else {
+    for (std::size_t i = 0; i < count; ++i) {
+      Bits<T> bits = 0;
+      for (std::size_t k = 0; k < sizeof(T); ++k)
+        bits |= static_cast<Bits<T>>(static_cast<unsigned char>(*bytes++)) << (8 * k);
+      values[i] = std::bit_cast<T>(bits);
+    }
+  }
 }
 
+/// Writes elements as little-endian bytes, each `width` bytes after the one before.
 template <class T>
-void encode(char* bytes, T value) {
-  const auto bits = std::bit_cast<Bits<T>>(value);
-  for (std::size_t k = 0; k < sizeof(T); ++k)
-    bytes[k] = static_cast<char>(bits >> (8 * k));
+void encode(char* bytes, const T* values, std::size_t count, std::size_t width) {
+  if (nativeOrder && width == sizeof(T)) {
+    std::memcpy(bytes, values, count * sizeof(T));
+    return;
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto bits = std::bit_cast<Bits<T>>(values[i]);
+    for (std::size_t k = 0; k < sizeof(T); ++k)
+      bytes[i * width + k] = static_cast<char>(bits >> (8 * k));
+  }
 }
 
 template <class T>
@@ -44,8 +58,7 @@ public:
     if (!bytes)
       return 0;
     const std::size_t count = bytes->size() / sizeof(T);
-    for (std::size_t i = 0; i < count; ++i)
-      columns[0][i] = decoded<T>(bytes->data() + i * sizeof(T));
+    decode(columns[0], bytes->data(), count);
     return count;
   }
 
@@ -66,12 +79,8 @@ public:
   void write(const Columns<const T>& columns, std::size_t count) override {
     const std::size_t width = columns[1] == nullptr ? sizeof(T) : 2 * sizeof(T);
     bytes_.resize(count * width);
-    for (std::size_t k = 0; k * sizeof(T) < width; ++k) {
-      const T* const values = columns[k];
-      char* const first = bytes_.data() + k * sizeof(T);
-      for (std::size_t i = 0; i < count; ++i)
-        encode(first + i * width, values[i]);
-    }
+    for (std::size_t k = 0; k * sizeof(T) < width; ++k)
+      encode(bytes_.data() + k * sizeof(T), columns[k], count, width);
     output_.write({bytes_.data(), bytes_.size()});
   }
 
