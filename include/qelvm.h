@@ -282,7 +282,7 @@ QELVM_API QelStatus QELVM_CALL qelsLn_32f_A21(const float* src, float* dst, int3
 QELVM_API QelStatus QELVM_CALL qelsLn_32f_A24(const float* src, float* dst, int32_t length);
 /** 1.6 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLn_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.51 ulp */
+/** 0.511 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLn_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -307,9 +307,9 @@ QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A11(const float* src, float* dst, i
 QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A24(const float* src, float* dst, int32_t length);
-/** 1.9 ulp */
+/** 2.15 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.52 ulp */
+/** 0.525 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -347,10 +347,10 @@ QELVM_API QelStatus QELVM_CALL qelsPow_32f_A21(const float* src1, const float* s
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPow_32f_A24(const float* src1, const float* src2, float* dst,
                                                int32_t length);
-/** 0.525 ulp */
+/** 0.575 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPow_64f_A50(const double* src1, const double* src2, double* dst,
                                                int32_t length);
-/** 0.525 ulp */
+/** 0.575 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPow_64f_A53(const double* src1, const double* src2, double* dst,
                                                int32_t length);
 /** @} */
@@ -371,10 +371,10 @@ QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A21(const float* src, float power, f
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A24(const float* src, float power, float* dst,
                                                 int32_t length);
-/** 0.525 ulp */
+/** 0.575 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A50(const double* src, double power, double* dst,
                                                 int32_t length);
-/** 0.525 ulp */
+/** 0.575 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A53(const double* src, double power, double* dst,
                                                 int32_t length);
 /** @} */

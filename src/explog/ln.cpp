@@ -1,10 +1,20 @@
 // Natural logarithm.
 //
-// A50: no table; a series in s = f / (2 + f) and a one-word ln 2. The error is largest where
-// k ln 2 and ln m nearly cancel.
-// A53 and 32f: 65 reciprocals with their logarithms, a polynomial of degree 9 on both sides of a
-// reduced argument of at most 2^-7, ln 2 in two words; within 5/512 of one the same polynomial in
-// x - 1.
+// Reduction: x = m 2^k. A50: sqrt(1/2) <= m < sqrt(2), f = m - 1, s = f / (2 + f), |s| <= 0.1716.
+// A53 and 32f: 1 <= m < 2 and u = m r - 1, |u| <= 65 * 2^-13, r the reciprocal of 1 + j/64.
+//
+// Table (A53 and 32f): 65 reciprocals of 11 bits and their logarithms in two words, of which the
+// first, like that of ln 2, is a multiple of 2^-42: they and the leading part of u sum exactly.
+//
+// Polynomial: A50, 7 terms in s^2, off by 2^-59.1 in ln m; the others, degree 9 in u, off by
+// 2^-70.5 (tools/bounds/logarithms.sollya).
+//
+// Ranges (A53 and 32f): within 5/512 of one the same polynomial in x - 1, off by 2^-69.2.
+//
+// Error: A50 is worst where k ln 2, in one word and rounded, is in the binade above the result:
+// below 1.6 ulp, 1.522 seen at 0x1.6c57e7de381a9p+2 in 10^9 arguments. A53 is worst just above
+// 1 + 2^-7: for a result of 2^-7, d d costs 2^-68, the polynomial 2^-69, their product 2^-68,
+// together 0.0098 ulp: below 0.511 ulp, 0.50979 seen at 0x1.020167a83940bp+0.
 
 #include "core/export.hpp"
 #include "explog/logarithm.hpp"

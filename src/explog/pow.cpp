@@ -1,10 +1,23 @@
 // Power.
 //
-// x^y = 2^(y log2 x). log2 x is formed as a double-word through three multiplications by tabulated
-// reciprocals and a polynomial of degree 4, times y exactly but for its last words; 2^ of that
-// through 128 powers in double-word and a polynomial of degree 5. All classes run this kernel.
-// Ordinary elements have a positive normal base and a normal result; negative bases with an integer
-// exponent run the same steps with the sign added at the end.
+// Reduction: x^y = 2^(y log2 x). log2 x is a double-word: the significand goes through three
+// multiplications by reciprocals, to within 2^-16 of L = log2 e cut to 23 bits. y log2 x = n +
+// j/128
+// + r, |r| <= 2^-8, its leading product exact.
+//
+// Table: 33, 33 and 129 reciprocals with their logarithms in two words, the first a multiple of
+// 2^-42; 2^(j/128) in two words.
+//
+// Polynomial: log2(1 + V/L) - V of degree 4, off by 2^-82.1; 2^r - 1 of degree 5, off by 2^-60.4
+// (tools/bounds/logarithms.sollya).
+//
+// Ranges: the ordinary elements have a positive normal base and a normal result; negative bases
+// with an integer exponent run the same steps with the sign added at the end.
+//
+// Error: for nearly every argument the steps cost 0.01 ulp. Where x is 2^-16 from one, though,
+// 2^-82 is 2^-66.3 of log2 x, and with |y log2 x| near 1022 that is 0.056 ulp of the result: below
+// 0.575 ulp, 0.56739 seen at 0x1.00010126121dap+0, -0x1.5ff1a3df890efp+25. Away from there 0.515
+// seen; subnormal results 0.502.
 
 #include "core/export.hpp"
 #include "explog/power.hpp"

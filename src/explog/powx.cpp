@@ -1,5 +1,6 @@
-// Power with one exponent for all elements: the kernel of Pow, the same bits. The exponent is
-// classified once, in the constructor; what the loop needs of it is in masks and limits.
+// Power with one exponent for all elements: the kernel and the bits of Pow (its method and error
+// are described there). The exponent is classified once, in the constructor; what the loop needs of
+// it is in two masks.
 
 #include "core/export.hpp"
 #include "explog/power.hpp"

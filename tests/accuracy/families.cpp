@@ -135,7 +135,16 @@ Family exponential() {
 /// Logarithms lose most near one, and where a kernel changes from one reciprocal, or from one
 /// significand range, to the next.
 Family logarithm(const char* name, Reference reference) {
-  std::vector<Point> hard = {{M_SQRT2}, {M_SQRT1_2}, {DBL_MIN}, {FLT_MIN}, {DBL_MAX}, {FLT_MAX}};
+  std::vector<Point> hard = {{M_SQRT2},
+                             {M_SQRT1_2},
+                             {DBL_MIN},
+                             {FLT_MIN},
+                             {DBL_MAX},
+                             {FLT_MAX}, // and the worst seen
+                             {0x1.6c57e7de381a9p+2},
+                             {0x1.020167a83940bp+0},
+                             {0x1.5557c7f9a16fdp+0},
+                             {0x1.fcf09af016771p-1}};
   for (int j = 0; j < 64; ++j)
     for (int k : {-1000, -100, -2, -1, 0, 1, 100, 1000})
       hard.push_back({std::ldexp(1 + (j + 0.5) / 64, k)});
@@ -155,7 +164,11 @@ Family logarithm(const char* name, Reference reference) {
 }
 
 Family power(const char* name) {
-  std::vector<Point> hard = {{2, 1023.9999999999999}, {2, -1074.5}, {-2, 1023}, {-2, -1073}};
+  std::vector<Point> hard = {{2, 1023.9999999999999},
+                             {2, -1074.5},
+                             {-2, 1023},
+                             {-2, -1073},
+                             {0x1.00010126121dap+0, -0x1.5ff1a3df890efp+25}}; // the worst seen
   for (int k = -1074; k < 1024; ++k)
     hard.push_back({2, static_cast<double>(k)});
   for (double n = 3; n < 200; n += 2)
@@ -172,7 +185,9 @@ Family power(const char* name) {
                       {{DBL_TRUE_MIN, DBL_MAX}, {-1, 1}},
                       {{1 - 0x1p-10, 1 + 0x1p-10}, {-700000, 700000}},
                       {{1 - 0x1p-30, 1 + 0x1p-30}, {-7e11, 7e11}},
-                      {{1.5, 3}, {620, 640}},             // near overflow
+                      {{1.5, 3}, {620, 640}}, // near overflow
+                      {{0x1.0001p+0, 0x1.000104p+0},
+                       {-0x1.61p25, -0x1.5fp25}},         // the end of a reduction
                       {{0x1p-129, 0x1p-128}, {7.9, 8.4}}, // subnormal
                       {{-100, -1}, {3, 3}},
                       {{-0x1p-350, -0x1p-364}, {3, 3}}},
