@@ -195,27 +195,17 @@ struct Elements {
   }
 };
 
-/// Stores exceptional element i, reports it if its kernel says so, and returns the status of the
-/// call so far. Out of line, so that the loop keeps its registers.
-template <class Export, class Kernel, class T, int S, int D>
-[[gnu::noinline]] QelStatus handleExceptional(const Kernel& kernel, Arrays<T, S, D> arrays,
-                                              std::ptrdiff_t i, QelStatus status) {
-  const auto handle = [&] {
-    return [&]<int... s, int... d>(std::integer_sequence<int, s...>,
-                                   std::integer_sequence<int, d...>) {
-      return kernel.exceptional(arrays.source.array[s][i]..., arrays.destination.array[d][i]...);
-    }
-    (Indices<S>{}, Indices<D>{});
-  };
-  if constexpr (std::is_void_v<decltype(handle())>) {
-    handle();
-  } else if (const QelStatus reported = handle(); reported != qelStatusOk) {
-    reportElementError(reported, static_cast<std::int32_t>(i), arrays.source.array[0],
-                       arrays.source.array[S - 1], arrays.destination.array[0],
-                       arrays.destination.array[D - 1], nameSlot<Export>);
-    status = reported;
+/// Stores exceptional element i and returns the status that it reports; void in a family that never
+/// does. Out of line, so that the loop keeps its registers; its stack is free again when the
+/// element is reported.
+template <class Kernel, class T, int S, int D>
+[[gnu::noinline]] auto storeExceptional(const Kernel& kernel, Arrays<T, S, D> arrays,
+                                        std::ptrdiff_t i) {
+  return [&]<int... s, int... d>(std::integer_sequence<int, s...>,
+                                 std::integer_sequence<int, d...>) {
+    return kernel.exceptional(arrays.source.array[s][i]..., arrays.destination.array[d][i]...);
   }
-  return status;
+  (Indices<S>{}, Indices<D>{});
 }
 
 } // namespace frame
@@ -231,7 +221,8 @@ QELVM_INLINE QelStatus call(ArrayList<const T*, S> source, ArrayList<T*, D> dest
 
   constexpr int lanes = Kernel::lanes;
   const Kernel kernel{scalars...};
-  const frame::Elements<Kernel, T, S, D> elements{kernel, {source, destination}};
+  const Arrays<T, S, D> arrays{source, destination};
+  const frame::Elements<Kernel, T, S, D> elements{kernel, arrays};
   QelStatus status = qelStatusOk;
   for (std::ptrdiff_t i = 0; i < length;) {
     if constexpr (lanes > 1) {
@@ -240,8 +231,17 @@ QELVM_INLINE QelStatus call(ArrayList<const T*, S> source, ArrayList<T*, D> dest
         continue;
       }
     }
-    if (!elements.template runOrdinary<1>(i)) [[unlikely]]
-      status = frame::handleExceptional<Export>(kernel, elements.arrays, i, status);
+    if (!elements.template runOrdinary<1>(i)) [[unlikely]] {
+      const auto exceptional = [&] { return frame::storeExceptional(kernel, arrays, i); };
+      if constexpr (std::is_void_v<decltype(exceptional())>) {
+        exceptional();
+      } else if (const QelStatus reported = exceptional(); reported != qelStatusOk) {
+        reportElementError(reported, static_cast<std::int32_t>(i), source.array[0],
+                           source.array[S - 1], destination.array[0], destination.array[D - 1],
+                           nameSlot<Export>);
+        status = reported;
+      }
+    }
     ++i;
   }
   return status;

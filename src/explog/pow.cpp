@@ -28,7 +28,7 @@ namespace {
 template <class Export>
 struct PowKernel {
   using Element = typename Export::Element;
-  static constexpr int lanes = 2;
+  static constexpr int lanes = fewRegisters ? 1 : 2;
 
   static bool isOrdinary(Element x, Element y) {
     return positiveWithin(x, std::numeric_limits<Element>::min(),

@@ -12,7 +12,7 @@ template <class Export>
 class PowxKernel {
 public:
   using Element = typename Export::Element;
-  static constexpr int lanes = 2;
+  static constexpr int lanes = fewRegisters ? 1 : 2;
 
   explicit PowxKernel(Element power)
       : y_(static_cast<double>(power)),
