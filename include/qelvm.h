@@ -331,8 +331,7 @@ QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A53(const double* src, double* dst,
  * | infinite | positive | infinity; negative for -infinity and an odd integer | nothing |
  * | infinite | negative | zero; -0 for -infinity and an odd integer | nothing |
  * | negative | not an integer | NaN | #qelStatusDomain |
- * | otherwise | | the power; infinity where it overflows, subnormal or zero below the normal range
- * | nothing |
+ * | otherwise | | the power, which may be infinite, subnormal or zero | nothing |
  *
  * Overflow and underflow only raise their flags. A zero raised to a negative power raises
  * divide-by-zero and, by its report, invalid.

@@ -30,6 +30,13 @@ struct NaturalSeries {
   }
 };
 
+template <class Export>
+QELVM_TABLE LogarithmRow lnRows[65] = {
+#define QELVM_LN_ROW(r, hi, lo) {r, hi, lo},
+#include "explog/ln_rows.inc"
+#undef QELVM_LN_ROW
+};
+
 struct NaturalTable {
   static constexpr double c = 1.0;
   static constexpr double log2Hi = 0x1.62e42fefa38p-1; // ln 2, 42 bits
@@ -38,11 +45,9 @@ struct NaturalTable {
   static constexpr double nearOne = 0x1.4p-7;    // 5/512
 
   template <class Export>
-  static constexpr LogarithmRow rows[65] = {
-#define QELVM_LN_ROW(r, hi, lo) {r, hi, lo},
-#include "explog/ln_rows.inc"
-#undef QELVM_LN_ROW
-  };
+  static constexpr const LogarithmRow* rows() {
+    return lnRows<Export>;
+  }
 
   /// (ln(1 + u) - u) / u^2
   template <class V>

@@ -32,6 +32,13 @@ struct DecimalSeries {
   }
 };
 
+template <class Export>
+QELVM_TABLE LogarithmRow log10Rows[65] = {
+#define QELVM_LOG10_ROW(r, hi, lo) {r, hi, lo},
+#include "explog/log10_rows.inc"
+#undef QELVM_LOG10_ROW
+};
+
 struct DecimalTable {
   static constexpr double c = 0x1.bcp-2;
   static constexpr double log2Hi = 0x1.34413509f8p-2; // log10 2, 38 bits
@@ -40,11 +47,9 @@ struct DecimalTable {
   static constexpr double nearOne = 0x1.8p-8;    // 3/512
 
   template <class Export>
-  static constexpr LogarithmRow rows[65] = {
-#define QELVM_LOG10_ROW(r, hi, lo) {r, hi, lo},
-#include "explog/log10_rows.inc"
-#undef QELVM_LOG10_ROW
-  };
+  static constexpr const LogarithmRow* rows() {
+    return log10Rows<Export>;
+  }
 
   /// (log10(1 + v/c) - v) / v
   template <class V>

@@ -90,7 +90,7 @@ struct LogarithmRow {
 /// are multiples of one power of two and their sum is exact; everything else goes into one trailing
 /// sum. Near one, where this would cancel, a series in x - 1.
 ///
-/// `Function` has the constants c, log2Hi, log2Lo, splitShifter and nearOne, the table row(j), and
+/// `Function` has the constants c, log2Hi, log2Lo, splitShifter and nearOne, the table rows(), and
 /// two steps: series(d), the logarithm of 1 + d; and trailing(hi, lo, rest), the trailing sum for
 /// u = hi + lo and `rest`, the trailing parts of k log 2 and of the row.
 template <class Export, class Function>
@@ -121,7 +121,7 @@ struct TableLogarithm {
   QELVM_INLINE static V logarithm(const V& x, std::int32_t scale) {
     constexpr double indexShifter =
         0x1.000000000004p46; // 2^46 + 1: the low word is 64 m + 64 there
-    constexpr auto& rows = Function::template rows<Export>;
+    constexpr const LogarithmRow* rows = Function::template rows<Export>();
     const SignificandAndExponent<V> reduced = splitExponent(x, 1.0);
     const V& m = reduced.m;
     const IntegerOf<V> j = lowWord(m + indexShifter) & 0x7F; // 0 to 64

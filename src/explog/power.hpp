@@ -21,21 +21,21 @@ struct PowLogRow {
 #define QELVM_POW_LOG_ROW(r, hi, lo) {r, hi, lo},
 
 template <class Export>
-inline constexpr PowLogRow powLogs1[33] = {
+QELVM_TABLE PowLogRow powLogs1[33] = {
 #define QELVM_POW_LOG_1 QELVM_POW_LOG_ROW
 #include "explog/pow_logs.inc"
 #undef QELVM_POW_LOG_1
 };
 
 template <class Export>
-inline constexpr PowLogRow powLogs2[33] = {
+QELVM_TABLE PowLogRow powLogs2[33] = {
 #define QELVM_POW_LOG_2 QELVM_POW_LOG_ROW
 #include "explog/pow_logs.inc"
 #undef QELVM_POW_LOG_2
 };
 
 template <class Export>
-inline constexpr PowLogRow powLogs3[129] = {
+QELVM_TABLE PowLogRow powLogs3[129] = {
 #define QELVM_POW_LOG_3 QELVM_POW_LOG_ROW
 #include "explog/pow_logs.inc"
 #undef QELVM_POW_LOG_3
@@ -45,7 +45,7 @@ inline constexpr PowLogRow powLogs3[129] = {
 
 /// 2^(j/128)
 template <class Export>
-inline constexpr DoubleDouble powPowers[128] = {
+QELVM_TABLE DoubleDouble powPowers[128] = {
 #define QELVM_POW_POWER(hi, lo) {hi, lo},
 #include "explog/pow_powers.inc"
 #undef QELVM_POW_POWER
