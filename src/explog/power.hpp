@@ -213,10 +213,9 @@ QELVM_INLINE Tentative<V> ordinaryPower(const V& a, const PowExponent<Y>& expone
   return {power.value(), power.isNormal()};
 }
 
-/// x^y for finite x other than zero and 1, finite y other than zero, and the sign s = +-1. Out of
-/// line, so that its stack is free again when the element is reported.
+/// x^y for finite x other than zero and 1, finite y other than zero, and the sign s = +-1.
 template <class Export>
-[[gnu::noinline]] double generalPower(double x, double y, double s) {
+double generalPower(double x, double y, double s) {
   const Prescaled<double> a = prescaleDenormal(magnitude(x), twoTo200, -200);
   const Log2<double> log = log2Of<Export>(a.x, a.adjustment);
   const std::int32_t size = exponentField(y) + exponentField(log.leading);
