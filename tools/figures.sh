@@ -36,5 +36,8 @@ Measured on: ${processor:-unknown processor}, $compiler, $(ldd --version | head 
 
 EOF
   "$build/bench/qelvm_bench"
+  # What is said about the figures stays as it is.
+  printf '\n'
+  sed -n '/^## Where the time goes/,$p' docs/performance.md
 } > docs/performance.md.new
 mv docs/performance.md.new docs/performance.md
