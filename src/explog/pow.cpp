@@ -1,9 +1,8 @@
 // Power.
 //
 // Reduction: x^y = 2^(y log2 x). log2 x is a double-word: the significand goes through three
-// multiplications by reciprocals, to within 2^-16 of L = log2 e cut to 23 bits. y log2 x = n +
-// j/128
-// + r, |r| <= 2^-8, its leading product exact.
+// multiplications by reciprocals, to within 2^-16 of L = log2 e cut to 23 bits. y log2 x is
+// n + j/128 + r, |r| <= 2^-8, its leading product exact.
 //
 // Table: 33, 33 and 129 reciprocals with their logarithms in two words, the first a multiple of
 // 2^-42; 2^(j/128) in two words.
