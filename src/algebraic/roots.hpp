@@ -5,15 +5,8 @@
 #include "core/floating_point.hpp"
 
 #include <cstdint>
-#include <limits>
 
 namespace qelvm {
-
-/// The smallest element that is a normal double once it is widened.
-template <class Element>
-inline constexpr Element smallestWidenedNormal = sizeof(Element) < sizeof(double)
-                                                     ? std::numeric_limits<Element>::denorm_min()
-                                                     : std::numeric_limits<Element>::min();
 
 enum class TableRounding { down, nearest };
 

@@ -165,6 +165,13 @@ QELVM_INLINE constexpr auto toDouble(const I& integer) {
                   integer);
 }
 
+/// The smallest positive element that is a normal double once it is widened: every positive float
+/// is.
+template <class Element>
+inline constexpr Element smallestWidenedNormal = sizeof(Element) < sizeof(double)
+                                                     ? std::numeric_limits<Element>::denorm_min()
+                                                     : std::numeric_limits<Element>::min();
+
 /// True when lowest <= |x| < limit, both positive and finite: one unsigned comparison. The cheap
 /// test of a kernel for its main range.
 template <class T>

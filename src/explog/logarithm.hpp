@@ -4,22 +4,16 @@
 
 #include "core/call_frame.hpp"
 
-#include <algorithm>
 #include <cstdint>
 #include <limits>
 
 namespace qelvm {
 namespace {
 
-/// The smallest positive element that is a normal double: every positive float is one.
-template <class Element>
-inline constexpr Element lowestNormal =
-    static_cast<Element>(std::max(static_cast<double>(std::numeric_limits<Element>::denorm_min()),
-                                  std::numeric_limits<double>::min()));
-
 template <class Element>
 QELVM_INLINE bool isPositiveNormal(Element x) {
-  return positiveWithin(x, lowestNormal<Element>, std::numeric_limits<Element>::infinity());
+  return positiveWithin(x, smallestWidenedNormal<Element>,
+                        std::numeric_limits<Element>::infinity());
 }
 
 /// Everything else, for a kernel whose logarithm(x, k) is the logarithm of x 2^k.
