@@ -1,0 +1,33 @@
+// The rows of a table of 2^(j/count), hi rounded to double and lo the rest of it.
+#pragma once
+
+#include "mpfr_real.hpp"
+
+#include <cmath>
+#include <cstdio>
+#include <string>
+
+struct PowerRows {
+  std::string text;
+  double log2Error; ///< of the worst row
+};
+
+/// One line MACRO(hi, lo) for each j. lo(power, hi) is the exact rest before it is rounded to
+/// double, error(power, hi, lo) what is then missing.
+template <class Lo, class Error>
+PowerRows powerRows(const char* macro, int count, Lo lo, Error error) {
+  std::string text;
+  Real worst;
+  for (int j = 0; j < count; ++j) {
+    const Real power = Real::apply(mpfr_exp2, Real(j) / Real(count));
+    const double hi = power.toDouble();
+    const double rest = lo(power, Real(hi)).toDouble();
+    const Real missing = Real::apply(mpfr_abs, error(power, Real(hi), Real(rest)));
+    if (mpfr_cmp(missing.get(), worst.get()) > 0)
+      worst = missing;
+    char row[128];
+    std::snprintf(row, sizeof row, "%s(%a, %a) // %d: %.17g\n", macro, hi, rest, j, hi);
+    text += row;
+  }
+  return {text, std::log2(worst.toDouble())};
+}
