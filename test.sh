@@ -2,7 +2,8 @@
 # Builds and runs the tests. The last line is 'N passed, N failed, N skipped'.
 #   ./test.sh                what this machine can run, in about two minutes
 #   ./test.sh -L values      one layer (any option of ctest)
-#   ./test.sh --platforms    also other compilers and levels, and the Windows library under Wine
+#   ./test.sh --platforms    also other compilers and levels, the Windows library under Wine, and
+#                            other processors under QEMU; ends with a table of the platforms
 set -euo pipefail
 cd "$(dirname "$(readlink -f "$0")")"
 . tools/setup.sh
@@ -27,22 +28,66 @@ check() {
   if "$@" > "$log" 2>&1; then
     passed=$((passed + 1))
     printf 'passed  %s: %s\n' "$name" "$(tail -n 1 "$log" | tr -d '\r')"
+    rm -f "$log"
   else
     failed=$((failed + 1))
     printf 'FAILED  %s\n' "$name"
     tail -n 60 "$log"
+    rm -f "$log"
+    return 1
   fi
-  rm -f "$log"
 }
 
-# The three layers that go through the exports alone. RUNNER is a command prefix, such as wine.
-# check_exports PLATFORM LIBRARY CHECKS [RUNNER...]
-check_exports() {
-  local platform=$1 library=$2 checks=$3
-  shift 3
-  check "$platform frame" "$@" "$checks" "$library" frame
-  check "$platform values" "$@" "$checks" "$library" values tests/values
-  check "$platform golden" "$@" "$checks" "$library" golden tests/golden/hashes.txt
+# What became of every layer on every platform, for the table at the end.
+layers=(build binary frame values golden)
+rows=()
+declare -A outcome
+
+# layer PLATFORM LAYER COMMAND...: one layer's check on one platform.
+layer() {
+  local platform=$1 layer=$2
+  shift 2
+  [ "$layer" != build ] || rows+=("$platform")
+  outcome[$platform $layer]=FAILED
+  check "$platform $layer" "$@" && outcome[$platform $layer]=passed
+}
+
+skip_platform() {
+  rows+=("$1")
+  outcome[$1 build]="skipped: $2"
+  skip "$1" "$2"
+}
+
+print_table() {
+  local platform layer
+  printf '%-16s' platform "${layers[@]}"
+  printf '\n'
+  for platform in "${rows[@]}"; do
+    printf '%-16s' "$platform"
+    for layer in "${layers[@]}"; do
+      printf '%-16s' "${outcome[$platform $layer]-}"
+    done
+    printf '\n'
+  done
+}
+
+# A platform: built, taken apart, and run through the exports alone. RUNNER is a command prefix, such
+# as wine.
+# check_platform PLATFORM DIRECTORY LIBRARY CHECKS TOOL_PREFIX [RUNNER...] -- CMAKE_OPTIONS...
+check_platform() {
+  local platform=$1 directory=$2 library=$2/$3 checks=$2/$4 prefix=$5 runner=()
+  shift 5
+  while [ "$1" != -- ]; do
+    runner+=("$1")
+    shift
+  done
+  shift
+  layer "$platform" build build "$directory" -DQELVM_EXPORTS_TESTS_ONLY=ON -DQELVM_TOOL=OFF \
+    -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF "$@" || return 0
+  layer "$platform" binary python3 tests/binary/check_binary.py "$library" . "$prefix" || true
+  layer "$platform" frame "${runner[@]}" "$checks" "$library" frame || true
+  layer "$platform" values "${runner[@]}" "$checks" "$library" values tests/values || true
+  layer "$platform" golden "${runner[@]}" "$checks" "$library" golden tests/golden/hashes.txt || true
 }
 
 base_tests() {
@@ -62,50 +107,73 @@ base_tests() {
 
 # Other compilers and optimisation levels: the same hashes.
 compiler_tests() {
-  local compiler level directory
+  local compiler level
   for compiler in g++ clang++; do
     if ! command -v "$compiler" > /dev/null && ! require_packages "${clang_packages[@]}"; then
-      skip "$compiler" "cannot be installed"
+      skip_platform "$compiler" "cannot be installed"
       continue
     fi
     for level in -O0 -O1 -O2 -O3; do
-      directory=build/$compiler$level
-      check "$compiler $level build" build "$directory" -DCMAKE_CXX_COMPILER="$compiler" \
-        -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS="$level" -DQELVM_EXPORTS_TESTS_ONLY=ON \
-        -DQELVM_TOOL=OFF -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF
-      check "$compiler $level binary" python3 tests/binary/check_binary.py \
-        "$directory/src/libqelvmpx.so.5" .
-      check_exports "$compiler $level" "$directory/src/libqelvmpx.so.5" \
-        "$directory/tests/library_checks"
+      check_platform "$compiler $level" "build/$compiler$level" src/libqelvmpx.so.5 \
+        tests/library_checks "" -- -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=None \
+        -DCMAKE_CXX_FLAGS="$level"
     done
   done
 }
 
 windows_tests() {
   if ! require_packages "${build_packages[@]}" "${windows_packages[@]}"; then
-    skip "Windows" "no cross compiler"
+    skip_platform Windows "no cross compiler"
+    return
+  fi
+  if ! require_packages "${wine_packages[@]}"; then
+    skip_platform Windows "no Wine"
     return
   fi
   local directory=build/windows
-  check "Windows build" build "$directory" --toolchain cmake/mingw-i686.cmake
-  check "Windows binary" python3 tests/binary/check_binary.py "$directory/src/qelvmpx.dll" . \
-    i686-w64-mingw32-
-  if ! require_packages "${wine_packages[@]}"; then
-    skip "Windows library" "no Wine"
-    return
-  fi
   export WINEPREFIX=$PWD/build/wine WINEARCH=win32 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
-  check "Wine" wineboot --init
-  check_exports "Windows" "$directory/src/qelvmpx.dll" "$directory/tests/library_checks.exe" wine
+  check Wine wineboot --init || true
+  check_platform Windows "$directory" src/qelvmpx.dll tests/library_checks.exe i686-w64-mingw32- \
+    wine -- --toolchain cmake/mingw-i686.cmake -DQELVM_EXAMPLES=ON
   export WINEPATH=$PWD/$directory/src # where programs find the DLL
   check "Windows example" wine "$directory/examples/misra1a/misra1a.exe" \
-    examples/misra1a/misra1a.dat
+    examples/misra1a/misra1a.dat || true
+}
+
+# foreign_tests PROCESSOR TRIPLE PACKAGE RUNNER...: Linux on another processor.
+foreign_tests() {
+  local processor=$1 triple=$2 package=$3
+  shift 3
+  if ! require_packages "${build_packages[@]}" "$package" "${emulator_packages[@]}"; then
+    skip_platform "$processor" "no cross compiler or emulator"
+    return
+  fi
+  check_platform "$processor" "build/$processor" src/libqelvmpx.so.5 tests/library_checks \
+    "$triple-" "$@" -- -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR="$processor" \
+    -DCMAKE_C_COMPILER="$triple-gcc" -DCMAKE_CXX_COMPILER="$triple-g++"
+}
+
+processor_tests() {
+  local i686=/usr/i686-linux-gnu/lib
+  foreign_tests i686 i686-linux-gnu g++-i686-linux-gnu $i686/ld-linux.so.2 --library-path $i686
+  local processor triple
+  while read -r processor triple; do
+    foreign_tests "$processor" "$triple" "g++-$triple" \
+      "qemu-$processor" -L "/usr/$triple"
+  done << 'END'
+aarch64 aarch64-linux-gnu
+riscv64 riscv64-linux-gnu
+ppc64le powerpc64le-linux-gnu
+s390x s390x-linux-gnu
+END
 }
 
 base_tests "$@"
 if $platforms; then
   compiler_tests
   windows_tests
+  processor_tests
+  print_table
 fi
 printf '%d passed, %d failed, %d skipped\n' "$passed" "$failed" "$skipped"
 [ "$failed" -eq 0 ]

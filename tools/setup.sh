@@ -6,6 +6,7 @@ test_packages=(libgtest-dev libbenchmark-dev libmpfr-dev pkg-config binutils pyt
 windows_packages=(g++-mingw-w64-i686-win32 llvm)
 wine_packages=(wine wine32:i386)
 clang_packages=(clang)
+emulator_packages=(qemu-user)
 
 say() { printf '== %s\n' "$*"; }
 
