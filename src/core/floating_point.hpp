@@ -49,7 +49,19 @@ QELVM_INLINE constexpr std::uint64_t bitsOf(double x) {
 QELVM_INLINE constexpr std::uint32_t bitsOf(float x) {
   return std::bit_cast<std::uint32_t>(x);
 }
+/// The double of a pattern. 32-bit x86 holds the pattern in two registers; stored as words and
+/// loaded as a double it would wait for the stores, so there the words go into the vector register
+/// directly.
 QELVM_INLINE constexpr double fromBits(std::uint64_t bits) {
+#ifdef __i386__
+  if (!std::is_constant_evaluated()) {
+    using Words [[gnu::vector_size(16)]] = std::int32_t;
+    using Doubles [[gnu::vector_size(16)]] = double;
+    const Words words = {static_cast<std::int32_t>(bits), static_cast<std::int32_t>(bits >> 32), 0,
+                         0};
+    return reinterpret_cast<Doubles>(words)[0];
+  }
+#endif
   return std::bit_cast<double>(bits);
 }
 
