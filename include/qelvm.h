@@ -92,6 +92,143 @@ typedef struct QelLibVersion {
 } QelLibVersion;
 
 /**
+ * @defgroup acos Acos: arccosine
+ *
+ * `dst[i]` = arccosine of `src[i]`, from 0 to pi.
+ * 
+ * An infinite argument is told from a NaN after its result is stored: in place (`dst` the same array
+ * as `src`) infinities give NaN without a report.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | infinity | NaN | #qelStatusDomain |
+ * | beyond [-1, 1] | NaN | #qelStatusDomain |
+ * | 1 | +0 | nothing |
+ * | otherwise | the arccosine | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.505 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAcos_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.505 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAcos_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup acosh Acosh: inverse hyperbolic cosine
+ *
+ * `dst[i]` = inverse hyperbolic cosine of `src[i]`, never negative.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | +infinity | +infinity | nothing |
+ * | below 1, -infinity included | NaN | #qelStatusDomain |
+ * | 1 | +0 | nothing |
+ * | otherwise | the inverse hyperbolic cosine | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAcosh_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAcosh_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAcosh_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.515 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAcosh_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.515 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAcosh_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup asin Asin: arcsine
+ *
+ * `dst[i]` = arcsine of `src[i]`, from -pi/2 to pi/2; the result for -x is exactly minus the result for
+ * x.
+ * 
+ * An infinite argument is told from a NaN after its result is stored: in place (`dst` the same array
+ * as `src`) infinities give NaN without a report.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | infinity | NaN | #qelStatusDomain |
+ * | beyond [-1, 1] | NaN | #qelStatusDomain |
+ * | magnitude up to 2^-53 | the argument | nothing |
+ * | otherwise | the arcsine | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAsin_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAsin_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAsin_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.505 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAsin_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.505 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAsin_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup asinh Asinh: inverse hyperbolic sine
+ *
+ * `dst[i]` = inverse hyperbolic sine of `src[i]`; the result for -x is exactly minus the result for x.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | infinity | the argument | nothing |
+ * | magnitude below 2^-57 | the argument | nothing |
+ * | otherwise | the inverse hyperbolic sine | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAsinh_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAsinh_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAsinh_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.515 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAsinh_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.515 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAsinh_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup atanh Atanh: inverse hyperbolic tangent
+ *
+ * `dst[i]` = inverse hyperbolic tangent of `src[i]`; the result for -x is exactly minus the result for
+ * x.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | 1, -1 | the infinity of its sign | #qelStatusSingularity |
+ * | beyond [-1, 1], infinities included | NaN | #qelStatusDomain |
+ * | magnitude below 2^-57 | the argument | nothing |
+ * | otherwise | the inverse hyperbolic tangent | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtanh_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtanh_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtanh_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.508 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtanh_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.508 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtanh_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
  * @defgroup cbrt Cbrt: cube root
  *
  * `dst[i]` = the real cube root of `src[i]`, of the same sign. Never reports: every valid call

@@ -115,14 +115,34 @@ QELVM_INLINE constexpr auto withExponent(const I& field, const V& pattern) {
 /// |x|, and `value` with the sign of `sign`, by their bits alone.
 template <class V>
 QELVM_INLINE constexpr auto magnitude(const V& x) {
-  return lanewise(
-      [](double v) QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) & ~signMask<double>); }, x);
+  return lanewise([]<class T>(T v)
+                      QELVM_ALWAYS_INLINE { return std::bit_cast<T>(bitsOf(v) & ~signMask<T>); },
+                  x);
 }
 template <class V, class S>
 QELVM_INLINE constexpr auto copySign(const V& value, const S& sign) {
   return lanewise(
+      []<class T>(T v, T s) QELVM_ALWAYS_INLINE {
+        return std::bit_cast<T>((bitsOf(v) & ~signMask<T>) | (bitsOf(s) & signMask<T>));
+      },
+      value, sign);
+}
+
+/// `value`, negated where `sign` is negative.
+template <class V, class S>
+QELVM_INLINE constexpr auto flipSign(const V& value, const S& sign) {
+  return lanewise(
+      [](double v, double s)
+          QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) ^ (bitsOf(s) & signMask<double>)); },
+      value, sign);
+}
+/// `value` where `sign` is negative, else +0.
+template <class V, class S>
+QELVM_INLINE constexpr auto whereNegative(const V& value, const S& sign) {
+  return lanewise(
       [](double v, double s) QELVM_ALWAYS_INLINE {
-        return fromBits((bitsOf(v) & ~signMask<double>) | (bitsOf(s) & signMask<double>));
+        const auto mask = static_cast<std::uint64_t>(static_cast<std::int64_t>(bitsOf(s)) >> 63);
+        return fromBits(bitsOf(v) & mask);
       },
       value, sign);
 }
@@ -267,21 +287,23 @@ QELVM_INLINE constexpr DoubleDoubleOf<V> splitHiLo(const V& x, double splitter) 
   return {hi, x - hi};
 }
 
-/// hi = fl(a + b) and lo its error, hi + lo = a + b exactly, for |a| >= |b|.
-template <class V>
-QELVM_INLINE constexpr DoubleDoubleOf<V> fastTwoSum(const V& a, const V& b) {
+/// hi = fl(a + b) and lo its error, hi + lo = a + b exactly, for |a| >= |b|. Here and below one of
+/// the two may be a constant, the same for every lane.
+template <class A, class B>
+QELVM_INLINE constexpr auto fastTwoSum(const A& a, const B& b) {
+  using V = decltype(a + b);
   const V s = a + b;
-  return {s, b + (a - s)};
+  return DoubleDoubleOf<V>{s, b + (a - s)};
 }
 
-/// hi = fl(a + b) and lo its error, hi + lo = a + b exactly, in either order of magnitude. `a` may
-/// be one constant for every lane.
-template <class A, class V>
-QELVM_INLINE constexpr DoubleDoubleOf<V> twoSum(const A& a, const V& b) {
+/// hi = fl(a + b) and lo its error, hi + lo = a + b exactly, in either order of magnitude.
+template <class A, class B>
+QELVM_INLINE constexpr auto twoSum(const A& a, const B& b) {
+  using V = decltype(a + b);
   const V s = a + b;
   const V d = a - s;
   const V w = s + d;
-  return {s, (b + d) + (a - w)};
+  return DoubleDoubleOf<V>{s, (b + d) + (a - w)};
 }
 
 // ---- rounding by a shifter ----------------------------------------------------------------------
@@ -390,6 +412,14 @@ QELVM_INLINE double dividedByZero(double x) { // x / +0; divide-by-zero
 }
 QELVM_INLINE double invalid() { // the default NaN; invalid
   return dividedByZero(atRunTime(0.0));
+}
+
+/// x itself, for |x| at most half the type's epsilon; inexact unless x is zero, and underflow where
+/// x is subnormal in T.
+template <class T>
+QELVM_INLINE T unchangedButInexact(T x) {
+  const T a = magnitude(x);
+  return copySign(exponentField(x) == 0 ? a + a * a : a * (T{1} + a), x);
 }
 
 } // namespace qelvm

@@ -30,37 +30,8 @@ struct NaturalSeries {
   }
 };
 
-template <class Export>
-QELVM_TABLE LogarithmRow lnRows[65] = {
-#define QELVM_LN_ROW(r, hi, lo) {r, hi, lo},
-#include "explog/ln_rows.inc"
-#undef QELVM_LN_ROW
-};
-
-struct NaturalTable {
-  static constexpr double c = 1.0;
-  static constexpr double log2Hi = 0x1.62e42fefa38p-1; // ln 2, 42 bits
-  static constexpr double log2Lo = 0x1.ef35793c7673p-45;
-  static constexpr double splitShifter = 0x1p21; // to a multiple of 2^-31: 32 bits
-  static constexpr double nearOne = 0x1.4p-7;    // 5/512
-
-  template <class Export>
-  static constexpr const LogarithmRow* rows() {
-    return lnRows<Export>;
-  }
-
-  /// (ln(1 + u) - u) / u^2
-  template <class V>
-  QELVM_INLINE static V polynomial(const V& u) {
-    static constexpr double p[] = {-0x1p-1,
-                                   0x1.5555555555613p-2,
-                                   -0x1.0000000000262p-2,
-                                   0x1.9999997b36c81p-3,
-                                   -0x1.555555228b38fp-3,
-                                   0x1.249c02481059dp-3,
-                                   -0x1.000b405a2836dp-3};
-    return horner(p, u);
-  }
+struct NaturalTable : NaturalLogarithm {
+  static constexpr double nearOne = 0x1.4p-7; // 5/512
 
   template <class V>
   QELVM_INLINE static V series(const V& d) {

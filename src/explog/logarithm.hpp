@@ -3,6 +3,7 @@
 #pragma once
 
 #include "core/call_frame.hpp"
+#include "explog/table_logarithm.hpp"
 
 #include <cstdint>
 #include <limits>
@@ -71,22 +72,10 @@ struct SeriesLogarithm {
   }
 };
 
-/// One row of a table of logarithms. `reciprocal` is short, so that its product with the leading
-/// part of a significand is exact; logHi and logLo are minus its logarithm, logHi short too.
-struct LogarithmRow {
-  double reciprocal;
-  double logHi;
-  double logLo;
-};
-
-/// A53 and 32f: x = m 2^k, 1 <= m < 2, j = 64 (m - 1) to the nearest integer, u = m r_j - c small:
-/// log x = (k log 2 + log(1/r_j)) + log(1 + u/c). The leading parts of k log 2, of the row and of u
-/// are multiples of one power of two and their sum is exact; everything else goes into one trailing
-/// sum. Near one, where this would cancel, a series in x - 1.
+/// A53 and 32f: the table, and near one, where its sum would cancel, a series in x - 1.
 ///
-/// `Function` has the constants c, log2Hi, log2Lo, splitShifter and nearOne, the table rows(), and
-/// two steps: series(d), the logarithm of 1 + d; and trailing(hi, lo, rest), the trailing sum for
-/// u = hi + lo and `rest`, the trailing parts of k log 2 and of the row.
+/// `Function` has what LogarithmSum needs; nearOne; and two steps: series(d), the logarithm of 1 +
+/// d; and trailing(hi, lo, rest), the sum of everything but the leading parts.
 template <class Export, class Function>
 struct TableLogarithm {
   using Element = typename Export::Element;
@@ -113,21 +102,9 @@ struct TableLogarithm {
 
   template <class V>
   QELVM_INLINE static V logarithm(const V& x, std::int32_t scale) {
-    constexpr double indexShifter =
-        0x1.000000000004p46; // 2^46 + 1: the low word is 64 m + 64 there
-    constexpr const LogarithmRow* rows = Function::template rows<Export>();
     const SignificandAndExponent<V> reduced = splitExponent(x, 1.0);
-    const V& m = reduced.m;
-    const IntegerOf<V> j = lowWord(m + indexShifter) & 0x7F; // 0 to 64
-    const V mHi = roundShifter(m, Function::splitShifter).value;
-    const V mLo = m - mHi;
-    const V r = lookUp(rows, j, &LogarithmRow::reciprocal);
-    const V uHi = mHi * r - Function::c;
-    const V uLo = mLo * r;
-    const V k = toDouble(reduced.k + scale);
-    const V leading = (k * Function::log2Hi + lookUp(rows, j, &LogarithmRow::logHi)) + uHi;
-    const V rest = k * Function::log2Lo + lookUp(rows, j, &LogarithmRow::logLo);
-    return leading + Function::trailing(uHi, uLo, rest);
+    const LogarithmSum<V> sum = reduceLogarithm<Export, Function>(reduced.m, reduced.k + scale);
+    return sum.leading + Function::trailing(sum.uHi, sum.uLo, sum.rest);
   }
 
   static QelStatus exceptional(const Element& x, Element& result) {

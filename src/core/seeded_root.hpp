@@ -1,0 +1,50 @@
+// The square root as a stage of other kernels: as an unevaluated sum, of a double or of such a sum.
+//
+// Reduction: u = w 2^(2 half), 1 <= w < 4.
+//
+// Table: g = 1/sqrt(w) to 11 bits at 257 points of either binade, the nearest of them:
+// |g^2 w - 1| < 2^-7.9. g^2 times the leading 31 bits of w is exact.
+//
+// Polynomial: sqrt(w) = w g (1 + d)^(-1/2) with d = g^2 w - 1; the binomial series up to d^7 leaves
+// less than 2^-65.5 of the root.
+#pragma once
+
+#include "core/floating_point.hpp"
+#include "core/inverse_root.hpp"
+
+namespace qelvm {
+
+/// For w = 1 + i/256 up to 2, then for every second of them up to 4.
+constexpr double rootSeed(int i) {
+  return inverseRoot(2, i <= 256 ? 256 + i : 2 * i, 256, 11, TableRounding::nearest);
+}
+
+template <class Export>
+QELVM_TABLE auto rootSeeds = tabulate<513>(rootSeed);
+
+/// hi + lo = sqrt(u + rest) for a positive normal u; `rest` is absent or one small summand. hi is a
+/// product of a 31-bit and an 11-bit number.
+template <class Export, class V, class... Rest>
+QELVM_INLINE DoubleDoubleOf<V> seededRoot(const V& u, const Rest&... rest) {
+  static constexpr double binomial[] = {-0x1p-1,    0x1.8p-2,  -0x1.4p-2, 0x1.18p-2,
+                                        -0x1.f8p-3, 0x1.cep-3, -0x1.adp-3};
+  constexpr double indexShifter = 0x1.00000000001p44; // 2^44 + 1: its last place is 1/256
+  const IntegerOf<V> exponent = exponentField(u) - 1023;
+  const IntegerOf<V> odd = exponent & 1;
+  const IntegerOf<V> half = exponent >> 1;
+  const V y = withExponent(1023, u);
+  const V w = withExponent(odd + 1023, u);
+  const IntegerOf<V> nearest = lowWord(y + indexShifter) & 0x1FF; // 256 (y - 1): 0 to 256
+  const V g = lookUp(rootSeeds<Export>.entry, (odd << 8) + nearest);
+
+  const DoubleDoubleOf<V> part = splitHiLo(w, split31Bits);
+  const V wLo = (part.lo + ... + (rest * withExponent(1023 - (half << 1), 1.0)));
+  const V wFull = (w + ... + (rest * withExponent(1023 - (half << 1), 1.0)));
+  const V square = g * g;
+  const V d = (part.hi * square - 1.0) + square * wLo;
+  const V p = d * horner(binomial, d);
+  const V scale = withExponent(half + 1023, 1.0);
+  return {(part.hi * g) * scale, (wLo * g + wFull * (g * p)) * scale};
+}
+
+} // namespace qelvm

@@ -1,0 +1,64 @@
+// Inverse hyperbolic cosine.
+#include "core/export.hpp"
+#include "hyperbolic/inverse.hpp"
+
+#include <limits>
+
+namespace qelvm {
+namespace {
+
+template <class Export>
+struct InverseCosine {
+  using Element = typename Export::Element;
+  static constexpr int lanes = 2;
+
+  static bool isOrdinary(Element x) { return positiveWithin(x, Element{1.0625}, Element{0x1p28}); }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const DoubleDoubleOf<V> part = splitHiLo(x, split26Bits);
+    const V squareHi = part.hi * part.hi - 1.0;
+    const V squareLo = (x + part.hi) * part.lo;
+    return logarithmOfSumWithRoot<Export>(x, fastTwoSum(squareHi, squareLo));
+  }
+
+  static bool isInSecondRange(Element x) {
+    return positiveWithin(x, 1 + std::numeric_limits<Element>::epsilon(), Element{1.0625});
+  }
+
+  template <class V>
+  QELVM_INLINE static V computeSecondRange(const V& x) {
+    static constexpr double q[] = {-0x1.5555555555555p-4,  0x1.3333333333147p-6,
+                                   -0x1.6db6db6d6156fp-8,  0x1.f1c71bfecd52dp-10,
+                                   -0x1.6e8b7818c0c1dp-11, 0x1.1c45756012e6ap-12,
+                                   -0x1.c73d6f559c80fp-14, 0x1.50e16464bfb1bp-15};
+    const V t = x - 1.0;
+    const DoubleDoubleOf<V> root = seededRoot<Export>(2.0 * t);
+    const V series = t * horner(q, t);
+    return root.hi + (series * (root.hi + root.lo) + root.lo);
+  }
+
+  static QelStatus exceptional(const Element& source, Element& result) {
+    const Element x = source;
+    if (isInfiniteOrNan(x) && !(signBit(x) && fractionIsZero(x))) {
+      result = x + x;
+      return qelStatusOk;
+    }
+    if (x < 1) {
+      result = static_cast<Element>(invalid());
+      return qelStatusDomain;
+    }
+    result = x == 1 ? Element{0}
+                    : static_cast<Element>(logarithmOfTwice<Export>(static_cast<double>(x)));
+    return qelStatusOk;
+  }
+};
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(Acosh, 32f, A11, qelvm::InverseCosine)
+QELVM_ONE_SOURCE(Acosh, 32f, A21, qelvm::InverseCosine)
+QELVM_ONE_SOURCE(Acosh, 32f, A24, qelvm::InverseCosine)
+QELVM_ONE_SOURCE(Acosh, 64f, A50, qelvm::InverseCosine)
+QELVM_ONE_SOURCE(Acosh, 64f, A53, qelvm::InverseCosine)

@@ -1,0 +1,57 @@
+// Inverse hyperbolic sine.
+#include "core/export.hpp"
+#include "hyperbolic/inverse.hpp"
+
+namespace qelvm {
+namespace {
+
+template <class Export>
+struct InverseSine {
+  using Element = typename Export::Element;
+  static constexpr int lanes = 2;
+
+  static bool isOrdinary(Element x) { return magnitudeWithin(x, Element{0.125}, Element{0x1p28}); }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const V a = magnitude(x);
+    const DoubleDoubleOf<V> part = splitHiLo(a, split26Bits);
+    const V squareHi = part.hi * part.hi;
+    const V squareLo = (a + part.hi) * part.lo;
+    const DoubleDoubleOf<V> sum = twoSum(squareHi, 1.0);
+    return copySign(logarithmOfSumWithRoot<Export>(a, fastTwoSum(sum.hi, squareLo + sum.lo)), x);
+  }
+
+  static bool isInSecondRange(Element x) {
+    return magnitudeWithin(x, Element{0x1p-57}, Element{0.125});
+  }
+
+  template <class V>
+  QELVM_INLINE static V computeSecondRange(const V& x) {
+    static constexpr double h[] = {-0x1.555555555551bp-3, 0x1.333333330facp-4,
+                                   -0x1.6db6dafab4472p-5, 0x1.f1c671225ed56p-6,
+                                   -0x1.6e4b04cd3b907p-6, 0x1.10437f0a10cfbp-6};
+    const V s = x * x;
+    return x + (s * horner(h, s)) * x;
+  }
+
+  static void exceptional(const Element& source, Element& result) {
+    const Element x = source;
+    if (isInfiniteOrNan(x))
+      result = x + x;
+    else if (magnitude(x) < Element{0x1p-57})
+      result = static_cast<Element>(unchangedButInexact(static_cast<double>(x)));
+    else
+      result = static_cast<Element>(copySign(
+          logarithmOfTwice<Export>(static_cast<double>(magnitude(x))), static_cast<double>(x)));
+  }
+};
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(Asinh, 32f, A11, qelvm::InverseSine)
+QELVM_ONE_SOURCE(Asinh, 32f, A21, qelvm::InverseSine)
+QELVM_ONE_SOURCE(Asinh, 32f, A24, qelvm::InverseSine)
+QELVM_ONE_SOURCE(Asinh, 64f, A50, qelvm::InverseSine)
+QELVM_ONE_SOURCE(Asinh, 64f, A53, qelvm::InverseSine)

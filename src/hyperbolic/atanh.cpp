@@ -1,0 +1,77 @@
+// Inverse hyperbolic tangent.
+#include "core/export.hpp"
+#include "hyperbolic/inverse.hpp"
+
+namespace qelvm {
+namespace {
+
+/// 1 + a with a leading part of at most 26 bits.
+template <class V>
+QELVM_INLINE DoubleDoubleOf<V> onePlus(const V& a) {
+  const DoubleDoubleOf<V> sum = fastTwoSum(1.0, a);
+  const DoubleDoubleOf<V> part = splitHiLo(sum.hi, split26Bits);
+  return {part.hi, sum.lo + part.lo};
+}
+
+/// n / d, by one division and one step of Newton's iteration for the reciprocal.
+template <class V>
+QELVM_INLINE DoubleDoubleOf<V> quotient(const DoubleDoubleOf<V>& n, const DoubleDoubleOf<V>& d) {
+  const V inverse = splitHiLo(1.0 / d.hi, split26Bits).hi;
+  const V error = (1.0 - d.hi * inverse) - d.lo * inverse;
+  const V correction = (error * (1.0 + error)) * inverse;
+  return fastTwoSum(n.hi * inverse, n.lo * inverse + (n.hi * correction + n.lo * correction));
+}
+
+template <class Export>
+struct InverseTangent {
+  using Element = typename Export::Element;
+  static constexpr int lanes = 2;
+
+  static bool isOrdinary(Element x) { return magnitudeWithin(x, Element{0.0625}, Element{1}); }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const V a = magnitude(x);
+    return copySign(naturalLogarithm<Export>(quotient(onePlus(a), onePlus(-a))) * 0.5, x);
+  }
+
+  static bool isInSecondRange(Element x) {
+    return magnitudeWithin(x, Element{0x1p-57}, Element{0.0625});
+  }
+
+  template <class V>
+  QELVM_INLINE static V computeSecondRange(const V& x) {
+    static constexpr double s[] = {0x1.5555555555575p-2, 0x1.99999999617f9p-3, 0x1.24924a261c82p-3,
+                                   0x1.c7186a4ccaf82p-4, 0x1.7805c0c359672p-4};
+    const V b = x * x;
+    return x + (b * horner(s, b)) * x;
+  }
+
+  static QelStatus exceptional(const Element& source, Element& result) {
+    const Element x = source;
+    const Element a = magnitude(x);
+    if (isInfiniteOrNan(x) && !fractionIsZero(x)) {
+      result = x + x;
+      return qelStatusOk;
+    }
+    if (a == 1) {
+      result = static_cast<Element>(dividedByZero(static_cast<double>(x)));
+      return qelStatusSingularity;
+    }
+    if (a > 1) {
+      result = static_cast<Element>(invalid());
+      return qelStatusDomain;
+    }
+    result = unchangedButInexact(x);
+    return qelStatusOk;
+  }
+};
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(Atanh, 32f, A11, qelvm::InverseTangent)
+QELVM_ONE_SOURCE(Atanh, 32f, A21, qelvm::InverseTangent)
+QELVM_ONE_SOURCE(Atanh, 32f, A24, qelvm::InverseTangent)
+QELVM_ONE_SOURCE(Atanh, 64f, A50, qelvm::InverseTangent)
+QELVM_ONE_SOURCE(Atanh, 64f, A53, qelvm::InverseTangent)

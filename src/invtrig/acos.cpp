@@ -1,0 +1,58 @@
+// Arccosine.
+#include "core/export.hpp"
+#include "invtrig/arcsine.hpp"
+
+namespace qelvm {
+namespace {
+
+template <class V>
+QELVM_INLINE DoubleDoubleOf<V> flipSigns(const DoubleDoubleOf<V>& value, const V& sign) {
+  return {flipSign(value.hi, sign), flipSign(value.lo, sign)};
+}
+
+template <class Export>
+struct Arccosine {
+  using Element = typename Export::Element;
+  static constexpr int lanes = 1;
+
+  static bool isOrdinary(Element x) { return isInSeries(x); }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const DoubleDoubleOf<V> arcsine = arcsineSeries(magnitude(x));
+    return difference(halfPi, flipSigns(arcsine, x));
+  }
+
+  static bool isInSecondRange(Element x) { return magnitudeWithin(x, Element{0.5}, Element{1}); }
+
+  /// pi - t for a negative and t for a positive x: the difference from zero of -t is exact.
+  template <class V>
+  QELVM_INLINE static V computeSecondRange(const V& x) {
+    const DoubleDoubleOf<V> t = twiceArcsineOfRoot<Export>(magnitude(x));
+    return difference(DoubleDoubleOf<V>{whereNegative(pi.hi, x), whereNegative(pi.lo, x)},
+                      flipSigns(t, -x));
+  }
+
+  static QelStatus exceptional(const Element& source, Element& result) {
+    const Element x = source;
+    const Element a = magnitude(x);
+    if (isInfiniteOrNan(x) || a > 1)
+      return outsideArcDomain(source, result);
+    if (a == 1) {
+      result = signBit(x) ? static_cast<Element>(atRunTime(pi.hi) + pi.lo) : Element{0};
+    } else {
+      const double t = unchangedButInexact(static_cast<double>(x));
+      result = static_cast<Element>(halfPi.hi + (halfPi.lo - t));
+    }
+    return qelStatusOk;
+  }
+};
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(Acos, 32f, A11, qelvm::Arccosine)
+QELVM_ONE_SOURCE(Acos, 32f, A21, qelvm::Arccosine)
+QELVM_ONE_SOURCE(Acos, 32f, A24, qelvm::Arccosine)
+QELVM_ONE_SOURCE(Acos, 64f, A50, qelvm::Arccosine)
+QELVM_ONE_SOURCE(Acos, 64f, A53, qelvm::Arccosine)
