@@ -25,6 +25,11 @@ Peer peer(const char* family, const char* text, F f, Interval x, Interval y = {0
 
 const std::vector<Peer>& peers() {
   static const std::vector<Peer> all = {
+      peer("Acos", "std::acos(x)", [](auto x, auto) { return std::acos(x); }, {-1, 1}),
+      peer("Acosh", "std::acosh(x)", [](auto x, auto) { return std::acosh(x); }, {1, 100}),
+      peer("Asin", "std::asin(x)", [](auto x, auto) { return std::asin(x); }, {-1, 1}),
+      peer("Asinh", "std::asinh(x)", [](auto x, auto) { return std::asinh(x); }, {-10, 10}),
+      peer("Atanh", "std::atanh(x)", [](auto x, auto) { return std::atanh(x); }, {-1, 1}),
       peer("Cbrt", "std::cbrt(x)", [](auto x, auto) { return std::cbrt(x); }, {-1000, 1000}),
       peer("Div", "x / y", [](auto x, auto y) { return x / y; }, {-10, 10}, {1, 10}),
       peer("Exp", "std::exp(x)", [](auto x, auto) { return std::exp(x); }, {-10, 10}),

@@ -38,12 +38,10 @@ struct Arccosine {
     const Element a = magnitude(x);
     if (isInfiniteOrNan(x) || a > 1)
       return outsideArcDomain(source, result);
-    if (a == 1) {
+    if (a != 1)
+      result = static_cast<Element>(halfPi.hi + (halfPi.lo - static_cast<double>(x)));
+    else
       result = signBit(x) ? static_cast<Element>(atRunTime(pi.hi) + pi.lo) : Element{0};
-    } else {
-      const double t = unchangedButInexact(static_cast<double>(x));
-      result = static_cast<Element>(halfPi.hi + (halfPi.lo - t));
-    }
     return qelStatusOk;
   }
 };

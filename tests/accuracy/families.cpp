@@ -200,10 +200,105 @@ Family power(const char* name) {
           .hardPoints = std::move(hard)};
 }
 
+/// Arguments at which the square root inside a kernel, of 2^-k u for u from 1 to 4, passes from one
+/// entry of its table to the next; `argument` inverts the kernel's first step.
+template <class F>
+std::vector<Point> betweenRootSeeds(int first, int last, F argument) {
+  std::vector<Point> points;
+  for (int k = first; k <= last; ++k)
+    for (int i = 0; i < 256; ++i)
+      points.push_back({argument(std::ldexp(1 + (i + 0.5) / 256, k))});
+  return points;
+}
+
+/// The same for the logarithm inside a kernel, of 2^k to 2^(k+1).
+template <class F>
+std::vector<Point> betweenLogarithmRows(int first, int last, F argument) {
+  std::vector<Point> points;
+  for (int k = first; k <= last; ++k)
+    for (int j = 0; j < 64; ++j)
+      points.push_back({argument(std::ldexp(1 + (j + 0.5) / 64, k))});
+  return points;
+}
+
+/// Arcsine or arccosine: a series up to 1/2, beyond it a root of (1 - |x|) / 2.
+Family inverseTrigonometric(const char* name, Reference reference, std::vector<Point> worst) {
+  std::vector<Point> hard = joined({{0.5}, {-0.5}, {0x1p-53}, {1}, {-1}}, worst);
+  for (double sign : {-1.0, 1.0})
+    hard = joined(hard, betweenRootSeeds(-12, -3, [sign](double z) { return sign * (1 - 2 * z); }));
+  return {.name = name,
+          .references = {std::move(reference)},
+          .regions = {{{-1, 1}},
+                      {{-0.5, 0.5}},
+                      {{0.45, 0.55}},
+                      {{-0.55, -0.45}},
+                      {{1 - 0x1p-10, 1}},
+                      {{-1, -1 + 0x1p-10}},
+                      {{0x1p-60, 0.5}}},
+          .singleRegions = {{{-1, 1}}, {{0.5, 1}}, {{-1, -0.5}}, {{0x1p-30, 0.5}}},
+          .hardPoints = std::move(hard)};
+}
+
+Family inverseHyperbolicSine() {
+  const auto ofLogarithm = [](double z) { return (z - 1 / z) / 2; };
+  return {.name = "Asinh",
+          .references = {unary(mpfr_asinh)},
+          .regions = {{{0.125, 2}},
+                      {{-0.125, 0.125}},
+                      {{0.12, 0.14}},
+                      {{-100, 100}},
+                      {{0x1p-60, 0x1p29}},
+                      {{0x1p28, DBL_MAX}},
+                      {{-DBL_MIN, DBL_MIN}}},
+          .singleRegions = {{{0.125, 2}}, {{-0.125, 0.125}}, {{-100, 100}}, {{0, FLT_MAX}}},
+          .hardPoints =
+              joined(betweenLogarithmRows(0, 29, ofLogarithm),
+                     joined(betweenRootSeeds(0, 12, [](double u) { return std::sqrt(u - 1); }),
+                            {{0x1p-57}, {0.125}, {0x1p28}, {DBL_MAX}, {FLT_MAX}}))};
+}
+
+Family inverseHyperbolicCosine() {
+  const auto ofLogarithm = [](double z) { return (z + 1 / z) / 2; };
+  return {.name = "Acosh",
+          .references = {unary(mpfr_acosh)},
+          .regions = {{{1, 1.0625}},
+                      {{1.0625, 1.1}},
+                      {{1.0625, 100}},
+                      {{1, 0x1p29}},
+                      {{0x1p28, DBL_MAX}},
+                      {{1, 1 + 0x1p-30}}},
+          .singleRegions = {{{1, 1.0625F}}, {{1.0625F, 100}}, {{1, FLT_MAX}}},
+          .hardPoints =
+              joined(joined(betweenLogarithmRows(0, 29, ofLogarithm),
+                            betweenRootSeeds(-60, -4, [](double u) { return 1 + u / 2; })),
+                     joined(betweenRootSeeds(-3, 12, [](double u) { return std::sqrt(u + 1); }),
+                            {{1}, {1.0625}, {0x1p28}, {DBL_MAX}, {FLT_MAX}}))};
+}
+
+Family inverseHyperbolicTangent() {
+  const auto ofLogarithm = [](double q) { return (q - 1) / (q + 1); };
+  return {.name = "Atanh",
+          .references = {unary(mpfr_atanh)},
+          .regions = {{{-1, 1}},
+                      {{0.0625, 0.07}},
+                      {{-0.0625, 0.0625}},
+                      {{0x1p-60, 1}},
+                      {{1 - 0x1p-20, 1}},
+                      {{-DBL_MIN, DBL_MIN}}},
+          .singleRegions = {{{-1, 1}}, {{0.0625F, 0.07F}}, {{-0.0625F, 0.0625F}}, {{0.999F, 1}}},
+          .hardPoints = joined(betweenLogarithmRows(0, 53, ofLogarithm),
+                               {{0x1p-57}, {0.0625}, {1 - 0x1p-53}, {1 - 0x1p-24}})};
+}
+
 } // namespace
 
 const std::vector<Family>& families() {
-  static const std::vector<Family> all = {division(),
+  static const std::vector<Family> all = {inverseTrigonometric("Acos", unary(mpfr_acos), {}),
+                                          inverseHyperbolicCosine(),
+                                          inverseTrigonometric("Asin", unary(mpfr_asin), {}),
+                                          inverseHyperbolicSine(),
+                                          inverseHyperbolicTangent(),
+                                          division(),
                                           exponential(),
                                           reciprocal(),
                                           logarithm("Ln", unary(mpfr_log)),
