@@ -64,6 +64,9 @@ QELVM_INLINE constexpr double fromBits(std::uint64_t bits) {
 #endif
   return std::bit_cast<double>(bits);
 }
+QELVM_INLINE constexpr float fromBits(std::uint32_t bits) {
+  return std::bit_cast<float>(bits);
+}
 
 template <class T>
 inline constexpr auto signMask = typename Format<T>::Bits{1} << (8 * sizeof(T) - 1);
@@ -115,15 +118,14 @@ QELVM_INLINE constexpr auto withExponent(const I& field, const V& pattern) {
 /// |x|, and `value` with the sign of `sign`, by their bits alone.
 template <class V>
 QELVM_INLINE constexpr auto magnitude(const V& x) {
-  return lanewise([]<class T>(T v)
-                      QELVM_ALWAYS_INLINE { return std::bit_cast<T>(bitsOf(v) & ~signMask<T>); },
-                  x);
+  return lanewise(
+      []<class T>(T v) QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) & ~signMask<T>); }, x);
 }
 template <class V, class S>
 QELVM_INLINE constexpr auto copySign(const V& value, const S& sign) {
   return lanewise(
       []<class T>(T v, T s) QELVM_ALWAYS_INLINE {
-        return std::bit_cast<T>((bitsOf(v) & ~signMask<T>) | (bitsOf(s) & signMask<T>));
+        return fromBits((bitsOf(v) & ~signMask<T>) | (bitsOf(s) & signMask<T>));
       },
       value, sign);
 }
