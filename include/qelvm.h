@@ -114,9 +114,9 @@ QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A11(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.505 ulp */
+/** 0.51 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcos_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.505 ulp */
+/** 0.51 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcos_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -170,9 +170,9 @@ QELVM_API QelStatus QELVM_CALL qelsAsin_32f_A11(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsAsin_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAsin_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.505 ulp */
+/** 0.51 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAsin_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.505 ulp */
+/** 0.51 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAsin_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -195,9 +195,9 @@ QELVM_API QelStatus QELVM_CALL qelsAsinh_32f_A11(const float* src, float* dst, i
 QELVM_API QelStatus QELVM_CALL qelsAsinh_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAsinh_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.515 ulp */
+/** 0.521 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAsinh_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.515 ulp */
+/** 0.521 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAsinh_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 

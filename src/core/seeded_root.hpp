@@ -2,11 +2,15 @@
 //
 // Reduction: u = w 2^(2 half), 1 <= w < 4.
 //
-// Table: g = 1/sqrt(w) to 11 bits at 257 points of either binade, the nearest of them:
-// |g^2 w - 1| < 2^-7.9. g^2 times the leading 31 bits of w is exact.
+// Table: g = 1/sqrt(w) to 11 bits for 257 points of [1, 2] and of [2, 4], the nearest of them to w.
+// g^2 times the leading 31 bits of w is exact.
 //
-// Polynomial: sqrt(w) = w g (1 + d)^(-1/2) with d = g^2 w - 1; the binomial series up to d^7 leaves
-// less than 2^-65.5 of the root.
+// Polynomial: with d = g^2 w - 1, |d| < 2^-8.59, the root is w g (1 + d)^(-1/2); the binomial
+// series up to d^7 is off by 2^-71.0 of it (tools/bounds/inverse.sollya).
+//
+// Error: the leading part w g is exact, so what is rounded is 2^-9.6 of the root at most: d, the
+// inner and the outer factor of the series, two products and a sum, together 6.2 * 2^-63 of it if
+// all are worst at once.
 #pragma once
 
 #include "core/floating_point.hpp"

@@ -1,4 +1,18 @@
 // Inverse hyperbolic cosine.
+//
+// Ranges: for 1 < x < 17/16 a series, sqrt(2t) (1 + t Q(t)) with t = x - 1; for 17/16 <= x < 2^28
+// ln(x + sqrt(x^2 - 1)); from there ln 2x.
+//
+// Root: in two parts, from a table of 513 reciprocals and a polynomial (core/seeded_root.hpp).
+// Logarithm: of the sum in two parts, from a table of 65 reciprocals and a polynomial
+// (explog/table_logarithm.hpp).
+//
+// Polynomial of the series: off by 2^-63.2 (tools/bounds/inverse.sollya).
+//
+// Error: worst at the end of the series, where t Q(t) is -2^-7.6: the root's 0.0034 ulp, t Q(t) and
+// its product with the root 0.015 if all roundings are worst at once; a search of the worst places
+// saw 0.51135 at 0x1.0fc3c2be5ce2bp+0, and the bound is 0.515 ulp. Elsewhere below 0.504 ulp.
+
 #include "core/export.hpp"
 #include "hyperbolic/inverse.hpp"
 

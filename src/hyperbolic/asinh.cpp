@@ -1,4 +1,19 @@
 // Inverse hyperbolic sine.
+//
+// Ranges: for 2^-57 <= |x| < 1/8 a series; for 1/8 <= |x| < 2^28 ln(a + sqrt(a^2 + 1)) with a =
+// |x|; from there ln 2a; below 2^-57 x itself.
+//
+// Root: of a^2 + 1 in two parts, from a table of 513 reciprocals and a polynomial
+// (core/seeded_root.hpp). Logarithm: of the sum in two parts, from a table of 65 reciprocals and a
+// polynomial (explog/table_logarithm.hpp).
+//
+// Polynomial of the series: off by 2^-60.9 (tools/bounds/inverse.sollya).
+//
+// Error: the cubic term of the series, up to 2^-11.6, is rounded four times: with the polynomial
+// below 0.515 ulp, 0.50975 seen at 0x1.f2e54bb2de7c8p-4. Above 1/8 the root's 6.2 * 2^-63 becomes
+// that of a result whose last place can be 2^-55: 0.0206 ulp; everything else is below 2^-66.
+// Together below 0.521 ulp, 0.51769 seen at 0x1.2ccd98fa343f1p-3.
+
 #include "core/export.hpp"
 #include "hyperbolic/inverse.hpp"
 

@@ -1,4 +1,17 @@
 // Inverse hyperbolic tangent.
+//
+// Ranges: for 2^-57 <= |x| < 1/16 a series; for 1/16 <= |x| < 1 half the logarithm of
+// (1 + a) / (1 - a), a = |x|; below 2^-57 x itself.
+//
+// Quotient: in two parts, from one division and one correction of the reciprocal. Logarithm: of
+// both parts, from a table of 65 reciprocals and a polynomial (explog/table_logarithm.hpp).
+//
+// Polynomial of the series: off by 2^-62.4 (tools/bounds/inverse.sollya).
+//
+// Error: worst at the end of the series, whose cubic term, up to 2^-13.5, is rounded four times:
+// 0.0049 ulp, and 0.0015 by the polynomial: below 0.507 ulp, 0.50397 seen at 0x1.e9ed072d246c7p-5.
+// The logarithm's roundings are below 2^-66: 0.501 ulp.
+
 #include "core/export.hpp"
 #include "hyperbolic/inverse.hpp"
 

@@ -241,20 +241,21 @@ Family inverseTrigonometric(const char* name, Reference reference, std::vector<P
 
 Family inverseHyperbolicSine() {
   const auto ofLogarithm = [](double z) { return (z - 1 / z) / 2; };
-  return {.name = "Asinh",
-          .references = {unary(mpfr_asinh)},
-          .regions = {{{0.125, 2}},
-                      {{-0.125, 0.125}},
-                      {{0.12, 0.14}},
-                      {{-100, 100}},
-                      {{0x1p-60, 0x1p29}},
-                      {{0x1p28, DBL_MAX}},
-                      {{-DBL_MIN, DBL_MIN}}},
-          .singleRegions = {{{0.125, 2}}, {{-0.125, 0.125}}, {{-100, 100}}, {{0, FLT_MAX}}},
-          .hardPoints =
-              joined(betweenLogarithmRows(0, 29, ofLogarithm),
-                     joined(betweenRootSeeds(0, 12, [](double u) { return std::sqrt(u - 1); }),
-                            {{0x1p-57}, {0.125}, {0x1p28}, {DBL_MAX}, {FLT_MAX}}))};
+  return {
+      .name = "Asinh",
+      .references = {unary(mpfr_asinh)},
+      .regions = {{{0.125, 2}},
+                  {{-0.125, 0.125}},
+                  {{0.12, 0.14}},
+                  {{-100, 100}},
+                  {{0x1p-60, 0x1p29}},
+                  {{0x1p28, DBL_MAX}},
+                  {{-DBL_MIN, DBL_MIN}}},
+      .singleRegions = {{{0.125, 2}}, {{-0.125, 0.125}}, {{-100, 100}}, {{0, FLT_MAX}}},
+      .hardPoints = joined(
+          betweenLogarithmRows(0, 29, ofLogarithm),
+          joined(betweenRootSeeds(0, 12, [](double u) { return std::sqrt(u - 1); }),
+                 {{0x1p-57}, {0.125}, {0x1p28}, {DBL_MAX}, {FLT_MAX}, {0x1.2ccd98fa343f1p-3}}))};
 }
 
 Family inverseHyperbolicCosine() {
@@ -268,11 +269,11 @@ Family inverseHyperbolicCosine() {
                       {{0x1p28, DBL_MAX}},
                       {{1, 1 + 0x1p-30}}},
           .singleRegions = {{{1, 1.0625F}}, {{1.0625F, 100}}, {{1, FLT_MAX}}},
-          .hardPoints =
-              joined(joined(betweenLogarithmRows(0, 29, ofLogarithm),
-                            betweenRootSeeds(-60, -4, [](double u) { return 1 + u / 2; })),
-                     joined(betweenRootSeeds(-3, 12, [](double u) { return std::sqrt(u + 1); }),
-                            {{1}, {1.0625}, {0x1p28}, {DBL_MAX}, {FLT_MAX}}))};
+          .hardPoints = joined(
+              joined(betweenLogarithmRows(0, 29, ofLogarithm),
+                     betweenRootSeeds(-60, -4, [](double u) { return 1 + u / 2; })),
+              joined(betweenRootSeeds(-3, 12, [](double u) { return std::sqrt(u + 1); }),
+                     {{1}, {1.0625}, {0x1p28}, {DBL_MAX}, {FLT_MAX}, {0x1.0fc3c2be5ce2bp+0}}))};
 }
 
 Family inverseHyperbolicTangent() {
@@ -286,29 +287,31 @@ Family inverseHyperbolicTangent() {
                       {{1 - 0x1p-20, 1}},
                       {{-DBL_MIN, DBL_MIN}}},
           .singleRegions = {{{-1, 1}}, {{0.0625F, 0.07F}}, {{-0.0625F, 0.0625F}}, {{0.999F, 1}}},
-          .hardPoints = joined(betweenLogarithmRows(0, 53, ofLogarithm),
-                               {{0x1p-57}, {0.0625}, {1 - 0x1p-53}, {1 - 0x1p-24}})};
+          .hardPoints =
+              joined(betweenLogarithmRows(0, 53, ofLogarithm),
+                     {{0x1p-57}, {0.0625}, {1 - 0x1p-53}, {1 - 0x1p-24}, {0x1.e9ed072d246c7p-5}})};
 }
 
 } // namespace
 
 const std::vector<Family>& families() {
-  static const std::vector<Family> all = {inverseTrigonometric("Acos", unary(mpfr_acos), {}),
-                                          inverseHyperbolicCosine(),
-                                          inverseTrigonometric("Asin", unary(mpfr_asin), {}),
-                                          inverseHyperbolicSine(),
-                                          inverseHyperbolicTangent(),
-                                          division(),
-                                          exponential(),
-                                          reciprocal(),
-                                          logarithm("Ln", unary(mpfr_log)),
-                                          logarithm("Log10", unary(mpfr_log10)),
-                                          power("Pow"),
-                                          power("Powx"),
-                                          squareRoot(),
-                                          reciprocalSquareRoot(),
-                                          cubeRoot(),
-                                          reciprocalCubeRoot()};
+  static const std::vector<Family> all = {
+      inverseTrigonometric("Acos", unary(mpfr_acos), {{0x1.1a20e193b0c18p-1}}),
+      inverseHyperbolicCosine(),
+      inverseTrigonometric("Asin", unary(mpfr_asin), {{0x1.0fbefc62269b5p-1}}),
+      inverseHyperbolicSine(),
+      inverseHyperbolicTangent(),
+      division(),
+      exponential(),
+      reciprocal(),
+      logarithm("Ln", unary(mpfr_log)),
+      logarithm("Log10", unary(mpfr_log10)),
+      power("Pow"),
+      power("Powx"),
+      squareRoot(),
+      reciprocalSquareRoot(),
+      cubeRoot(),
+      reciprocalCubeRoot()};
   return all;
 }
 
