@@ -1,5 +1,7 @@
-// The largest error in ulps of every export against MPFR, asserted against its published bound.
+// The largest error in ulps of every export against MPFR, asserted against its published bound:
+// over samples, and by a search that climbs from the worst of them.
 
+#include "bench/peers.hpp"
 #include "families.hpp"
 #include "loader/loader.hpp"
 #include "measure.hpp"
@@ -77,26 +79,107 @@ struct Worst {
   }
 };
 
-/// What was seen of one export.
+/// What is measured: an export, or what the C library has in its place; and what was seen of it.
 template <class T>
 struct Record {
-  const Export* e;
-  std::vector<std::vector<T>> results; ///< by destination
+  const Export* e; ///< null for the C library
+  std::function<void(const loader::Operands<T>&)> compute;
   Worst<T> normal, subnormal;
-  std::size_t wronglyRounded = 0;
+  std::size_t inputs = 0, wronglyRounded = 0;
+  double last = 0; ///< error at the last input
 };
 
+/// What is measured of one family in one type, all over the same inputs.
 template <class T>
-Record<T> callOn(const loader::Library& library, const Export& e,
-                 const std::vector<Input<T>>& inputs) {
-  Record<T> record{&e, std::vector(2, std::vector<T>(inputs.size())), {}, {}};
-  const loader::Function f = library.function(e);
-  for (std::size_t i = 0; i < inputs.size(); ++i) {
-    const auto& [x, y] = inputs[i];
-    f(loader::Operands<T>{&x, &y, y, &record.results[0][i], &record.results[1][i]}, 1);
+class Measurement {
+public:
+  Measurement(const loader::Library& library, const Family& family, const std::string& pattern)
+      : family_(family) {
+    for (const Export& e : loader::exports())
+      if (e.family == family.name && e.single == (sizeof(T) == 4) && library.has(e) &&
+          e.name.find(pattern) != std::string::npos)
+        records_.push_back(
+            {&e,
+             [f = library.function(e)](const loader::Operands<T>& operands) { f(operands, 1); },
+             {},
+             {}});
   }
-  return record;
-}
+
+  void addPeer() {
+    if (const bench::Peer* peer = bench::peerOf(family_.name))
+      records_.push_back(
+          {nullptr,
+           [peer](const loader::Operands<T>& operands) { peer->loop(T{})(operands, 1); },
+           {},
+           {}});
+  }
+
+  std::vector<Record<T>>& records() { return records_; }
+
+  void sample(const std::vector<Input<T>>& inputs) {
+    for (const Input<T>& input : inputs)
+      judge(input, records_.data(), records_.data() + records_.size());
+  }
+
+  /// Steps of all sizes away from the worst inputs seen, keeping what is worse.
+  void climb(Record<T>& record, const std::vector<Input<T>>& starts, std::size_t steps,
+             unsigned seed) {
+    std::vector<Worst<T>> population;
+    for (const Input<T>& start : starts) {
+      judge(start, &record, &record + 1);
+      population.push_back({record.last, start});
+    }
+    constexpr std::size_t survivors = 24;
+    const auto worse = [](const Worst<T>& a, const Worst<T>& b) { return a.error > b.error; };
+    std::sort(population.begin(), population.end(), worse);
+    population.resize(std::min(population.size(), survivors));
+    std::mt19937_64 random(seed);
+    const auto moved = [&random](T value, unsigned size) {
+      const std::int64_t step = static_cast<std::int64_t>(random()) >> (63 - size);
+      return fromOrdinal<T>(ordinal(value) + step);
+    };
+    constexpr unsigned largestStep = sizeof(T) == 4 ? 22 : 51; // up to a change of the exponent
+    for (std::size_t i = 0; i < steps; ++i) {
+      Worst<T>& parent = population[random() % population.size()];
+      const auto size = static_cast<unsigned>(random() % (largestStep + 1));
+      const Input<T> child{moved(parent.at.x, size), moved(parent.at.y, size)};
+      if (!std::isfinite(child.x) || !std::isfinite(child.y))
+        continue;
+      judge(child, &record, &record + 1);
+      if (record.last > parent.error)
+        parent = {record.last, child};
+    }
+  }
+
+private:
+  void judge(const Input<T>& input, Record<T>* first, Record<T>* end) {
+    mpfr_set_d(x_, static_cast<double>(input.x), MPFR_RNDN);
+    mpfr_set_d(y_, static_cast<double>(input.y), MPFR_RNDN);
+    for (Record<T>* record = first; record != end; ++record) {
+      ++record->inputs;
+      record->last = 0;
+    }
+    for (std::size_t d = 0; d < family_.references.size(); ++d) {
+      family_.references[d](exact_, x_, y_);
+      if (mpfr_nan_p(static_cast<mpfr_ptr>(exact_)))
+        continue; // outside the domain
+      const T nearest = rounded<T>(exact_);
+      const bool subnormal = std::fabs(nearest) < std::numeric_limits<T>::min();
+      for (Record<T>* record = first; record != end; ++record) {
+        T results[2];
+        record->compute(loader::Operands<T>{&input.x, &input.y, input.y, &results[0], &results[1]});
+        record->wronglyRounded += results[d] != nearest;
+        const double error = errorInUlps(results[d], exact_);
+        (subnormal ? record->subnormal : record->normal).see(error, input);
+        record->last = std::max(record->last, error);
+      }
+    }
+  }
+
+  const Family& family_;
+  std::vector<Record<T>> records_;
+  Number x_, y_, exact_;
+};
 
 std::string hex(double value) {
   return fmt::format("{:a}", value);
@@ -112,33 +195,42 @@ std::string inputText(const Export& e, Input<T> input) {
 
 struct Options {
   std::string library, pattern;
-  std::size_t count = 100000;
+  std::size_t count = 100000, climb = 0;
   unsigned seed = 1;
-  bool markdown = false;
+  bool peers = false, markdown = false;
 };
 
 class Report {
 public:
-  explicit Report(bool markdown) {
-    if (markdown)
-      fmt::print("| export | bound | largest error | at | largest, subnormal results | at | "
-                 "inputs |\n|---|---|---|---|---|---|---|\n");
-    form_ = markdown ? "| `{}` | {} | {:.4f} | `{}` | {} | {} | {} |\n"
-                     : "{:14} bound {:<5} largest {:.4f} at {}  subnormal {} {}  of {}\n";
+  explicit Report(const Options& options) : markdown_(options.markdown), peers_(options.peers) {
+    if (markdown_)
+      fmt::print("| export | bound | largest error | at | largest, subnormal results | at | inputs "
+                 "|{}\n|---|---|---|---|---|---|---|{}\n",
+                 peers_ ? " C library | at |" : "", peers_ ? "---|---|" : "");
   }
 
   template <class T>
-  void add(const Family& family, const Record<T>& record, std::size_t count) {
+  void add(const Family& family, const Record<T>& record, const Record<T>* peer) {
     const Export& e = *record.e;
     const double special = e.name.ends_with("A50")   ? family.subnormalA50
                            : e.name.ends_with("A53") ? family.subnormalA53
                                                      : 0;
     const double subnormalBound = special != 0 ? special : e.bound;
-    const bool any = record.subnormal.error > 0;
-    fmt::print(fmt::runtime(form_), e.name, e.bound, record.normal.error,
-               inputText(e, record.normal.at),
-               any ? fmt::format("{:.4f}", record.subnormal.error) : "-",
-               any ? inputText(e, record.subnormal.at) : "-", count);
+    const auto error = [](const Worst<T>& worst) {
+      return worst.error > 0 ? fmt::format("{:.4f}", worst.error) : "-";
+    };
+    const auto place = [&](const Worst<T>& worst) {
+      return worst.error > 0 ? inputText(e, worst.at) : "-";
+    };
+    fmt::print(fmt::runtime(markdown_
+                                ? "| `{}` | {} | {} | `{}` | {} | `{}` | {} |"
+                                : "{:14} bound {:<5} largest {} at {}  subnormal {} at {}  of {}"),
+               e.name, e.bound, error(record.normal), place(record.normal), error(record.subnormal),
+               place(record.subnormal), record.inputs);
+    if (peers_ && peer != nullptr)
+      fmt::print(fmt::runtime(markdown_ ? " {} | `{}` |" : "  C library {} at {}"),
+                 error(peer->normal), place(peer->normal));
+    fmt::print("\n");
     const bool good =
         e.bound == 0.5 ? record.wronglyRounded == 0
                        : record.normal.error <= e.bound && record.subnormal.error <= subnormalBound;
@@ -158,52 +250,38 @@ public:
       }
   }
 
-  bool finish(bool markdown) const {
-    if (!markdown || failed_ > 0)
+  bool finish() const {
+    if (!markdown_ || failed_ > 0)
       fmt::print("{} passed, {} failed\n", passed_, failed_);
     return failed_ == 0 && passed_ > 0;
   }
 
 private:
-  std::string form_;
+  bool markdown_, peers_;
   int passed_ = 0, failed_ = 0;
 };
 
 template <class T>
 void measure(const loader::Library& library, const Family& family, const Options& options,
              Report& report) {
-  std::vector<const Export*> chosen;
-  for (const Export& e : loader::exports())
-    if (e.family == family.name && e.single == (sizeof(T) == 4) && library.has(e) &&
-        e.name.find(options.pattern) != std::string::npos)
-      chosen.push_back(&e);
-  if (chosen.empty())
+  Measurement<T> measurement(library, family, options.pattern);
+  std::vector<Record<T>>& records = measurement.records();
+  const std::size_t exports = records.size();
+  if (exports == 0)
     return;
+  if (options.peers)
+    measurement.addPeer();
 
-  const auto inputs = Sampler<T>(options.seed).inputs(family, options.count);
-  std::vector<Record<T>> records;
-  for (const Export* e : chosen)
-    records.push_back(callOn(library, *e, inputs));
-
-  Number x, y, exact;
-  for (std::size_t i = 0; i < inputs.size(); ++i) {
-    mpfr_set_d(x, static_cast<double>(inputs[i].x), MPFR_RNDN);
-    mpfr_set_d(y, static_cast<double>(inputs[i].y), MPFR_RNDN);
-    for (std::size_t d = 0; d < family.references.size(); ++d) {
-      family.references[d](exact, x, y);
-      if (mpfr_nan_p(static_cast<mpfr_ptr>(exact)))
-        continue; // outside the domain
-      const T nearest = rounded<T>(exact);
-      const bool subnormal = std::fabs(nearest) < std::numeric_limits<T>::min();
-      for (Record<T>& record : records) {
-        const T result = record.results[d][i];
-        record.wronglyRounded += result != nearest;
-        (subnormal ? record.subnormal : record.normal).see(errorInUlps(result, exact), inputs[i]);
-      }
+  Sampler<T> sampler(options.seed);
+  measurement.sample(sampler.inputs(family, options.count));
+  if (options.climb > 0)
+    for (Record<T>& record : records) {
+      std::vector<Input<T>> starts = sampler.inputs(family, options.climb / 10);
+      starts.push_back(record.normal.at);
+      measurement.climb(record, starts, options.climb, options.seed);
     }
-  }
-  for (const Record<T>& record : records)
-    report.add(family, record, inputs.size());
+  for (std::size_t i = 0; i < exports; ++i)
+    report.add(family, records[i], exports < records.size() ? &records.back() : nullptr);
 }
 
 } // namespace
@@ -218,17 +296,19 @@ int main(int argc, char** argv) {
       ->capture_default_str();
   app.add_option("--seed", options.seed, "of the random inputs")->capture_default_str();
   app.add_option("--exports", options.pattern, "only exports whose name contains this");
+  app.add_option("--climb", options.climb, "steps of the search for worse inputs, for each export");
+  app.add_flag("--peers", options.peers, "measure the C library's functions too");
   app.add_flag("--markdown", options.markdown, "print the table of docs/accuracy.md");
   CLI11_PARSE(app, argc, argv);
   try {
     const loader::Library library(options.library);
-    Report report(options.markdown);
+    Report report(options);
     report.requireComplete(library);
     for (const Family& family : families()) {
       measure<float>(library, family, options, report);
       measure<double>(library, family, options, report);
     }
-    return report.finish(options.markdown) ? 0 : 1;
+    return report.finish() ? 0 : 1;
   } catch (const std::exception& error) {
     fmt::print(stderr, "accuracy: {}\n", error.what());
     return 2;
