@@ -25,7 +25,7 @@ namespace qelvm {
 namespace {
 
 /// The entry for the leading 5 fraction bits.
-constexpr double cbrtSeed(int i) {
+consteval double cbrtSeed(int i) {
   return inverseRoot(3, 32 + i, 32, 8, TableRounding::down);
 }
 

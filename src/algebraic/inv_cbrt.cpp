@@ -25,7 +25,7 @@ namespace qelvm {
 namespace {
 
 /// The entries for y = 1 + i/32 up to 2, then in double and fourfold steps up to 8.
-constexpr double invCbrtSeed(int i) {
+consteval double invCbrtSeed(int i) {
   return inverseRoot(3, (32 + i % 32) << (i / 32), 32, 8, TableRounding::nearest);
 }
 

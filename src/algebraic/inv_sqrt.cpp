@@ -25,7 +25,7 @@ namespace qelvm {
 namespace {
 
 /// The entries for y = 1 + i/32 up to 2, then for every second of them up to 4.
-constexpr double invSqrtSeed(int i) {
+consteval double invSqrtSeed(int i) {
   return inverseRoot(2, i <= 32 ? 32 + i : 2 * i, 32, 13, TableRounding::nearest);
 }
 

@@ -23,7 +23,7 @@ namespace qelvm {
 namespace {
 
 /// The reciprocal square root for odd = k div 256 and the leading 8 fraction bits k mod 256.
-constexpr double sqrtSeed(int k) {
+consteval double sqrtSeed(int k) {
   return inverseRoot(2, (256 + k % 256) << (k / 256), 256, 11, TableRounding::nearest);
 }
 

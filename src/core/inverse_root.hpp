@@ -9,7 +9,7 @@ enum class TableRounding { down, nearest };
 
 /// y^(-1/degree) for y = numerator / denominator >= 1, rounded to a multiple of 2^-bits by exact
 /// comparisons of integers. (No entry is a tie.)
-constexpr double inverseRoot(int degree, std::int64_t numerator, std::int64_t denominator, int bits,
+consteval double inverseRoot(int degree, std::int64_t numerator, std::int64_t denominator, int bits,
                              TableRounding rounding) {
   std::int64_t n = 0;
   for (std::int64_t bit = std::int64_t{1} << bits; bit != 0; bit /= 2) {

@@ -19,7 +19,7 @@
 namespace qelvm {
 
 /// For w = 1 + i/256 up to 2, then for every second of them up to 4.
-constexpr double rootSeed(int i) {
+consteval double rootSeed(int i) {
   return inverseRoot(2, i <= 256 ? 256 + i : 2 * i, 256, 11, TableRounding::nearest);
 }
 

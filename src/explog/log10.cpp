@@ -47,7 +47,7 @@ struct DecimalTable {
   static constexpr double nearOne = 0x1.8p-8;    // 3/512
 
   template <class Export>
-  static constexpr const LogarithmRow* rows() {
+  static consteval const LogarithmRow* rows() {
     return log10Rows<Export>;
   }
 

@@ -58,7 +58,7 @@ struct NaturalLogarithm {
   static constexpr double splitShifter = 0x1p21; // to a multiple of 2^-31: 32 bits
 
   template <class Export>
-  static constexpr const LogarithmRow* rows() {
+  static consteval const LogarithmRow* rows() {
     return lnRows<Export>;
   }
 

@@ -1,0 +1,220 @@
+#!/usr/bin/env python3
+"""Breaks the library on purpose and shows which test notices.
+
+usage: tools/mutate.py [--count 200] [--seed 1] [--jobs 2] [--only TEXT] [--work DIRECTORY]
+
+Every mutation changes one place of src/: the last bit of a constant, the order of a sum, a sign, a
+report, a limit by one ulp, or a flag that is raised on purpose. The places are drawn at random, the
+same number from every source. Prints a line for each mutation and a table at the end; exit status 1
+if one was not caught. Works on copies of the tree; needs what ./test.sh needs.
+"""
+import argparse
+import random
+import re
+import shutil
+import subprocess
+import sys
+from collections import Counter
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+from queue import Queue
+
+ROOT = Path(__file__).resolve().parent.parent
+CONSTANT = re.compile(r"-?0x[0-9a-f](?:\.[0-9a-f]+)?p[+-]?\d+")
+LIMIT = re.compile(r"[<>]|Within|limit|Limit|overflow|underflow|denormal|ordinary|tiny|small", re.I)
+REPORT = re.compile(r"return (?!qelStatusOk)qelStatus\w+;")
+AT_RUN_TIME = re.compile(r"atRunTime\(([\w.]+)\)")
+
+
+def mutate_constant(text):
+    """The neighbouring double."""
+    value = float.fromhex(text)
+    shifted = value + (1 if value >= 0 else -1) * abs(value) * 2.0**-52
+    return shifted.hex()
+
+
+def closing(text, opening):
+    depth = 0
+    for i in range(opening, len(text)):
+        depth += {"(": 1, ")": -1}.get(text[i], 0)
+        if depth == 0:
+            return i
+    return None
+
+
+def regroupings(line):
+    """(start, end, replacement) for every (a + b) + c in the line, made a + (b + c)."""
+    for start in range(len(line)):
+        if line[start] != "(" or (start and (line[start - 1].isalnum() or line[start - 1] in "_>")):
+            continue
+        end = closing(line, start)
+        if end is None:
+            continue
+        inner = line[start + 1 : end]
+        after = re.match(r" \+ (\w[\w.]*)(?![\w.(\[<])", line[end + 1 :])
+        depth, plus = 0, None
+        for i, c in enumerate(inner):
+            depth += {"(": 1, ")": -1}.get(c, 0)
+            if depth == 0 and inner[i : i + 3] == " + ":
+                plus = i
+        if after and plus is not None and " - " not in inner[plus:]:
+            a, b = inner[:plus], inner[plus + 3 :]
+            yield start, end + 1 + after.end(), f"{a} + ({b} + {after[1]})"
+
+
+def mutations_of(path):
+    """(kind, path, line number, line, changed line)"""
+    table = path.suffix == ".inc"
+    for number, line in enumerate(path.read_text().splitlines()):
+        code = line.split("//")[0]
+        if code.lstrip().startswith(("#", "*", "/*", "static_assert", "///")):
+            continue
+
+        def change(kind, start, end, replacement):
+            return kind, path, number, line, line[:start] + replacement + line[end:]
+
+        for m in CONSTANT.finditer(code):
+            if float.fromhex(m[0]) not in (0.0,) and not (table and number % 7):
+                kind = "table" if table else "limit" if LIMIT.search(code) else "constant"
+                yield change(kind, *m.span(), mutate_constant(m[0]))
+        if table:
+            continue
+        for start, end, replacement in regroupings(code):
+            yield change("order of a sum", start, end, replacement)
+        for m in re.finditer(r"(?<=[\w)\]]) ([+-]) (?=[\w(])", code):
+            if not re.search(r"\[\w+ [+-] \d\]|<\w+ [+-] \d>|\b(field|int32_t|uint64_t|Bits|mask|bias)\b|<<|>>|sizeof", code):
+                yield change("sign", *m.span(1), "-" if m[1] == "+" else "+")
+        for m in REPORT.finditer(code):
+            yield change("report", *m.span(), "return qelStatusOk;")
+        for m in AT_RUN_TIME.finditer(code):
+            yield change("flag", *m.span(), m[1])
+
+
+def draw(count, seed, only):
+    chooser = random.Random(seed)
+    sources = sorted(p for p in (ROOT / "src").rglob("*.*")
+                     if p.suffix in (".cpp", ".hpp", ".inc")
+                     and p.name not in ("families.inc", "lanes.hpp")  # these fail to compile
+                     and "version" not in p.parts and "windows" not in p.parts
+                     and only in str(p.relative_to(ROOT)))
+    pools = {p: [m for m in mutations_of(p)] for p in sources}
+    chosen = []
+    while len(chosen) < count and any(pools.values()):
+        for pool in pools.values():
+            if pool and len(chosen) < count:
+                kinds = sorted({m[0] for m in pool})
+                kind = chooser.choice(kinds)
+                mutation = chooser.choice([m for m in pool if m[0] == kind])
+                pool.remove(mutation)
+                chosen.append(mutation)
+    return chosen
+
+
+class Copy:
+    """A copy of the tree, built; breaks, builds and tests it, and mends it again."""
+
+    def __init__(self, directory):
+        self.tree, self.build = directory / "tree", directory / "build"
+        shutil.rmtree(directory, ignore_errors=True)
+        self.tree.mkdir(parents=True)
+        for name in subprocess.run(["git", "ls-files"], cwd=ROOT, check=True, capture_output=True,
+                                   text=True).stdout.split("\n")[:-1]:
+            target = self.tree / name
+            target.parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy2(ROOT / name, target)
+        subprocess.run(["cmake", "-G", "Ninja", "-S", self.tree, "-B", self.build,
+                        "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1", "-DQELVM_TOOL=OFF",
+                        "-DQELVM_EXAMPLES=OFF"], check=True, capture_output=True)
+        if self.make("qelvmpx", "library_checks", "accuracy", "blocks_test") != 0:
+            sys.exit(f"the tree does not build: see {self.build}")
+        if caught := self.caught("", "core"):
+            sys.exit(f"the tests fail before anything is broken: {caught}")
+
+    def run(self, *command, limit=600):
+        try:
+            return subprocess.run([str(c) for c in command], cwd=self.tree, capture_output=True,
+                                  timeout=limit).returncode
+        except subprocess.TimeoutExpired:
+            return -1
+
+    def make(self, *targets):
+        return self.run("ninja", "-C", self.build, "-j1", *targets, limit=1800)
+
+    def caught(self, exports, folder):
+        """The test that notices, or nothing."""
+        library = self.build / "src/libqelvmpx.so.5"
+        checks = self.build / "tests/library_checks"
+        for name, *data in (("values", "tests/values"), ("golden", "tests/golden/hashes.txt"),
+                            ("frame",)):
+            if self.run(checks, library, name, *data) != 0:
+                return name
+        # The routines that are tested by themselves.
+        if folder in ("core", "trig"):
+            if self.make("blocks_test") != 0 or self.run(self.build / "tests/blocks_test") != 0:
+                return "blocks"
+        if self.run(self.build / "tests/accuracy", library, "--count", 20000, "--exports",
+                    exports) != 0:
+            return "accuracy"
+        return None
+
+    def judge(self, mutation):
+        kind, path, number, line, changed = mutation
+        target = self.tree / path.relative_to(ROOT)
+        if kind == "table":  # the committed table differs from what its generator gives
+            generator = f"generate_{path.stem}"
+            if self.make(f"tests/{generator}") == 0:
+                lines = target.read_text().splitlines()
+                output = subprocess.run([self.build / "tests" / generator], capture_output=True,
+                                        text=True).stdout.splitlines()
+                return "tables" if output == lines and lines[number] != changed else None
+        original = target.read_text()
+        lines = original.splitlines(keepends=True)
+        lines[number] = changed + "\n"
+        target.write_text("".join(lines))
+        try:
+            if self.make("qelvmpx") != 0:
+                return "build"
+            family = "".join(word.capitalize() for word in path.stem.split("_"))
+            return self.caught(family if path.suffix == ".cpp" else "", path.parent.name)
+        finally:
+            target.write_text(original)
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("--count", type=int, default=200)
+    parser.add_argument("--seed", type=int, default=1)
+    parser.add_argument("--jobs", type=int, default=2)
+    parser.add_argument("--only", default="", help="only sources whose path contains this")
+    parser.add_argument("--work", type=Path, default=ROOT / "build/mutations")
+    options = parser.parse_args()
+    chosen = draw(options.count, options.seed, options.only)
+    copies = Queue()
+    with ThreadPoolExecutor(options.jobs) as pool:
+        for copy in pool.map(lambda i: Copy(options.work / str(i)), range(options.jobs)):
+            copies.put(copy)
+
+        def judge(mutation):
+            copy = copies.get()
+            try:
+                return copy.judge(mutation)
+            finally:
+                copies.put(copy)
+
+        tally, missed = Counter(), 0
+        for mutation, test in zip(chosen, pool.map(judge, chosen)):
+            kind, path, number, line, changed = mutation
+            tally[kind, test or "nothing"] += 1
+            missed += test is None
+            place = f"{path.relative_to(ROOT)}:{number + 1}"
+            print(f"{test or 'NOT CAUGHT':10} {kind:15} {place:40} {changed.strip()}", flush=True)
+    tests = sorted({test for _, test in tally})
+    print("\n| kind | " + " | ".join(tests) + " |\n|---" + "|---" * len(tests) + "|")
+    for kind in sorted({kind for kind, _ in tally}):
+        print(f"| {kind} | " + " | ".join(str(tally[kind, t]) for t in tests) + " |")
+    print(f"\n{len(chosen)} mutations, {len(chosen) - missed} caught, {missed} not caught")
+    return missed != 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
