@@ -1,5 +1,5 @@
-// What a caller may rely on besides the results: little stack, any number of threads, loading and
-// unloading at will.
+// What a caller may rely on besides the results: little stack, nothing touched beyond the arrays,
+// any number of threads, control settings left alone, loading and unloading at will.
 
 #include "loader/loader.hpp"
 
@@ -8,9 +8,15 @@
 #include <algorithm>
 #include <cfenv>
 #include <cstring>
+#include <sys/mman.h>
 #include <thread>
 #include <ucontext.h>
+#include <unistd.h>
 #include <vector>
+
+#ifdef __x86_64__
+#include <xmmintrin.h>
+#endif
 
 namespace {
 
@@ -138,21 +144,87 @@ TEST(Caller, ThreadsGetTheSameResultsAtOnce) {
   });
 }
 
+/// A page between two that may not be touched.
+class GuardedPage {
+public:
+  GuardedPage()
+      : size_(static_cast<std::size_t>(sysconf(_SC_PAGESIZE))),
+        start_(static_cast<unsigned char*>(
+            mmap(nullptr, 3 * size_, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0))) {
+    if (mprotect(page(), size_, PROT_READ | PROT_WRITE) != 0)
+      throw std::runtime_error("no guarded page");
+  }
+  ~GuardedPage() { munmap(start_, 3 * size_); }
+  GuardedPage(const GuardedPage&) = delete;
+  GuardedPage& operator=(const GuardedPage&) = delete;
+
+  /// `count` elements with which the page ends, or begins.
+  template <class T>
+  T* array(std::size_t count, bool atEnd) {
+    return reinterpret_cast<T*>(page() + (atEnd ? size_ - count * sizeof(T) : 0));
+  }
+
+private:
+  unsigned char* page() { return start_ + size_; }
+
+  std::size_t size_;
+  unsigned char* start_;
+};
+
+template <class T>
+void callBetweenGuards(const loader::Function& f, std::vector<GuardedPage>& pages) {
+  const std::vector<T> values = mixedArguments<T>(false);
+  for (const bool atEnd : {false, true})
+    for (std::size_t count = 1; count <= values.size(); count += 1 + count / 8) {
+      T* arrays[4];
+      for (std::size_t i = 0; i < 4; ++i) {
+        arrays[i] = pages[i].array<T>(count, atEnd);
+        std::copy_n(values.end() - static_cast<std::ptrdiff_t>(count), count, arrays[i]);
+      }
+      f(loader::Operands<T>{arrays[0], arrays[1], T(2), arrays[2], arrays[3]},
+        static_cast<int>(count));
+    }
+}
+
+TEST(Caller, NothingBeyondTheArraysIsTouched) {
+  const loader::Library library(QELVM_LIBRARY);
+  std::vector<GuardedPage> pages(4);
+  for (const Export& e : loader::exports())
+    if (library.has(e) && e.single)
+      callBetweenGuards<float>(library.function(e), pages);
+    else if (library.has(e))
+      callBetweenGuards<double>(library.function(e), pages);
+}
+
+// Results are promised only in the default settings; that a call returns, and leaves the settings
+// as they were, in all.
 TEST(Caller, ControlSettingsStayAsTheyWere) {
   const loader::Library library(QELVM_LIBRARY);
   forEveryExport(library, [&](const Export& e, auto make) {
-    for (int mode : {FE_TONEAREST, FE_UPWARD, FE_TOWARDZERO}) {
+    for (int mode : {FE_TONEAREST, FE_UPWARD, FE_DOWNWARD, FE_TOWARDZERO}) {
       auto call = make();
       std::fesetround(mode);
       call.run();
       EXPECT_EQ(std::fegetround(), mode) << e.name;
       std::fesetround(FE_TONEAREST);
     }
+#ifdef __x86_64__
+    constexpr unsigned flushToZero = 0x8000, denormalsAreZero = 0x0040, exceptionFlags = 0x3F;
+    const unsigned before = _mm_getcsr();
+    for (const unsigned settings :
+         {flushToZero, denormalsAreZero, flushToZero | denormalsAreZero}) {
+      auto call = make();
+      _mm_setcsr(before | settings);
+      call.run();
+      EXPECT_EQ(_mm_getcsr() & ~exceptionFlags, (before | settings) & ~exceptionFlags) << e.name;
+      _mm_setcsr(before);
+    }
+#endif
   });
 }
 
 TEST(Caller, LoadsAndUnloadsAgainAndAgain) {
-  for (int i = 0; i < 200; ++i) {
+  for (int i = 0; i < 10000; ++i) {
     const loader::Library library(QELVM_LIBRARY);
     ASSERT_EQ(library.version().versionMajor, 5);
   }
