@@ -168,11 +168,33 @@ s390x s390x-linux-gnu
 END
 }
 
+# The whole suite once more with the address and undefined-behaviour sanitizers, but for what is about
+# the binary itself; the paths that the golden sequence takes; the reference without a warning.
+quality_tests() {
+  local directory=build/sanitized
+  check "sanitizers build" build $directory -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O1 \
+    -DCMAKE_C_FLAGS=-O1 -DQELVM_BENCH=OFF \
+    -DQELVM_INSTRUMENTATION="-fsanitize=address,undefined -fno-sanitize-recover=undefined" &&
+    check "sanitizers" ctest --test-dir $directory -j "$(nproc)" --output-on-failure \
+      -LE 'binary|install|tables' -E BytesOfStack || true
+  if require_packages "${coverage_packages[@]}"; then
+    check coverage tools/coverage.py || true
+  else
+    skip coverage "no clang with llvm-cov"
+  fi
+  if require_packages doxygen; then
+    check documentation doxygen docs/Doxyfile || true
+  else
+    skip documentation "no doxygen"
+  fi
+}
+
 base_tests "$@"
 if $platforms; then
   compiler_tests
   windows_tests
   processor_tests
+  quality_tests
   print_table
 fi
 printf '%d passed, %d failed, %d skipped\n' "$passed" "$failed" "$skipped"
