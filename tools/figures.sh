@@ -1,26 +1,36 @@
 #!/usr/bin/env bash
-# Measures accuracy and speed of the build in build/linux and writes docs/accuracy.md and
-# docs/performance.md. Takes some minutes; the machine should be idle.
+# Measures accuracy and speed of the build in build/linux and writes docs/accuracy.md, the pictures in
+# docs/accuracy/ and docs/performance.md. Takes a quarter of an hour; the machine should be idle.
 # usage: tools/figures.sh [INPUTS]    (inputs for each family and type, default one million)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 inputs=${1:-1000000}
 build=build/linux
+accuracy=$build/tests/accuracy
+library=$build/src/libqelvmpx.so.5
 compiler=$(c++ --version | head -1)
 processor=$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -1)
+c_library=$(ldd --version | head -1)
 
+mkdir -p docs/accuracy
+"$accuracy" "$library" --exports 64f --plots docs/accuracy
+measurement=(--count "$inputs" --climb $((inputs / 5)) --peers --markdown)
 {
   cat << EOF
 # Accuracy
 
 Largest error in ulps of the exact result, measured with MPFR by
-\`build/linux/tests/accuracy build/linux/src/libqelvmpx.so.5 --count $inputs --markdown\`: half of the
-inputs at random over the family's range, uniform in value and in bit patterns, half at the places
-where its kernel is most likely to be worst. A bound of 0.5 means that every result was the correctly
+\`$accuracy $library ${measurement[*]}\`: half of the inputs at random over the family's range, uniform
+in value and in bit patterns, half at the places where its kernel is most likely to be worst; then a
+search that climbs from the worst of them. A bound of 0.5 means that every result was the correctly
 rounded one. Each test run repeats the measurement with fewer inputs and fails beyond a bound.
 
+The last two columns are the same search for the function of the C library ($c_library) in the
+export's place. Pictures of the error over each family's main range are in [accuracy/](accuracy/).
+[every-float.md](every-float.md) has the results for all 2^32 floats.
+
 EOF
-  "$build/tests/accuracy" "$build/src/libqelvmpx.so.5" --count "$inputs" --markdown
+  "$accuracy" "$library" "${measurement[@]}"
 } > docs/accuracy.md.new
 mv docs/accuracy.md.new docs/accuracy.md
 
@@ -32,7 +42,7 @@ Nanoseconds per element over 4096 elements of the main range, beside a loop of t
 function (or of the plain operation) in the same process, neither of them vectorised; the fastest of
 15 interleaved repetitions. \`build/linux/bench/qelvm_bench\` prints this table.
 
-Measured on: ${processor:-unknown processor}, $compiler, $(ldd --version | head -1).
+Measured on: ${processor:-unknown processor}, $compiler, $c_library.
 
 EOF
   "$build/bench/qelvm_bench"
