@@ -30,7 +30,11 @@ const std::vector<Peer>& peers() {
       peer("Asin", "std::asin(x)", [](auto x, auto) { return std::asin(x); }, {-1, 1}),
       peer("Asinh", "std::asinh(x)", [](auto x, auto) { return std::asinh(x); }, {-10, 10}),
       peer("Atanh", "std::atanh(x)", [](auto x, auto) { return std::atanh(x); }, {-1, 1}),
+      peer("Atan", "std::atan(x)", [](auto x, auto) { return std::atan(x); }, {-10, 10}),
+      peer("Atan2", "std::atan2(y, x)", [](auto y, auto x) { return std::atan2(y, x); }, {-10, 10},
+           {-10, 10}),
       peer("Cbrt", "std::cbrt(x)", [](auto x, auto) { return std::cbrt(x); }, {-1000, 1000}),
+      peer("Cosh", "std::cosh(x)", [](auto x, auto) { return std::cosh(x); }, {-10, 10}),
       peer("Div", "x / y", [](auto x, auto y) { return x / y; }, {-10, 10}, {1, 10}),
       peer("Exp", "std::exp(x)", [](auto x, auto) { return std::exp(x); }, {-10, 10}),
       peer("Inv", "1 / x", [](auto x, auto) { return 1 / x; }, {1, 10}),
@@ -42,6 +46,7 @@ const std::vector<Peer>& peers() {
            {-10, 10}),
       peer("Powx", "std::pow(x, y)", [](auto x, auto y) { return std::pow(x, y); }, {0.1, 10},
            {2.5, 2.5}),
+      peer("Sinh", "std::sinh(x)", [](auto x, auto) { return std::sinh(x); }, {-10, 10}),
       peer("Sqrt", "std::sqrt(x)", [](auto x, auto) { return std::sqrt(x); }, {1, 1000}),
   };
   return all;

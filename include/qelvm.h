@@ -202,6 +202,73 @@ QELVM_API QelStatus QELVM_CALL qelsAsinh_64f_A53(const double* src, double* dst,
 /** @} */
 
 /**
+ * @defgroup atan Atan: arctangent
+ *
+ * `dst[i]` = arctangent of `src[i]`, between -pi/2 and pi/2. Never reports: every valid call
+ * returns #qelStatusOk. The result for -x is exactly minus the result for x.
+ *
+ * | src | result |
+ * |-----|--------|
+ * | NaN | NaN |
+ * | magnitude 2^54 or more, infinity | pi/2 with the sign of src |
+ * | magnitude below 2^-53, zero | src itself |
+ * | otherwise | the arctangent |
+ *
+ * A50 and A53 are worst just above 1/8, 1/4 and 1/2 (to 0.546); from there on they stay below
+ * 0.63 ulp.
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtan_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtan_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtan_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.75 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtan_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.75 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtan_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup atan2 Atan2: angle of a point
+ *
+ * `dst[i]` = the angle of the point with the ordinate `src1[i]` (y) and the abscissa `src2[i]` (x),
+ * from -pi to pi: the arctangent of y / x in the right quadrant. Never reports: every valid call
+ * returns #qelStatusOk. The result has the sign of y, and its magnitude does not depend on that
+ * sign:
+ *
+ * | y | x | magnitude of the result |
+ * |---|---|--------|
+ * | NaN, or anything | anything, or NaN | NaN |
+ * | infinite | +infinity, -infinity | pi/4, 3 pi/4 |
+ * | infinite | finite | pi/2 |
+ * | finite | +infinity, -infinity | 0, pi |
+ * | zero | positive or +0, negative or -0 | 0, pi |
+ * | finite, not zero | zero | pi/2 |
+ * | finite, not zero | finite, not zero | the angle |
+ *
+ * The double bound is 0.52 ulp; where x is subnormal and |y / x| above 2^54, 0.7244 ulp.
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtan2_32f_A11(const float* src1, const float* src2, float* dst,
+                                                 int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtan2_32f_A21(const float* src1, const float* src2, float* dst,
+                                                 int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsAtan2_32f_A24(const float* src1, const float* src2, float* dst,
+                                                 int32_t length);
+/** 0.52 ulp; 0.7244 ulp where src2 is subnormal and the quotient above 2^54 */
+QELVM_API QelStatus QELVM_CALL qelsAtan2_64f_A50(const double* src1, const double* src2,
+                                                 double* dst, int32_t length);
+/** 0.52 ulp; 0.7244 ulp where src2 is subnormal and the quotient above 2^54 */
+QELVM_API QelStatus QELVM_CALL qelsAtan2_64f_A53(const double* src1, const double* src2,
+                                                 double* dst, int32_t length);
+/** @} */
+
+/**
  * @defgroup atanh Atanh: inverse hyperbolic tangent
  *
  * `dst[i]` = inverse hyperbolic tangent of `src[i]`; the result for -x is exactly minus the result for
@@ -252,6 +319,33 @@ QELVM_API QelStatus QELVM_CALL qelsCbrt_32f_A24(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A50(const double* src, double* dst, int32_t length);
 /** 0.503 ulp */
 QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup cosh Cosh: hyperbolic cosine
+ *
+ * `dst[i]` = hyperbolic cosine of `src[i]`. The first magnitude that overflows is
+ * 710.475860073944 (32f: 89.4159927368164).
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | infinity | +infinity | nothing |
+ * | magnitude below 2^-53 | 1 | nothing |
+ * | from that magnitude on | +infinity | #qelStatusOverflow |
+ * | otherwise | the hyperbolic cosine | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCosh_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCosh_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCosh_32f_A24(const float* src, float* dst, int32_t length);
+/** 1.8 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCosh_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.52 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCosh_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
 /**
@@ -513,6 +607,33 @@ QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A50(const double* src, double power,
 /** 0.575 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A53(const double* src, double power, double* dst,
                                                 int32_t length);
+/** @} */
+
+/**
+ * @defgroup sinh Sinh: hyperbolic sine
+ *
+ * `dst[i]` = hyperbolic sine of `src[i]`. The result for -x is exactly minus the
+ * result for x. The first magnitude that overflows is 710.475860073944 (32f: 89.4159927368164).
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | infinity | src itself | nothing |
+ * | magnitude below 2^-53 | src itself; underflow is raised where it is subnormal | nothing |
+ * | from that magnitude on | infinity of its sign | #qelStatusOverflow |
+ * | otherwise | the hyperbolic sine | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSinh_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSinh_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSinh_32f_A24(const float* src, float* dst, int32_t length);
+/** 2.0 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSinh_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.52 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSinh_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
 /**

@@ -149,6 +149,17 @@ QELVM_INLINE constexpr auto whereNegative(const V& value, const S& sign) {
       value, sign);
 }
 
+/// `whereZero` where the index is zero, else `value`, by the bits: no branch.
+template <class I, class V>
+QELVM_INLINE constexpr V selectWhereZero(const I& index, const V& whereZero, const V& value) {
+  return lanewise(
+      [](std::int32_t i, double a, double b) QELVM_ALWAYS_INLINE {
+        const std::uint64_t mask = std::uint64_t{0} - (i != 0);
+        return fromBits(bitsOf(a) ^ ((bitsOf(a) ^ bitsOf(b)) & mask));
+      },
+      index, whereZero, value);
+}
+
 /// x 2^n by an addition to the exponent field, exact for normal x and a normal result.
 template <class V, class I>
 QELVM_INLINE constexpr V addToExponent(const V& x, const I& n) {

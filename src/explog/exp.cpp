@@ -19,6 +19,7 @@
 // less than 8 u = 2^-6 ulp: below 0.516 ulp, 0.5157 seen at 0x1.3d62b666be425p+7.
 
 #include "core/export.hpp"
+#include "explog/exp_reduction.hpp"
 
 namespace qelvm {
 namespace {
@@ -43,23 +44,6 @@ struct ExpLimits<float> {
   static constexpr float denormal = -0x1.5d589ep6f;  // -87.3365402, above -126 ln 2
   static constexpr float ordinary = 87.0f;
 };
-
-template <class V>
-struct ExpReduced {
-  IntegerOf<V> j; ///< row of the table
-  IntegerOf<V> m; ///< power of two
-  V r;
-};
-
-template <class V>
-QELVM_INLINE ExpReduced<V> reduceExp(const V& x) {
-  constexpr double inverseStep = 0x1.71547652b82fep6; // 64 / ln 2
-  constexpr double stepHi = 0x1.62e42fefap-7;         // ln2 / 64, the last 17 bits cleared
-  constexpr double stepLo = 0x1.cf79abc9e3b3ap-46;    // the rest
-  const Rounded<V> n = roundShifter(x * inverseStep, integerShifter);
-  const IntegerOf<V> integer = lowWord(n.sum);
-  return {integer & 63, integer >> 6, (x - n.value * stepHi) - n.value * stepLo};
-}
 
 /// 2^(j/64) rounded to double (A50).
 template <class Export>
@@ -91,13 +75,11 @@ struct ExpShort {
   V significand;
 
   QELVM_INLINE explicit ExpShort(const V& x) {
-    static constexpr double p[] = {0x1.fffffffffdbd9p-2, 0x1.5555555557676p-3, 0x1.555573c3184f2p-5,
-                                   0x1.111108f38cb59p-7};
     const ExpReduced<V> reduced = reduceExp(x);
-    const V& r = reduced.r;
-    const V q = (horner(p, r) * r) * r;
+    const V r = reduced.r();
     m = reduced.m;
-    significand = (1.0 + (r + q)) * lookUp(expPowers<Export>, reduced.j);
+    significand =
+        (1.0 + (r + expTail<ExpPolynomialShort>(r))) * lookUp(expPowers<Export>, reduced.j);
   }
 
   QELVM_INLINE V value() const { return significand; }
@@ -114,11 +96,9 @@ struct ExpLong {
   V rest;
 
   QELVM_INLINE explicit ExpLong(const V& x) {
-    static constexpr double q[] = {0x1p-1, 0x1.55555555548f8p-3, 0x1.5555555558fccp-5,
-                                   0x1.111123aaf20d3p-7, 0x1.6c16a1c2a3ffdp-10};
     const ExpReduced<V> reduced = reduceExp(x);
-    const V& r = reduced.r;
-    const V tail = (horner(q, r) * r) * r;
+    const V r = reduced.r();
+    const V tail = expTail<ExpPolynomialLong>(r);
     m = reduced.m;
     power = lookUp(expPowerPairs<Export>, reduced.j, &PowerPair::hi);
     rest = ((r + tail) + lookUp(expPowerPairs<Export>, reduced.j, &PowerPair::lo)) * power;

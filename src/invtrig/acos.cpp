@@ -50,7 +50,7 @@ struct Arccosine {
     if (a != 1)
       result = static_cast<Element>(halfPi.hi + (halfPi.lo - static_cast<double>(x)));
     else
-      result = signBit(x) ? static_cast<Element>(atRunTime(pi.hi) + pi.lo) : Element{0};
+      result = signBit(x) ? static_cast<Element>(roundedAngle(pi)) : Element{0};
     return qelStatusOk;
   }
 };

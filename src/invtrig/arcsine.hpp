@@ -4,14 +4,12 @@
 
 #include "core/call_frame.hpp"
 #include "core/seeded_root.hpp"
+#include "invtrig/angles.hpp"
 
 #include <limits>
 
 namespace qelvm {
 namespace {
-
-inline constexpr DoubleDouble pi = {0x1.921fb54442d18p1, 0x1.1a62633145c07p-53};
-inline constexpr DoubleDouble halfPi = {0x1.921fb54442d18p0, 0x1.1a62633145c07p-54};
 
 /// (a.hi + a.lo) - (b.hi + b.lo) for |a| > |b|, rounded to a double.
 template <class A, class V>

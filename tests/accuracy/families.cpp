@@ -292,6 +292,63 @@ Family inverseHyperbolicTangent() {
                      {{0x1p-57}, {0.0625}, {1 - 0x1p-53}, {1 - 0x1p-24}, {0x1.e9ed072d246c7p-5}})};
 }
 
+/// Both hyperbolic functions: at ends of the reduction's intervals, where the ranges meet, and at
+/// the worst seen.
+Family hyperbolic(const char* name, Reference reference) {
+  const double step = M_LN2 / 64;
+  return {.name = name,
+          .references = {std::move(reference)},
+          .regions = {{{-21.5, 21.5}},
+                      {{0.02, 0.7}},
+                      {{0x1p-53, 0.07}},
+                      {{21.4, 710.475860073943}},
+                      {{-710.475860073943, -710.4}}},
+          .singleRegions = {{{-89.41598F, 89.41598F}}, {{-0.7F, 0.7F}}, {{0x1p-53F, 0.07F}}},
+          .hardPoints = joined(grid(0.5 * step, 37 * step, 1773), {{0.06},
+                                                                   {0.02720470510300388},
+                                                                   {21.487562597358306},
+                                                                   {0x1.fea5b9e4637d3p-4},
+                                                                   {0x1.56be0d64560a5p+9},
+                                                                   {0x1.5111f0af9d313p+0},
+                                                                   {0x1.7d236c3f6e6fdp+8}})};
+}
+
+Family arcTangent() {
+  std::vector<Point> hard = {{0x1.09b8e06a6e6e4p-1}}; // the worst seen
+  for (int e = -4; e <= 54; ++e)                      // the ends of the table's rows
+    for (const double significand : {1.0, 1.5})
+      hard.push_back({std::ldexp(significand, e)});
+  return {.name = "Atan",
+          .references = {unary(mpfr_atan)},
+          .regions = {{{-10, 10}}, {{0.5, 0.55}}, {{0.01, 0.2}}, {{0x1p-60, 0x1p60}}},
+          .singleRegions = {{{-10, 10}}, {{0.01F, 0.6F}}, {{FLT_TRUE_MIN, FLT_MAX}}},
+          .hardPoints = std::move(hard)};
+}
+
+Family arcTangentOfTwo() {
+  std::vector<Point> hard = {{0x1.fb4505dd50be1p-4, 0x1.0089e718e4747p+0}}; // the worst seen
+  for (int e = -80; e <= 80; ++e) // the ends of the table's rows, and of the ranges
+    for (const double significand : {1.0, 1.5})
+      for (const double x : {-1.9, -1.0, 1.0, 1.9})
+        hard.push_back({std::ldexp(significand, e) * std::fabs(x), x});
+  return {.name = "Atan2",
+          .references = {binary(mpfr_atan2)},
+          .regions = {{{-10, 10}, {-10, 10}},
+                      {{0.01, 2}, {1, 2}},
+                      {{0.01, 2}, {-2, -1}},
+                      {{0.12, 0.126}, {0.99, 1.01}}, // where the direct quotient ends
+                      {{0x1p-60, 0x1p60}, {-1, 1}},
+                      {{DBL_TRUE_MIN, DBL_MAX}, {DBL_TRUE_MIN, DBL_MAX}},
+                      {{DBL_TRUE_MIN, DBL_MIN}, {-DBL_MIN, DBL_MIN}},
+                      {{0x1p1022, DBL_MAX}, {-DBL_MAX, DBL_MAX}},
+                      {{0x1p-1000, 0x1p-970}, {0x1p30, 0x1p60}}}, // subnormal
+          .singleRegions = {{{-10, 10}, {-10, 10}},
+                            {{0.01F, 2}, {-2, 2}},
+                            {{FLT_TRUE_MIN, FLT_MAX}, {-FLT_MAX, -FLT_TRUE_MIN}},
+                            {{FLT_TRUE_MIN, FLT_MIN}, {-FLT_MIN, FLT_MIN}}},
+          .hardPoints = std::move(hard)};
+}
+
 } // namespace
 
 const std::vector<Family>& families() {
@@ -311,7 +368,11 @@ const std::vector<Family>& families() {
       squareRoot(),
       reciprocalSquareRoot(),
       cubeRoot(),
-      reciprocalCubeRoot()};
+      reciprocalCubeRoot(),
+      hyperbolic("Sinh", unary(mpfr_sinh)),
+      hyperbolic("Cosh", unary(mpfr_cosh)),
+      arcTangent(),
+      arcTangentOfTwo()};
   return all;
 }
 

@@ -4,7 +4,8 @@
 
 int main() {
   const PowerRows rows = powerRows(
-      "QELVM_EXP_POWER", 64, [](const Real& power, const Real& hi) { return (power - hi) / hi; },
+      "QELVM_EXP_POWER", 64, 63,
+      [](const Real& power, const Real& hi) { return (power - hi) / hi; },
       [](const Real& power, const Real& hi, const Real& lo) {
         return hi * (Real(1) + lo) / power - Real(1);
       });

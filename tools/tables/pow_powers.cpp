@@ -4,7 +4,7 @@
 
 int main() {
   const PowerRows rows = powerRows(
-      "QELVM_POW_POWER", 128, [](const Real& power, const Real& hi) { return power - hi; },
+      "QELVM_POW_POWER", 128, 127, [](const Real& power, const Real& hi) { return power - hi; },
       [](const Real& power, const Real& hi, const Real& lo) { return hi + lo - power; });
   std::printf("// QELVM_POW_POWER(hi, lo): hi = 2^(j/128) rounded to double and\n"
               "// lo = 2^(j/128) - hi rounded to double, j = 0 to 127.\n"

@@ -12,13 +12,13 @@ struct PowerRows {
   double log2Error; ///< of the worst row
 };
 
-/// One line MACRO(hi, lo) for each j. lo(power, hi) is the exact rest before it is rounded to
-/// double, error(power, hi, lo) what is then missing.
+/// One line MACRO(hi, lo) for each j from 0 to last. lo(power, hi) is the exact rest before it is
+/// rounded to double, error(power, hi, lo) what is then missing.
 template <class Lo, class Error>
-PowerRows powerRows(const char* macro, int count, Lo lo, Error error) {
+PowerRows powerRows(const char* macro, int count, int last, Lo lo, Error error) {
   std::string text;
   Real worst;
-  for (int j = 0; j < count; ++j) {
+  for (int j = 0; j <= last; ++j) {
     const Real power = Real::apply(mpfr_exp2, Real(j) / Real(count));
     const double hi = power.toDouble();
     const double rest = lo(power, Real(hi)).toDouble();

@@ -1,0 +1,68 @@
+// What the two arctangents share: the table, the polynomial, the reciprocal beyond double
+// precision.
+#pragma once
+
+#include "core/floating_point.hpp"
+
+namespace qelvm {
+
+/// arctan b as hi + lo, hi to 26 bits: row 0 for b = 0, then for the centre b of each half-binade
+/// from 1/8 to 2^54.
+inline constexpr int arctanRows = 115;
+template <class Export>
+QELVM_TABLE DoubleDouble arctanTable[arctanRows] = {
+    {0.0, 0.0},
+#define QELVM_ATAN_ROW(hi, lo) {hi, lo},
+#include "invtrig/atan_rows.inc"
+#undef QELVM_ATAN_ROW
+};
+
+/// The row for x >= 0: two for each binade, and row 0 below 1/8.
+template <class V>
+QELVM_INLINE IntegerOf<V> arctanRow(const V& x) {
+  return lanewise(
+      [](std::int32_t high) QELVM_ALWAYS_INLINE {
+        constexpr int shift = 19; // one bit of the fraction stays
+        constexpr std::int32_t below = (highWord(0x1p-3) >> shift) - 1;
+        const std::int32_t row = (high >> shift) - below;
+        return row & ~(row >> 31); // zero where negative, without a branch
+      },
+      highWord(x));
+}
+
+/// The b of x's row: three significant bits, so that products with 50 bits are exact.
+template <class V>
+QELVM_INLINE V arctanCentre(const V& x, const IntegerOf<V>& row) {
+  return lanewise(
+      [](double v, std::int32_t i) QELVM_ALWAYS_INLINE {
+        constexpr std::uint64_t half = std::uint64_t{1} << 50;
+        const std::uint64_t centre = (bitsOf(v) & ~(2 * half - 1)) | half;
+        return fromBits(centre & (std::uint64_t{0} - (i != 0)));
+      },
+      x, row);
+}
+
+/// arctan t = t + t arctanTail(t^2) for |t| <= 1/8.
+template <class V>
+QELVM_INLINE V arctanTail(const V& square) {
+  static constexpr double c[] = {
+      // -1/3, 1/5, -1/7, ..., fitted
+      -0x1.5555555555555p-2, 0x1.99999999991bbp-3, -0x1.2492492382a27p-3, 0x1.c71c6f9b157d3p-4,
+      -0x1.745be69cca475p-4, 0x1.3ab7c1048afd1p-4, -0x1.029bd34239994p-4};
+  return square * horner(c, square);
+}
+
+/// 1 / (hi + lo), hi to 26 bits, as seed + correction, the seed to 26 bits.
+template <class V>
+struct Reciprocal {
+  V seed;
+  V correction;
+
+  QELVM_INLINE explicit Reciprocal(const DoubleDoubleOf<V>& x)
+      : seed(splitHiLo(1.0 / x.hi, split26Bits).hi) {
+    const V e = (1.0 - x.hi * seed) - x.lo * seed;
+    correction = ((1.0 + e) * e) * seed;
+  }
+};
+
+} // namespace qelvm
