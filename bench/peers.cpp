@@ -18,6 +18,15 @@ Loop<T> loopOf(F f) {
   };
 }
 
+/// destination[i] and secondDestination[i] from source[i].
+template <class T, class F>
+Loop<T> loopOfBoth(F f) {
+  return [f](const loader::Operands<T>& operands, int length) {
+    for (int i = 0; i < length; ++i)
+      f(operands.source[i], &operands.destination[i], &operands.secondDestination[i]);
+  };
+}
+
 template <class F>
 Peer peer(const char* family, const char* text, F f, Interval x, Interval y = {0, 0}) {
   return {family, text, loopOf<float>(f), loopOf<double>(f), x, y};
@@ -34,6 +43,7 @@ const std::vector<Peer>& peers() {
       peer("Atan2", "std::atan2(y, x)", [](auto y, auto x) { return std::atan2(y, x); }, {-10, 10},
            {-10, 10}),
       peer("Cbrt", "std::cbrt(x)", [](auto x, auto) { return std::cbrt(x); }, {-1000, 1000}),
+      peer("Cos", "std::cos(x)", [](auto x, auto) { return std::cos(x); }, {-10, 10}),
       peer("Cosh", "std::cosh(x)", [](auto x, auto) { return std::cosh(x); }, {-10, 10}),
       peer("Div", "x / y", [](auto x, auto y) { return x / y; }, {-10, 10}, {1, 10}),
       peer("Exp", "std::exp(x)", [](auto x, auto) { return std::exp(x); }, {-10, 10}),
@@ -46,8 +56,15 @@ const std::vector<Peer>& peers() {
            {-10, 10}),
       peer("Powx", "std::pow(x, y)", [](auto x, auto y) { return std::pow(x, y); }, {0.1, 10},
            {2.5, 2.5}),
+      {"SinCos",
+       "sincos(x, &s, &c)",
+       loopOfBoth<float>(sincosf),
+       loopOfBoth<double>(sincos),
+       {-10, 10}},
+      peer("Sin", "std::sin(x)", [](auto x, auto) { return std::sin(x); }, {-10, 10}),
       peer("Sinh", "std::sinh(x)", [](auto x, auto) { return std::sinh(x); }, {-10, 10}),
       peer("Sqrt", "std::sqrt(x)", [](auto x, auto) { return std::sqrt(x); }, {1, 1000}),
+      peer("Tan", "std::tan(x)", [](auto x, auto) { return std::tan(x); }, {-10, 10}),
   };
   return all;
 }

@@ -322,6 +322,34 @@ QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A53(const double* src, double* dst, 
 /** @} */
 
 /**
+ * @defgroup cos Cos: cosine
+ *
+ * `dst[i]` = the cosine of `src[i]`, in radians. Reports #qelStatusDomain for infinite arguments.
+ * The bound holds for arguments of any size: they are reduced with as many bits of pi as they need.
+ * The 64f bound is that of two arguments, +-0x1.65a1dd290660fp+16, next to a zero; 0.54 ulp
+ * elsewhere.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | infinity, of either sign | NaN | #qelStatusDomain |
+ * | zero, magnitude below 2^-252 | 1 | nothing |
+ * | otherwise | cosine | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCos_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCos_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCos_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.602 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCos_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.602 ulp */
+QELVM_API QelStatus QELVM_CALL qelsCos_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
  * @defgroup cosh Cosh: hyperbolic cosine
  *
  * `dst[i]` = hyperbolic cosine of `src[i]`. The first magnitude that overflows is
@@ -610,6 +638,65 @@ QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A53(const double* src, double power,
 /** @} */
 
 /**
+ * @defgroup sincos SinCos: sine and cosine
+ *
+ * `dstSin[i]` = the sine of `src[i]`, `dstCos[i]` = its cosine: the very results of `Sin` and `Cos`
+ * of the same class, in less time than both. Reports #qelStatusDomain for infinite arguments, once
+ * for each. Either destination may be the source.
+ * The 64f bound is that of the cosine of two arguments, see `Cos`; 0.54 ulp elsewhere.
+ *
+ * | src | sine | cosine | reported |
+ * |-----|------|--------|----------|
+ * | NaN | NaN | NaN | nothing |
+ * | infinity, of either sign | NaN | NaN | #qelStatusDomain |
+ * | zero of either sign, magnitude below 2^-252 | src itself | 1 | nothing |
+ * | otherwise | sine | cosine | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSinCos_32f_A11(const float* src, float* dstSin, float* dstCos,
+                                                  int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSinCos_32f_A21(const float* src, float* dstSin, float* dstCos,
+                                                  int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSinCos_32f_A24(const float* src, float* dstSin, float* dstCos,
+                                                  int32_t length);
+/** 0.602 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSinCos_64f_A50(const double* src, double* dstSin, double* dstCos,
+                                                  int32_t length);
+/** 0.602 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSinCos_64f_A53(const double* src, double* dstSin, double* dstCos,
+                                                  int32_t length);
+/** @} */
+
+/**
+ * @defgroup sin Sin: sine
+ *
+ * `dst[i]` = the sine of `src[i]`, in radians. Reports #qelStatusDomain for infinite arguments.
+ * The bound holds for arguments of any size: they are reduced with as many bits of pi as they need.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | infinity, of either sign | NaN | #qelStatusDomain |
+ * | zero of either sign, magnitude below 2^-252 | src itself | nothing |
+ * | otherwise | sine | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSin_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSin_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSin_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.54 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSin_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.54 ulp */
+QELVM_API QelStatus QELVM_CALL qelsSin_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
  * @defgroup sinh Sinh: hyperbolic sine
  *
  * `dst[i]` = hyperbolic sine of `src[i]`. The result for -x is exactly minus the
@@ -660,6 +747,33 @@ QELVM_API QelStatus QELVM_CALL qelsSqrt_32f_A24(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsSqrt_64f_A50(const double* src, double* dst, int32_t length);
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSqrt_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup tan Tan: tangent
+ *
+ * `dst[i]` = the tangent of `src[i]`, in radians. Reports #qelStatusDomain for infinite arguments.
+ * The bound holds for arguments of any size, next to the poles too: they are reduced with as many
+ * bits of pi as they need.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | infinity, of either sign | NaN | #qelStatusDomain |
+ * | zero of either sign, magnitude below 2^-252 | src itself | nothing |
+ * | otherwise | tangent | nothing |
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsTan_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsTan_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsTan_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.54 ulp */
+QELVM_API QelStatus QELVM_CALL qelsTan_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.54 ulp */
+QELVM_API QelStatus QELVM_CALL qelsTan_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
 /**

@@ -12,7 +12,8 @@
 //   static constexpr int lanes                  elements in flight (1 where more do not help)
 //
 // and, where a family has a second ordinary range (a series beside a table), also
-// isInSecondRange(x) and computeSecondRange(x), tried after the first. Where only the result shows
+// isInSecondRange(x) and computeSecondRange(x), tried after the first, and secondRangeApart = true
+// if it should leave the main loop alone, in a function of its own. Where only the result shows
 // whether an element is ordinary, `compute` returns a Tentative<V>. Kernels of two sources take
 // (x, y); with two destinations `compute` returns a TwoResults<V> and `exceptional` takes (x, r1,
 // r2). A scalar argument goes to the kernel's constructor, once per call.
@@ -178,6 +179,19 @@ struct Elements {
     (Indices<Count>{});
   }
 
+  template <int Count>
+  QELVM_INLINE bool runSecondRange(std::ptrdiff_t i) const {
+    return run<Count>(i, [&](const auto&... x)
+                             QELVM_ALWAYS_INLINE { return kernel.computeSecondRange(x...); });
+  }
+  /// Source and destination apart travel in registers.
+  template <int Count>
+  [[gnu::noinline]] static bool
+  runSecondRangeApart(const Kernel& kernel, ArrayList<const T*, S> source,
+                      ArrayList<T*, D> destination, std::ptrdiff_t i) {
+    return Elements{kernel, {source, destination}}.template runSecondRange<Count>(i);
+  }
+
   /// Computes elements i to i + Count - 1 if they all lie in one ordinary range.
   template <int Count>
   QELVM_INLINE bool runOrdinary(std::ptrdiff_t i) const {
@@ -187,9 +201,12 @@ struct Elements {
                         [&](const auto&... x) QELVM_ALWAYS_INLINE { return kernel.compute(x...); });
     if constexpr (requires { &Kernel::isInSecondRange; }) {
       if (all<Count>(i,
-                     [&](auto... x) QELVM_ALWAYS_INLINE { return kernel.isInSecondRange(x...); }))
-        return run<Count>(i, [&](const auto&... x)
-                                 QELVM_ALWAYS_INLINE { return kernel.computeSecondRange(x...); });
+                     [&](auto... x) QELVM_ALWAYS_INLINE { return kernel.isInSecondRange(x...); })) {
+        if constexpr (requires { Kernel::secondRangeApart; })
+          return runSecondRangeApart<Count>(kernel, arrays.source, arrays.destination, i);
+        else
+          return runSecondRange<Count>(i);
+      }
     }
     return false;
   }

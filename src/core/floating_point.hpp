@@ -160,6 +160,13 @@ QELVM_INLINE constexpr V selectWhereZero(const I& index, const V& whereZero, con
       index, whereZero, value);
 }
 
+/// `value` with the low `count` bits of its pattern cleared.
+template <class V>
+QELVM_INLINE constexpr auto clearLowBits(const V& value, std::int32_t count) {
+  return lanewise(
+      [=](double v) QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) >> count << count); }, value);
+}
+
 /// x 2^n by an addition to the exponent field, exact for normal x and a normal result.
 template <class V, class I>
 QELVM_INLINE constexpr V addToExponent(const V& x, const I& n) {
@@ -256,8 +263,8 @@ QELVM_INLINE constexpr auto lookUp(const double* table, const I& index) {
                       QELVM_ALWAYS_INLINE { return table[static_cast<std::uint32_t>(i)]; },
                   index);
 }
-template <class Row, class I>
-QELVM_INLINE constexpr auto lookUp(const Row* table, const I& index, double Row::*field) {
+template <class Row, class Field, class I>
+QELVM_INLINE constexpr auto lookUp(const Row* table, const I& index, Field Row::*field) {
   return lanewise([=](std::int32_t i)
                       QELVM_ALWAYS_INLINE { return table[static_cast<std::uint32_t>(i)].*field; },
                   index);

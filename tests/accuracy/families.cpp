@@ -1,5 +1,7 @@
 #include "families.hpp"
 
+#include "../hard_angles.hpp"
+
 #include <cfloat>
 #include <cmath>
 #include <cstdint>
@@ -349,9 +351,43 @@ Family arcTangentOfTwo() {
           .hardPoints = std::move(hard)};
 }
 
+/// Sine, cosine and tangent are hardest next to multiples of pi/4 that are far away, between two
+/// rows of their tables, and where a reduction takes over from another.
+Family trigonometric(const char* name, std::vector<Reference> references, double directLimit,
+                     const std::vector<Point>& worst) {
+  std::vector<Point> hard = joined(grid(0.5 * M_PI / 32, M_PI / 32, 1000), worst);
+  for (int digits : {24, 53})
+    for (double angle : hardAngles(digits, digits == 24 ? 128 : 1024)) {
+      hard.push_back({angle});
+      hard.push_back({-angle});
+    }
+  for (double n = 1; n < 2000; ++n)
+    hard.push_back({n * M_PI_4});
+  for (double limit : {0x1p-252, 12800.0, 0x1p17, 0x1p23, 0x1p30})
+    hard.push_back({limit});
+  return {.name = name,
+          .references = std::move(references),
+          .regions = {{{-M_PI, M_PI}},
+                      {{0x1p-40, 1}},
+                      {{DBL_TRUE_MIN, 1}},
+                      {{-directLimit, directLimit}},
+                      {{directLimit, 0x1p23}},
+                      {{0x1p23, 0x1p30}},
+                      {{0x1p30, DBL_MAX}}},
+          .singleRegions = {{{-M_PI, M_PI}},
+                            {{0x1p-20, 1}},
+                            {{FLT_TRUE_MIN, 1}},
+                            {{-directLimit, directLimit}},
+                            {{directLimit, 0x1p23}},
+                            {{0x1p23, 0x1p30}},
+                            {{0x1p30, FLT_MAX}}},
+          .hardPoints = std::move(hard)};
+}
+
 } // namespace
 
 const std::vector<Family>& families() {
+  const Reference sine = unary(mpfr_sin), cosine = unary(mpfr_cos);
   static const std::vector<Family> all = {
       inverseTrigonometric("Acos", unary(mpfr_acos), {{0x1.1a20e193b0c18p-1}}),
       inverseHyperbolicCosine(),
@@ -372,7 +408,11 @@ const std::vector<Family>& families() {
       hyperbolic("Sinh", unary(mpfr_sinh)),
       hyperbolic("Cosh", unary(mpfr_cosh)),
       arcTangent(),
-      arcTangentOfTwo()};
+      arcTangentOfTwo(),
+      trigonometric("Cos", {cosine}, 0x1p17, {{0x1.65a1dd290660fp+16}}),
+      trigonometric("Sin", {sine}, 0x1p17, {{0x1.fdf7f96dee227p+16}}),
+      trigonometric("SinCos", {sine, cosine}, 0x1p17, {{0x1.65a1dd290660fp+16}}),
+      trigonometric("Tan", {unary(mpfr_tan)}, 12800, {{0x1.c7e10973b1a4ap-2}})};
   return all;
 }
 

@@ -211,6 +211,36 @@ private:
   Results& results_;
 };
 
+/// SinCos gives what Sin and Cos of its class give, apart and with either destination in place.
+template <class T>
+void checkSinCos(const loader::Library& library, const Export& both, Results& results) {
+  results.begin(both.name + " is Sin and Cos");
+  const std::string suffix = both.name.substr(both.family.size());
+  std::vector<T> x = specialValues<T>();
+  for (BitsOf<T> bits = 1; x.size() < 5000; bits *= 5) // any patterns, and ordinary arguments
+    for (double v : {static_cast<double>(std::bit_cast<T>(bits)),
+                     static_cast<double>(static_cast<std::int32_t>(bits >> 3)) * 0x1p-24})
+      x.push_back(static_cast<T>(v));
+  const int n = static_cast<int>(x.size());
+  std::vector<T> expected[2] = {x, x};
+  for (int d = 0; d < 2; ++d) {
+    const Export* one = loader::findExport((d == 0 ? "Sin" : "Cos") + suffix);
+    library.function (*one)(Operands<T>{.source = x.data(), .destination = expected[d].data()}, n);
+  }
+  for (int place : {0, 1, 2}) { // 2: the source is no destination
+    std::vector<T> arrays[3] = {x, x, x};
+    library.function(both)(Operands<T>{.source = arrays[place].data(),
+                                       .destination = arrays[0].data(),
+                                       .secondDestination = arrays[1].data()},
+                           n);
+    for (int d = 0; d < 2; ++d)
+      for (std::size_t i = 0; i < x.size(); ++i)
+        results.expect(canonicalBits(arrays[d][i]) == canonicalBits(expected[d][i]),
+                       "destination " + std::to_string(d) + ", element " + std::to_string(i) +
+                           ", source " + std::to_string(place));
+  }
+}
+
 } // namespace
 
 void checkFrame(const loader::Library& library, Results& results) {
@@ -220,6 +250,8 @@ void checkFrame(const loader::Library& library, Results& results) {
     if (library.has(e))
       withElement(e, [&](auto element) {
         FrameChecks<decltype(element)>(e, library.function(e), results).run();
+        if (e.family == "SinCos")
+          checkSinCos<decltype(element)>(library, e, results);
       });
   }
 

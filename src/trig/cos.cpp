@@ -1,0 +1,34 @@
+// Cosine: the kernel of sine_cosine.hpp, which tells the method, a quarter turn ahead.
+//
+// Error: below 0.602 ulp, 0.60110 seen at 0x1.65a1dd290660fp+16; below 0.54 ulp for every other
+// argument.
+
+#include "core/export.hpp"
+#include "trig/sine_cosine.hpp"
+
+namespace qelvm {
+namespace {
+
+template <class Export>
+struct Cosine {
+  static constexpr double directLimit = sineCosineDirectLimit;
+  static constexpr int lanes = fewRegisters ? 1 : 2;
+
+  template <class V, class Quadrant, class Lo>
+  QELVM_INLINE static V result(const TrigArgument<V, Quadrant, Lo>& x) {
+    return SineCosine<Export, V>(x).at(16);
+  }
+  static double tinyResult(double x) { return tinyCosine(x); }
+};
+
+template <class Export>
+using CosineKernel = TrigKernel<Export, Cosine<Export>>;
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(Cos, 32f, A11, qelvm::CosineKernel)
+QELVM_ONE_SOURCE(Cos, 32f, A21, qelvm::CosineKernel)
+QELVM_ONE_SOURCE(Cos, 32f, A24, qelvm::CosineKernel)
+QELVM_ONE_SOURCE(Cos, 64f, A50, qelvm::CosineKernel)
+QELVM_ONE_SOURCE(Cos, 64f, A53, qelvm::CosineKernel)

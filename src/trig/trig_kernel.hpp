@@ -1,0 +1,93 @@
+// What the kernels of sine, cosine and tangent share: the ranges, and everything about arguments
+// that are not ordinary.
+#pragma once
+
+#include "core/call_frame.hpp"
+#include "trig/reduce_trig_argument.hpp"
+
+#include <limits>
+
+namespace qelvm {
+namespace {
+
+/// 32/pi: arguments are counted in steps of pi/32.
+inline constexpr double stepsPerRadian = 0x1.45f306dc9c883p3;
+
+/// An argument, or what its reduction left of it, as a multiple of pi/2 and hi + lo.
+template <class V, class Quadrant = IntegerOf<V>, class Lo = V>
+struct TrigArgument {
+  Quadrant quadrant;
+  V hi;
+  Lo lo;
+};
+
+template <class V>
+QELVM_INLINE TrigArgument<V> reducedArgument(const V& x) {
+  const auto reduced =
+      lanewise([](double value) QELVM_ALWAYS_INLINE { return reduceTrigArgument(value); }, x);
+  const auto part = [&](auto of) QELVM_ALWAYS_INLINE { return lanewise(of, reduced); };
+  return {part([](const TrigReduction& r) QELVM_ALWAYS_INLINE { return r.quadrant; }),
+          part([](const TrigReduction& r) QELVM_ALWAYS_INLINE { return r.remainder.hi; }),
+          part([](const TrigReduction& r) QELVM_ALWAYS_INLINE { return r.remainder.lo; })};
+}
+
+/// x itself, inexact unless it is zero: the sine or tangent of a tiny argument.
+inline double tinyTrigResult(double x) {
+  return isZero(x) ? x : (x * 0x1p55 - x) * 0x1p-55;
+}
+
+/// The kernel of a family. `Method` has the members
+///   double directLimit     magnitudes from which arguments are reduced first
+///   int lanes
+///   result(argument)       the results for a TrigArgument: a V, or a TwoResults<V>
+///   tinyResult(x)          the same for |x| < 2^-252
+template <class Export, class Method>
+struct TrigKernel {
+  using Element = typename Export::Element;
+  static constexpr int lanes = Method::lanes;
+  static constexpr bool secondRangeApart = true; // it calls the reduction
+  /// Below 2^-252 no double is ordinary, and no float but zero exists.
+  static constexpr Element lowest = sizeof(Element) < sizeof(double)
+                                        ? smallestWidenedNormal<Element>
+                                        : static_cast<Element>(0x1p-252);
+  static constexpr Element directLimit = Method::directLimit;
+
+  static bool isOrdinary(Element x) { return magnitudeWithin(x, lowest, directLimit); }
+
+  template <class V>
+  QELVM_INLINE static auto compute(const V& x) {
+    return Method::result(TrigArgument<V, std::int32_t, double>{0, x, 0.0});
+  }
+
+  static bool isInSecondRange(Element x) {
+    return magnitudeWithin(x, directLimit, std::numeric_limits<Element>::infinity());
+  }
+
+  template <class V>
+  QELVM_INLINE static auto computeSecondRange(const V& x) {
+    return Method::result(reducedArgument(x));
+  }
+
+  template <class... Elements>
+  static QelStatus exceptional(const Element& source, Elements&... results) {
+    const Element x = source;
+    if (isInfiniteOrNan(x)) {
+      const bool infinite = fractionIsZero(x);
+      const Element nan = infinite ? x * Element{0} : x * x;
+      ((results = nan), ...);
+      return infinite ? qelStatusDomain : qelStatusOk;
+    }
+    store(Method::tinyResult(static_cast<double>(x)), results...);
+    return qelStatusOk;
+  }
+
+private:
+  static void store(double value, Element& result) { result = static_cast<Element>(value); }
+  static void store(const TwoResults<double>& values, Element& first, Element& second) {
+    first = static_cast<Element>(values.first);
+    second = static_cast<Element>(values.second);
+  }
+};
+
+} // namespace
+} // namespace qelvm
