@@ -24,7 +24,7 @@ namespace {
 template <class Export>
 struct InverseCosine {
   using Element = typename Export::Element;
-  static constexpr int lanes = 2;
+  static constexpr int lanes = fewRegisters ? 2 : 3;
 
   static bool isOrdinary(Element x) { return positiveWithin(x, Element{1.0625}, Element{0x1p28}); }
 

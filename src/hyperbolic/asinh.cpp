@@ -23,7 +23,7 @@ namespace {
 template <class Export>
 struct InverseSine {
   using Element = typename Export::Element;
-  static constexpr int lanes = 2;
+  static constexpr int lanes = fewRegisters ? 2 : 3;
 
   static bool isOrdinary(Element x) { return magnitudeWithin(x, Element{0.125}, Element{0x1p28}); }
 

@@ -38,7 +38,7 @@ QELVM_INLINE DoubleDoubleOf<V> quotient(const DoubleDoubleOf<V>& n, const Double
 template <class Export>
 struct InverseTangent {
   using Element = typename Export::Element;
-  static constexpr int lanes = 2;
+  static constexpr int lanes = fewRegisters ? 2 : 3;
 
   static bool isOrdinary(Element x) { return magnitudeWithin(x, Element{0.0625}, Element{1}); }
 
