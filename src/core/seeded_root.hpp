@@ -42,8 +42,9 @@ QELVM_INLINE DoubleDoubleOf<V> seededRoot(const V& u, const Rest&... rest) {
   const V g = lookUp(rootSeeds<Export>.entry, (odd << 8) + nearest);
 
   const DoubleDoubleOf<V> part = splitHiLo(w, split31Bits);
-  const V wLo = (part.lo + ... + (rest * withExponent(1023 - (half << 1), 1.0)));
-  const V wFull = (w + ... + (rest * withExponent(1023 - (half << 1), 1.0)));
+  [[maybe_unused]] const V unscale = withExponent(1023 - (half << 1), 1.0);
+  const V wLo = (part.lo + ... + (rest * unscale));
+  const V wFull = (w + ... + (rest * unscale));
   const V square = g * g;
   const V d = (part.hi * square - 1.0) + square * wLo;
   const V p = d * horner(binomial, d);

@@ -39,6 +39,7 @@ QELVM_INLINE DoubleDoubleOf<V> arcsineSeries(const V& a) {
   const V squareHi = part.hi * part.hi;
   const V squareLo = (a + part.hi) * part.lo;
   const V s = squareHi + squareLo;
+  const V series = horner(q, s);
 
   const DoubleDoubleOf<V> s2 = splitShort(squareHi); // a^2 = s2.hi + rest2
   const V rest2 = squareLo + s2.lo;
@@ -51,7 +52,7 @@ QELVM_INLINE DoubleDoubleOf<V> arcsineSeries(const V& a) {
   const V fifth = product5 + rest5;
   const DoubleDoubleOf<V> s5 = splitShort(product5);
 
-  const V tail = horner(q, s) * (s * fifth);
+  const V tail = series * (s * fifth);
   const DoubleDoubleOf<V> sum3 = fastTwoSum(a, s3.hi * c3.hi);
   const DoubleDoubleOf<V> sum5 = fastTwoSum(sum3.hi, s5.hi * c5.hi);
   V lo = (cube * c3.lo + fifth * c5.lo) + tail;
@@ -74,12 +75,13 @@ QELVM_INLINE DoubleDoubleOf<V> twiceArcsineOfRoot(const V& a) {
       0x1.c97f757f5a67ap-13, 0x1.7bb135a197cb3p-14, 0x1.366e321244193p-15,  0x1.49906cf8ca535p-16,
       0x1.15d894603528bp-21, 0x1.9bfbe359fdaabp-17, -0x1.b2ea540703226p-18, 0x1.156909893ac75p-18};
   const V v = 1.0 - a;
+  const V series = horner(r, v);
   const DoubleDoubleOf<V> root = seededRoot<Export>(v * 0.5);
   const DoubleDoubleOf<V> leadingRoot = splitShort(root.hi);
   const V& uHi = leadingRoot.hi;
   const V uLo = root.lo + leadingRoot.lo;
 
-  const V tail = ((horner(r, v) * v) * v) * v;
+  const V tail = ((series * v) * v) * v;
   const V factor = tail + ((k0.hi + k0.lo) + ((k1.hi + k1.lo) + (k2.hi + k2.lo) * v) * v);
   const DoubleDoubleOf<V> v1 = splitShort(v);
   const DoubleDoubleOf<V> v2 = splitShort(v1.hi * v1.hi);
