@@ -103,7 +103,7 @@ struct CubeRoot {
     return cubeRoot<Export>(x, 0);
   }
 
-  static void exceptional(const Element& source, Element& result) {
+  static void exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const Element x = source;
     if (isInfiniteOrNan(x))
       result = x + x;

@@ -22,11 +22,13 @@ struct DivDouble {
     return x / y;
   }
 
-  static QelStatus exceptional(const double& x, const double& y, double& quotient) {
-    const bool finite = !isInfiniteOrNan(x) && !isInfiniteOrNan(y);
+  static QelStatus exceptional(const Stored<double>& dividend, const Stored<double>& divisor,
+                               Stored<double>& quotient) {
+    const double x = dividend, y = divisor;
     quotient = x / y;
-    const double divisor = y; // read again, after the store
-    return finite && (divisor == 0.0 || divisor != divisor) ? qelStatusSingularity : qelStatusOk;
+    const double stored = divisor; // read again, after the store
+    const bool finite = !isInfiniteOrNan(x) && !isInfiniteOrNan(y);
+    return finite && (stored == 0.0 || stored != stored) ? qelStatusSingularity : qelStatusOk;
   }
 };
 
@@ -43,10 +45,11 @@ struct DivSingle {
     return x / y;
   }
 
-  static QelStatus exceptional(const float& x, const float& y, float& quotient) {
-    const bool pole = !isInfiniteOrNan(x);
+  static QelStatus exceptional(const Stored<float>& dividend, const Stored<float>& divisor,
+                               Stored<float>& quotient) {
+    const float x = dividend, y = divisor;
     quotient = static_cast<float>(static_cast<double>(x) / static_cast<double>(y));
-    return pole ? qelStatusSingularity : qelStatusOk;
+    return isInfiniteOrNan(x) ? qelStatusOk : qelStatusSingularity;
   }
 };
 

@@ -17,7 +17,7 @@ struct Reciprocal {
     return 1.0 / x;
   }
 
-  static QelStatus exceptional(const Element& zero, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& zero, Stored<Element>& result) {
     result = static_cast<Element>(1.0 / static_cast<double>(zero)); // the infinity of its sign
     return qelStatusSingularity;
   }

@@ -79,7 +79,7 @@ struct InverseCubeRoot {
     return inverseCubeRoot<Export>(x, 0);
   }
 
-  static QelStatus exceptional(const Element& source, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const Element x = source;
     if (isInfiniteOrNan(x)) {
       result = fractionIsZero(x) ? Element{0} / x : x / x;

@@ -75,7 +75,7 @@ struct InverseSquareRoot {
     return inverseSquareRoot<Export>(x, 0);
   }
 
-  static QelStatus exceptional(const Element& source, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const Element x = source;
     if (isInfiniteOrNan(x)) {
       const bool infinite = fractionIsZero(x);

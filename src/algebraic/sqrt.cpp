@@ -66,7 +66,7 @@ struct SquareRoot {
     return squareRoot<Export>(x, 0);
   }
 
-  static QelStatus exceptional(const Element& source, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const Element x = source;
     const bool minusInfinity = isInfiniteOrNan(x) && signBit(x) && fractionIsZero(x);
     if (isInfiniteOrNan(x) && !minusInfinity) {

@@ -6,7 +6,8 @@
 //   bool isOrdinary(T x)                        the cheap test for the main range
 //   V compute(V x)                              the result of an ordinary element, a straight line
 //                                               of building blocks over V = double or Lanes<N>
-//   QelStatus exceptional(const T& x, T& r)     everything else: stores the result into r, then
+//   QelStatus exceptional(const Stored<T>& x, Stored<T>& r)
+//                                               everything else: stores the result into r, then
 //                                               returns the status to report, qelStatusOk for none;
 //                                               void in a family that never reports
 //   static constexpr int lanes                  elements in flight (1 where more do not help)
@@ -52,6 +53,18 @@ struct Tentative {
   bool valid; ///< all N of them
 };
 
+/// An element in the caller's memory, at any address.
+template <class T>
+struct [[gnu::packed]] Stored {
+  T value;
+
+  QELVM_INLINE operator T() const { return value; } // NOLINT(google-explicit-constructor)
+  QELVM_INLINE Stored& operator=(T newValue) {
+    value = newValue;
+    return *this;
+  }
+};
+
 /// The source arrays, or the destination arrays, of one call.
 template <class Pointer, int Count>
 struct ArrayList {
@@ -65,20 +78,22 @@ struct ArrayList {
   }
 };
 
-template <class... Pointers>
-QELVM_INLINE auto sources(Pointers... pointers) {
-  return ArrayList<std::common_type_t<Pointers...>, sizeof...(Pointers)>{{pointers...}};
+template <class T, class... Others>
+QELVM_INLINE auto sources(const T* first, Others... others) {
+  return ArrayList<const Stored<T>*, 1 + sizeof...(Others)>{
+      {reinterpret_cast<const Stored<T>*>(first), reinterpret_cast<const Stored<T>*>(others)...}};
 }
-template <class... Pointers>
-QELVM_INLINE auto destinations(Pointers... pointers) {
-  return ArrayList<std::common_type_t<Pointers...>, sizeof...(Pointers)>{{pointers...}};
+template <class T, class... Others>
+QELVM_INLINE auto destinations(T* first, Others... others) {
+  return ArrayList<Stored<T>*, 1 + sizeof...(Others)>{
+      {reinterpret_cast<Stored<T>*>(first), reinterpret_cast<Stored<T>*>(others)...}};
 }
 
 /// The array arguments of one call.
 template <class T, int Sources, int Destinations>
 struct Arrays {
-  ArrayList<const T*, Sources> source;
-  ArrayList<T*, Destinations> destination;
+  ArrayList<const Stored<T>*, Sources> source;
+  ArrayList<Stored<T>*, Destinations> destination;
 };
 
 namespace frame {
@@ -133,7 +148,7 @@ struct Elements {
   using Value = std::conditional_t<Count == 1, double, Lanes<Count>>;
 
   template <int Count>
-  QELVM_INLINE static Value<Count> load(const T* source) {
+  QELVM_INLINE static Value<Count> load(const Stored<T>* source) {
     if constexpr (Count == 1) {
       return static_cast<double>(*source);
     } else {
@@ -145,7 +160,7 @@ struct Elements {
   }
 
   template <int Count>
-  QELVM_INLINE static void store(const Value<Count>& value, T* destination) {
+  QELVM_INLINE static void store(const Value<Count>& value, Stored<T>* destination) {
     [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
       ((destination[I] = static_cast<T>(laneOf<I>(value))), ...);
     }
@@ -229,8 +244,9 @@ template <class Kernel, class T, int S, int D>
 
 /// Runs one call of `Export`; `scalars` are the kernel's constructor arguments.
 template <class Export, class Kernel, class T, int S, int D, class... Scalars>
-QELVM_INLINE QelStatus call(ArrayList<const T*, S> source, ArrayList<T*, D> destination,
-                            std::int32_t length, Scalars... scalars) {
+QELVM_INLINE QelStatus call(ArrayList<const Stored<T>*, S> source,
+                            ArrayList<Stored<T>*, D> destination, std::int32_t length,
+                            Scalars... scalars) {
   if (length < 1)
     return qelStatusSizeError;
   if (source.hasNull() || destination.hasNull())

@@ -137,7 +137,7 @@ struct Exponential {
     return scaleByPowerOfTwo(power.value(), power.m);
   }
 
-  static QelStatus exceptional(const Element& source, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const Element x = source;
     if (isInfiniteOrNan(x)) {
       const bool minusInfinity = signBit(x) && fractionIsZero(x);

@@ -19,7 +19,7 @@ QELVM_INLINE bool isPositiveNormal(Element x) {
 
 /// Everything else, for a kernel whose logarithm(x, k) is the logarithm of x 2^k.
 template <class Kernel, class Element>
-QelStatus exceptionalLogarithm(const Element& source, Element& result) {
+QelStatus exceptionalLogarithm(const Stored<Element>& source, Stored<Element>& result) {
   const Element x = source;
   if (isInfiniteOrNan(x) && !(signBit(x) && fractionIsZero(x))) {
     result = x * x;
@@ -67,7 +67,7 @@ struct SeriesLogarithm {
     return Function::combine(toDouble(reduced.k + scale), g);
   }
 
-  static QelStatus exceptional(const Element& x, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& x, Stored<Element>& result) {
     return exceptionalLogarithm<SeriesLogarithm>(x, result);
   }
 };
@@ -107,7 +107,7 @@ struct TableLogarithm {
     return sum.leading + Function::trailing(sum.uHi, sum.uLo, sum.rest);
   }
 
-  static QelStatus exceptional(const Element& x, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& x, Stored<Element>& result) {
     return exceptionalLogarithm<TableLogarithm>(x, result);
   }
 };

@@ -40,7 +40,8 @@ struct PowKernel {
     return ordinaryPower<Export>(x, PowExponent<V>(y));
   }
 
-  static QelStatus exceptional(const Element& base, const Element& exponent, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& base, const Stored<Element>& exponent,
+                               Stored<Element>& result) {
     const double x = static_cast<double>(base);
     const double y = static_cast<double>(exponent);
     return powerOf<Export>(x, y, parityOf(y), result);

@@ -234,7 +234,7 @@ double generalPower(double x, double y, double s) {
 
 /// Every case of x^y, in the order that decides where several apply.
 template <class Export, class Element>
-QelStatus powerOf(double x, double y, Parity parity, Element& result) {
+QelStatus powerOf(double x, double y, Parity parity, Stored<Element>& result) {
   const auto store = [&](double value, QelStatus status = qelStatusOk) {
     result = static_cast<Element>(value);
     return status;

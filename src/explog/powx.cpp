@@ -38,7 +38,7 @@ public:
     return {addToExponent(power.value, (highWord(x) >> 20) & resultSign_), power.valid};
   }
 
-  QelStatus exceptional(const Element& base, Element& result) const {
+  QelStatus exceptional(const Stored<Element>& base, Stored<Element>& result) const {
     return powerOf<Export>(static_cast<double>(base), y_, parity_, result);
   }
 

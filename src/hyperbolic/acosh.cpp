@@ -52,7 +52,7 @@ struct InverseCosine {
     return root.hi + (series * (root.hi + root.lo) + root.lo);
   }
 
-  static QelStatus exceptional(const Element& source, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const Element x = source;
     if (isInfiniteOrNan(x) && !(signBit(x) && fractionIsZero(x))) {
       result = x + x;

@@ -50,7 +50,7 @@ struct InverseSine {
     return x + (s * horner(h, s)) * x;
   }
 
-  static void exceptional(const Element& source, Element& result) {
+  static void exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const Element x = source;
     if (isInfiniteOrNan(x))
       result = x + x;

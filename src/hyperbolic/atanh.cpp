@@ -60,7 +60,7 @@ struct InverseTangent {
     return x + (b * horner(s, b)) * x;
   }
 
-  static QelStatus exceptional(const Element& source, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const Element x = source;
     const Element a = magnitude(x);
     if (isInfiniteOrNan(x) && !fractionIsZero(x)) {

@@ -42,7 +42,7 @@ struct Arccosine {
                       flipSigns(t, -x));
   }
 
-  static QelStatus exceptional(const Element& source, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const Element x = source;
     const Element a = magnitude(x);
     if (isInfiniteOrNan(x) || a > 1)

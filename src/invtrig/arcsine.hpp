@@ -105,11 +105,11 @@ QELVM_INLINE bool isInSeries(Element x) {
 /// Stores the NaN of an infinity, a NaN or an argument beyond [-1, 1]. An infinity is told from a
 /// NaN by the source after the store: in place that is the NaN, and nothing is reported.
 template <class Element>
-QelStatus outsideArcDomain(const Element& source, Element& result) {
+QelStatus outsideArcDomain(const Stored<Element>& source, Stored<Element>& result) {
   const Element x = source;
   if (isInfiniteOrNan(x)) {
     result = x / x;
-    return fractionIsZero(source) ? qelStatusDomain : qelStatusOk;
+    return fractionIsZero(Element{source}) ? qelStatusDomain : qelStatusOk;
   }
   result = static_cast<Element>(invalid());
   return qelStatusDomain;

@@ -41,7 +41,7 @@ struct Arcsine {
     return copySign(difference(halfPi, twiceArcsineOfRoot<Export>(magnitude(x))), x);
   }
 
-  static QelStatus exceptional(const Element& source, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const Element x = source;
     if (isInfiniteOrNan(x) || magnitude(x) > 1)
       return outsideArcDomain(source, result);

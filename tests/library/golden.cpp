@@ -67,6 +67,67 @@ T input(Random& random, int kind) {
   }
 }
 
+/// Magnitudes at which families change from one path to another; each is tried with its neighbours.
+constexpr double places[] = {0x1p-1034,
+                             0x1.c5bf891b4ef6ap-1023,
+                             0x1p-252,
+                             0x1p-70,
+                             0x1p-57,
+                             0x1p-53,
+                             0x1p-52,
+                             0x1p-40,
+                             0x1p-12,
+                             0.02720470510300388,
+                             0.06,
+                             0.0625,
+                             0.125,
+                             0.46875,
+                             0.5,
+                             0.9,
+                             0.984375,
+                             1,
+                             1.015625,
+                             1.0625,
+                             1.75,
+                             1.8284271247461903,
+                             2,
+                             2.75,
+                             3.832506856900711,
+                             5.8635847487551676,
+                             5.921587195794508,
+                             6,
+                             10.054194928818097,
+                             16,
+                             19.0615474653985,
+                             21.487562597358306,
+                             26.54325845425098,
+                             26.699372268345602,
+                             27.226017111108366,
+                             87.3365402,
+                             88.7228317,
+                             89.4159927,
+                             103.972076,
+                             708.3964185322641,
+                             709.436139303,
+                             709.782712893384,
+                             710.4704448615958,
+                             710.475860073944,
+                             745.1332191019412,
+                             12800,
+                             0x1p17,
+                             0x1p23,
+                             0x1p28,
+                             0x1p30,
+                             0x1p53,
+                             0x1p54,
+                             0x1p60,
+                             0x1p64,
+                             1e22,
+                             0x1p125,
+                             0x1.fffffep127,
+                             0x1p1021,
+                             0x1.fffffffffffffp1023};
+
 constexpr int kinds = 8;
 constexpr int perKind = 4096;
 
@@ -83,14 +144,31 @@ std::uint64_t hashOf(const loader::Export& e, const loader::Function& f) {
       mix(outcome.results[d]);
     mix(static_cast<std::uint32_t>(outcome.status));
   };
+  const auto mixInPlace = [&](T x, T y) { // the last source is the first destination
+    T other = 0;
+    T* const shared = e.sources() == 2 ? &y : &x;
+    mix(static_cast<std::uint32_t>(f(loader::Operands<T>{&x, &y, y, shared, &other}, 1)));
+    mix(canonicalBits(*shared));
+  };
   Random random(1);
   for (int i = 0; i < kinds * perKind; ++i) {
     const T x = input<T>(random, i % kinds);
     mixCall(x, input<T>(random, random.below(kinds)));
   }
+  for (const double place : places)
+    for (int step = -2; step <= 2; ++step)
+      for (const bool negative : {false, true}) {
+        const auto near = static_cast<BitsOf<T>>(std::bit_cast<BitsOf<T>>(static_cast<T>(place)) +
+                                                 static_cast<BitsOf<T>>(step));
+        const T x = negative ? -std::bit_cast<T>(near) : std::bit_cast<T>(near);
+        mixCall(x, input<T>(random, random.below(kinds)));
+        mixCall(input<T>(random, random.below(kinds)), x);
+      }
   for (T x : specialValues<T>())
-    for (T y : specialValues<T>())
+    for (T y : specialValues<T>()) {
       mixCall(x, y);
+      mixInPlace(x, y);
+    }
   return hash;
 }
 
