@@ -202,8 +202,8 @@ struct Elements {
   /// Source and destination apart travel in registers.
   template <int Count>
   [[gnu::noinline]] static bool
-  runSecondRangeApart(const Kernel& kernel, ArrayList<const T*, S> source,
-                      ArrayList<T*, D> destination, std::ptrdiff_t i) {
+  runSecondRangeApart(const Kernel& kernel, ArrayList<const Stored<T>*, S> source,
+                      ArrayList<Stored<T>*, D> destination, std::ptrdiff_t i) {
     return Elements{kernel, {source, destination}}.template runSecondRange<Count>(i);
   }
 

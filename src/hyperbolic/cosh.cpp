@@ -86,7 +86,7 @@ struct HyperbolicCosine : HyperbolicKernel<Export, Method<Export>> {
   using Kernel = HyperbolicKernel<Export, Method<Export>>;
   using Element = typename Export::Element;
 
-  static QelStatus exceptional(const Element& source, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const Element x = source;
     if (isInfiniteOrNan(x)) {
       result = x * x;

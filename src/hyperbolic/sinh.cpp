@@ -111,7 +111,7 @@ struct HyperbolicSine : HyperbolicKernel<Export, Method<Export>> {
   using Kernel = HyperbolicKernel<Export, Method<Export>>;
   using Element = typename Export::Element;
 
-  static QelStatus exceptional(const Element& source, Element& result) {
+  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const double x = static_cast<double>(source);
     const double a = magnitude(x);
     if (isInfiniteOrNan(x))

@@ -128,7 +128,7 @@ struct HyperbolicKernel : Method {
   }
 
   /// From `Limits::ordinary` on: close to the end of the finite results, and beyond it.
-  static QelStatus exceptionallyLarge(Element source, Element& result) {
+  static QelStatus exceptionallyLarge(Element source, Stored<Element>& result) {
     const double x = static_cast<double>(source);
     if (magnitude(x) >= Limits::overflow) {
       result = static_cast<Element>(Method::withSignOf(x, overflowed()));

@@ -60,7 +60,7 @@ struct ArcTangent {
     return copySign(sum.hi + (sum.lo + low), x);
   }
 
-  static void exceptional(const Element& source, Element& result) {
+  static void exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const double x = static_cast<double>(source);
     if (isInfiniteOrNan(x) && !fractionIsZero(x))
       result = static_cast<Element>(x + x);

@@ -157,7 +157,8 @@ struct ArcTangentOfTwo {
                                         : quotient * (1.0 + quotient);
   }
 
-  static void exceptional(const Element& ordinate, const Element& abscissa, Element& result) {
+  static void exceptional(const Stored<Element>& ordinate, const Stored<Element>& abscissa,
+                          Stored<Element>& result) {
     const double y = static_cast<double>(ordinate);
     const double x = static_cast<double>(abscissa);
     const bool hasNan = y != y || x != x;

@@ -69,7 +69,7 @@ struct TrigKernel {
   }
 
   template <class... Elements>
-  static QelStatus exceptional(const Element& source, Elements&... results) {
+  static QelStatus exceptional(const Stored<Element>& source, Elements&... results) {
     const Element x = source;
     if (isInfiniteOrNan(x)) {
       const bool infinite = fractionIsZero(x);
@@ -82,8 +82,9 @@ struct TrigKernel {
   }
 
 private:
-  static void store(double value, Element& result) { result = static_cast<Element>(value); }
-  static void store(const TwoResults<double>& values, Element& first, Element& second) {
+  static void store(double value, Stored<Element>& result) { result = static_cast<Element>(value); }
+  static void store(const TwoResults<double>& values, Stored<Element>& first,
+                    Stored<Element>& second) {
     first = static_cast<Element>(values.first);
     second = static_cast<Element>(values.second);
   }
