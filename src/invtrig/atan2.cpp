@@ -32,7 +32,8 @@
 namespace qelvm {
 namespace {
 
-/// |y| and |x| times the power of two that brings |y| into [1, 2), and |y| / |x|.
+/// |y| / |x|, and both times the power of two with the given exponent field: the one that brings
+/// |y| into [1, 2), or as near to it as there is.
 template <class V>
 struct Ratio {
   V y;
