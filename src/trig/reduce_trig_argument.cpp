@@ -2,6 +2,10 @@
 // subtracted, pi/4 in four or five pieces so short that all products but the last are exact.
 // Above, the bits of 4/pi that matter are multiplied by x (Payne and Hanek): those in front of them
 // contribute multiples of 8 octants, those behind too little.
+//
+// Error: within 2^-75 of the remainder, but for arguments next to multiples of pi/2. There, below
+// 2^30, what the pieces lack of pi/4 counts, 2^-143 m: 2^-58.96 of the remainder at most, seen at
+// 0x1.b951f1572eba5p+23; above, the rounded sums of the last products, 2^-121.
 
 #include "trig/reduce_trig_argument.hpp"
 
