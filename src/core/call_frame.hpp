@@ -105,9 +105,9 @@ template <class V>
 QELVM_INLINE const V& result(std::integral_constant<int, 0>, const V& only) {
   return only;
 }
-template <int D, class V>
-QELVM_INLINE const V& result(std::integral_constant<int, D>, const TwoResults<V>& both) {
-  return D == 0 ? both.first : both.second;
+template <class V>
+QELVM_INLINE const V& result(std::integral_constant<int, 1>, const TwoResults<V>& both) {
+  return both.second;
 }
 template <class V>
 QELVM_INLINE const V& result(std::integral_constant<int, 0>, const TwoResults<V>& both) {
