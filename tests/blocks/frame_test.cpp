@@ -32,7 +32,7 @@ struct OneSourceKernel {
   static V computeSecondRange(const V& x) {
     return x * 0.5;
   }
-  static QelStatus exceptional(const double& x, double& result) {
+  static QelStatus exceptional(const Stored<double>& x, Stored<double>& result) {
     const QelStatus status = x == 0 ? qelStatusSingularity : qelStatusDomain;
     result = -1;
     return status;
@@ -48,7 +48,8 @@ struct TwoSourceKernel {
     return y - x;
   }
   /// Reads a source again after the store.
-  static QelStatus exceptional(const float&, const float& y, float& result) {
+  static QelStatus exceptional(const Stored<float>&, const Stored<float>& y,
+                               Stored<float>& result) {
     result = 0;
     return y == 0 ? qelStatusDomain : qelStatusOk;
   }
@@ -64,7 +65,7 @@ struct ScalarKernel {
   V compute(const V& x) const {
     return x * factor;
   }
-  QelStatus exceptional(const double& x, double& result) const {
+  QelStatus exceptional(const Stored<double>& x, Stored<double>& result) const {
     result = x * factor;
     return reports ? QelStatus{qelStatusDomain} : QelStatus{qelStatusOk};
   }
@@ -81,7 +82,7 @@ struct TwoDestinationKernel {
   static TwoResults<V> compute(const V& x) {
     return {x + 1.0, x * 3.0};
   }
-  static void exceptional(const float& x, float& first, float& second) {
+  static void exceptional(const Stored<float>& x, Stored<float>& first, Stored<float>& second) {
     const float source = x;
     first = source;
     second = -source;
