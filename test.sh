@@ -92,6 +92,10 @@ check_platform() {
 
 base_tests() {
   require_packages "${build_packages[@]}" "${test_packages[@]}"
+  if $platforms; then
+    require_packages "${fit_packages[@]}" || say "no Sollya"
+    set -- -C Fits "$@" # also what takes minutes: the fits of the tables
+  fi
   say "building"
   build build/linux -DQELVM_TOOL=ON -DQELVM_EXAMPLES=ON -DQELVM_TESTS=ON -DQELVM_BENCH=ON
   say "testing"

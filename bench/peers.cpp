@@ -46,6 +46,8 @@ const std::vector<Peer>& peers() {
       peer("Cos", "std::cos(x)", [](auto x, auto) { return std::cos(x); }, {-10, 10}),
       peer("Cosh", "std::cosh(x)", [](auto x, auto) { return std::cosh(x); }, {-10, 10}),
       peer("Div", "x / y", [](auto x, auto y) { return x / y; }, {-10, 10}, {1, 10}),
+      peer("Erf", "std::erf(x)", [](auto x, auto) { return std::erf(x); }, {-5, 5}),
+      peer("Erfc", "std::erfc(x)", [](auto x, auto) { return std::erfc(x); }, {-5, 9}),
       peer("Exp", "std::exp(x)", [](auto x, auto) { return std::exp(x); }, {-10, 10}),
       peer("Inv", "1 / x", [](auto x, auto) { return 1 / x; }, {1, 10}),
       peer("InvCbrt", "1 / std::cbrt(x)", [](auto x, auto) { return 1 / std::cbrt(x); }, {1, 1000}),
@@ -65,6 +67,7 @@ const std::vector<Peer>& peers() {
       peer("Sinh", "std::sinh(x)", [](auto x, auto) { return std::sinh(x); }, {-10, 10}),
       peer("Sqrt", "std::sqrt(x)", [](auto x, auto) { return std::sqrt(x); }, {1, 1000}),
       peer("Tan", "std::tan(x)", [](auto x, auto) { return std::tan(x); }, {-10, 10}),
+      peer("Tanh", "std::tanh(x)", [](auto x, auto) { return std::tanh(x); }, {-5, 5}),
   };
   return all;
 }

@@ -416,6 +416,54 @@ QELVM_API QelStatus QELVM_CALL qelsDiv_64f_A53(const double* src1, const double*
 /** @} */
 
 /**
+ * @defgroup erf Erf: error function
+ *
+ * `dst[i]` = 2/sqrt(pi) times the integral of e^(-t^2) from 0 to `src[i]`. Never reports: every
+ * valid call returns #qelStatusOk. The result for -x is exactly minus the result for x;
+ * from 5.9215872 on it is 1. The result for an infinity is 1 with its sign, for NaN it is NaN.
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsErf_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsErf_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsErf_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.51 ulp */
+QELVM_API QelStatus QELVM_CALL qelsErf_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.51 ulp */
+QELVM_API QelStatus QELVM_CALL qelsErf_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup erfc Erfc: complementary error function
+ *
+ * `dst[i]` = 1 - erf(`src[i]`), without cancellation.
+ *
+ * | src | result | reported |
+ * |-----|--------|----------|
+ * | NaN | NaN | nothing |
+ * | +infinity, -infinity | +0, 2 | nothing |
+ * | from 27.226017111108366 on (32f: 10.054195) | +0 | #qelStatusUnderflow |
+ * | up to -5.8635847487551676 (32f: -3.8325069) | 2 | nothing |
+ * | otherwise | erfc x, subnormal results too | nothing |
+ *
+ * Subnormal results raise the underflow flag without a status.
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsErfc_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsErfc_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsErfc_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.508 ulp, subnormal results too */
+QELVM_API QelStatus QELVM_CALL qelsErfc_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.508 ulp, subnormal results too */
+QELVM_API QelStatus QELVM_CALL qelsErfc_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
  * @defgroup exp Exp: exponential
  *
  * `dst[i] = e` raised to `src[i]`.
@@ -774,6 +822,26 @@ QELVM_API QelStatus QELVM_CALL qelsTan_32f_A24(const float* src, float* dst, int
 QELVM_API QelStatus QELVM_CALL qelsTan_64f_A50(const double* src, double* dst, int32_t length);
 /** 0.54 ulp */
 QELVM_API QelStatus QELVM_CALL qelsTan_64f_A53(const double* src, double* dst, int32_t length);
+/** @} */
+
+/**
+ * @defgroup tanh Tanh: hyperbolic tangent
+ *
+ * `dst[i]` = the hyperbolic tangent of `src[i]`. Never reports: every valid call returns
+ * #qelStatusOk. The result for -x is exactly minus the result for x; from 19.0615475 on it is 1.
+ * The result for an infinity is 1 with its sign, for NaN it is NaN.
+ * @{
+ */
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsTanh_32f_A11(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsTanh_32f_A21(const float* src, float* dst, int32_t length);
+/** 0.5 ulp */
+QELVM_API QelStatus QELVM_CALL qelsTanh_32f_A24(const float* src, float* dst, int32_t length);
+/** 0.51 ulp */
+QELVM_API QelStatus QELVM_CALL qelsTanh_64f_A50(const double* src, double* dst, int32_t length);
+/** 0.51 ulp */
+QELVM_API QelStatus QELVM_CALL qelsTanh_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
 /**

@@ -3,6 +3,7 @@
 
 build_packages=(g++ cmake ninja-build libfmt-dev libcli11-dev)
 test_packages=(libgtest-dev libbenchmark-dev libmpfr-dev pkg-config binutils python3)
+fit_packages=(sollya)
 windows_packages=(g++-mingw-w64-i686-win32 llvm)
 wine_packages=(wine wine32:i386)
 clang_packages=(clang)

@@ -237,6 +237,15 @@ QELVM_INLINE constexpr bool positiveWithin(T x, T lowest, T limit) {
   return bitsOf(x) - bitsOf(lowest) < bitsOf(limit) - bitsOf(lowest);
 }
 
+/// The least element not below a positive limit: an element lies below one if and only if it lies
+/// below the other.
+template <class Element>
+consteval Element leastNotBelow(double limit) {
+  const auto nearest = static_cast<Element>(limit);
+  return static_cast<double>(nearest) < limit ? std::bit_cast<Element>(bitsOf(nearest) + 1)
+                                              : nearest;
+}
+
 // ---- tables -------------------------------------------------------------------------------------
 
 /// Stands before a table that is a template on the export: keeps compilers from merging the copies
@@ -324,6 +333,14 @@ QELVM_INLINE constexpr auto twoSum(const A& a, const B& b) {
   const V d = a - s;
   const V w = s + d;
   return DoubleDoubleOf<V>{s, (b + d) + (a - w)};
+}
+
+/// The product of two double-words whose hi parts have at most 26 bits: hi is exact, and the error
+/// of lo that of its own roundings.
+template <class A, class V>
+QELVM_INLINE constexpr DoubleDoubleOf<V> productOfShort(const DoubleDoubleOf<A>& a,
+                                                        const DoubleDoubleOf<V>& b) {
+  return {a.hi * b.hi, (a.lo * b.lo + a.hi * b.lo) + a.lo * b.hi};
 }
 
 // ---- rounding by a shifter ----------------------------------------------------------------------

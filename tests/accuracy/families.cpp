@@ -384,6 +384,53 @@ Family trigonometric(const char* name, std::vector<Reference> references, double
           .hardPoints = std::move(hard)};
 }
 
+/// The ends of the intervals, four to a binade from 0.125 on, of the functions that saturate.
+std::vector<Point> quarterBinades(int count) {
+  std::vector<Point> points;
+  for (int i = 0; i < count; ++i)
+    points.push_back({std::ldexp(1 + (i % 4) / 4.0, i / 4 - 3)});
+  return points;
+}
+
+Family hyperbolicTangent() {
+  return {.name = "Tanh",
+          .references = {unary(mpfr_tanh)},
+          .regions = {{{-19.07, 19.07}}, {{0.125, 1}}, {{0x1p-53, 0.125}}, {{-DBL_MAX, DBL_MAX}}},
+          .singleRegions = {{{-9, 9}}, {{0.125F, 1}}, {{0x1p-24F, 0.125F}}, {{-FLT_MAX, FLT_MAX}}},
+          .hardPoints = joined(quarterBinades(29), {{19.0615474653985}})};
+}
+
+Family errorFunction() {
+  return {.name = "Erf",
+          .references = {unary(mpfr_erf)},
+          .regions = {{{-5.93, 5.93}},
+                      {{0.125, 1}},
+                      {{0x1p-40, 0.125}},
+                      {{DBL_TRUE_MIN, 0x1p-40}},
+                      {{-DBL_MIN, -DBL_TRUE_MIN}}},
+          .singleRegions = {{{-4, 4}}, {{0.125F, 1}}, {{FLT_TRUE_MIN, 0.125F}}},
+          .hardPoints =
+              joined(quarterBinades(22), {{5.921587195794508}, {1.971920364530142e-308}})};
+}
+
+Family complementaryErrorFunction() {
+  // The ends of the rows, (1 + x)^4 = 2^n, and where the kind of result changes.
+  std::vector<Point> hard = {{-5.8635847487551676}, {-3.832506856900711}, {10.054194928818097},
+                             {26.54325845425098},   {26.699372268345602}, {27.226017111108366}};
+  for (int n = 1; n < 20; ++n)
+    for (const double sign : {-1.0, 1.0})
+      hard.push_back({sign * (std::exp2(n / 4.0) - 1)});
+  return {.name = "Erfc",
+          .references = {unary(mpfr_erfc)},
+          .regions = {{{-5.87, 5.87}},
+                      {{0, 1.8285}},
+                      {{-1, 0x1p-70}},
+                      {{1.8284, 26.5432}},
+                      {{26.5432, 27.2260}}}, // subnormal
+          .singleRegions = {{{-3.84F, 10.05F}}, {{0, 1.8285F}}, {{0x1p-70F, 1}}, {{9.1F, 10.05F}}},
+          .hardPoints = std::move(hard)};
+}
+
 } // namespace
 
 const std::vector<Family>& families() {
@@ -394,6 +441,9 @@ const std::vector<Family>& families() {
       inverseTrigonometric("Asin", unary(mpfr_asin), {{0x1.0fbefc62269b5p-1}}),
       inverseHyperbolicSine(),
       inverseHyperbolicTangent(),
+      errorFunction(),
+      complementaryErrorFunction(),
+      hyperbolicTangent(),
       division(),
       exponential(),
       reciprocal(),

@@ -1,0 +1,91 @@
+// Error function.
+#include "core/export.hpp"
+#include "core/quarter_binades.hpp"
+
+namespace qelvm {
+namespace {
+
+template <class Export>
+QELVM_TABLE double erfRows[22 * quarterBinadeRowLength] = {
+#define QELVM_ERF_ROW(...) __VA_ARGS__,
+#include "errfunc/erf_rows.inc"
+#undef QELVM_ERF_ROW
+};
+
+/// 2/sqrt(pi) in two words, hi with 25 bits, and in one.
+inline constexpr DoubleDouble twoOverRootPi = {0x1.20dd75p0, 0x1.0a6db446b8ea4p-30};
+inline constexpr double twoOverRootPiRounded = 0x1.20dd750429b6dp0;
+
+template <class Export>
+struct ErfKernel {
+  using Element = typename Export::Element;
+  static constexpr int lanes = 2;
+
+  static constexpr Element tiny = 0x1p-40;
+  static constexpr Element small = 0.125;
+  /// 5.921587195794508: from here on the result is one.
+  static constexpr Element saturation = leastNotBelow<Element>(0x1.7afb48dc96628p2);
+
+  static bool isOrdinary(Element x) { return magnitudeWithin(x, small, saturation); }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return copySign(quarterBinadePolynomial(erfRows<Export>, magnitude(x)), x);
+  }
+
+  static bool isInSecondRange(Element x) { return magnitudeWithin(x, tiny, small); }
+
+  /// c1 a + c3 a^3 + a^5 s(a^2)
+  template <class V>
+  QELVM_INLINE static V computeSecondRange(const V& x) {
+    constexpr DoubleDouble c3 = {-0x1.8127468p-2, -0x1.81bcf35cfdb21p-29}; // -2/(3 sqrt(pi))
+    static constexpr double s[] = {0x1.ce2f21a042b41p-4, -0x1.b82ce31247c36p-6,
+                                   0x1.565bcc4d1d139p-8, -0x1.c02b6e14edcedp-11,
+                                   0x1.f644dd9e75958p-14};
+    const V a = magnitude(x);
+    const V square = a * a;
+    const V cube = a * square;
+    const V tail = (square * horner(s, square)) * cube;
+    const DoubleDoubleOf<V> third = productOfShort(c3, splitHiLo(cube, split26Bits));
+    const DoubleDoubleOf<V> first = productOfShort(twoOverRootPi, splitHiLo(a, split26Bits));
+    const DoubleDoubleOf<V> upper = fastTwoSum(third.hi, tail);
+    const V low = first.lo + (third.lo + upper.lo);
+    const DoubleDoubleOf<V> sum = fastTwoSum(first.hi, upper.hi);
+    return copySign(sum.hi + (low + sum.lo), x);
+  }
+
+  static void exceptional(const Stored<Element>& source, Stored<Element>& result) {
+    const double x = static_cast<double>(source);
+    if (isInfiniteOrNan(source))
+      result = fractionIsZero(source) ? static_cast<Element>(copySign(1.0, x)) : source + source;
+    else if (magnitude(x) < tiny)
+      result = static_cast<Element>(proportional(x));
+    else
+      result = static_cast<Element>(copySign(1.0 + atRunTime(twoToMinus200), x));
+  }
+
+private:
+  /// 2/sqrt(pi) x, rounded once where the result is subnormal too.
+  static double proportional(double x) {
+    if (isZero(x))
+      return x;
+    const double a = magnitude(x);
+    if (a < 0x1p-1034) // as many bits as the result still has
+      return x * twoOverRootPiRounded;
+    const DoubleDouble product =
+        productOfShort(splitHiLo(x * twoTo200, split26Bits), twoOverRootPi);
+    if (a >= 0x0.e2dfc48da77b5p-1022) // 2^-1022 / (2/sqrt(pi)): the result is normal
+      return (product.hi + product.lo) * twoToMinus200;
+    const DoubleDouble leading = splitHiLo(product.hi, split26Bits);
+    return leading.hi * twoToMinus200 + (product.lo + leading.lo) * twoToMinus200;
+  }
+};
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(Erf, 32f, A11, qelvm::ErfKernel)
+QELVM_ONE_SOURCE(Erf, 32f, A21, qelvm::ErfKernel)
+QELVM_ONE_SOURCE(Erf, 32f, A24, qelvm::ErfKernel)
+QELVM_ONE_SOURCE(Erf, 64f, A50, qelvm::ErfKernel)
+QELVM_ONE_SOURCE(Erf, 64f, A53, qelvm::ErfKernel)

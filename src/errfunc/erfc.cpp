@@ -1,0 +1,234 @@
+// Complementary error function.
+#include "core/export.hpp"
+
+#include <cstdint>
+#include <type_traits>
+#include <utility>
+
+namespace qelvm {
+namespace {
+
+/// A row: -c; d0 to d5 as pairs, hi before lo; f6 to f15.
+inline constexpr int erfcRowLength = 23;
+
+template <class Export>
+QELVM_TABLE double erfcRows[20 * erfcRowLength] = {
+#define QELVM_ERFC_ROW(...) __VA_ARGS__,
+#define QELVM_ERFC_FAR_ROW(...) __VA_ARGS__,
+#include "errfunc/erfc_rows.inc"
+#undef QELVM_ERFC_FAR_ROW
+};
+
+/// Single precision underflows to zero before the last rows.
+template <class Export>
+QELVM_TABLE double erfcSingleRows[14 * erfcRowLength] = {
+#define QELVM_ERFC_FAR_ROW(...)
+#include "errfunc/erfc_rows.inc"
+#undef QELVM_ERFC_FAR_ROW
+#undef QELVM_ERFC_ROW
+};
+
+/// 2^(j/64), hi a multiple of 2^-25.
+template <class Export>
+QELVM_TABLE DoubleDouble erfcPowers[64] = {
+#define QELVM_ERFC_POWER(hi, lo) {hi, lo},
+#include "errfunc/erfc_powers.inc"
+#undef QELVM_ERFC_POWER
+};
+
+template <class Element>
+struct ErfcLimits;
+
+template <>
+struct ErfcLimits<double> {
+  static constexpr double saturation = 0x1.7744f8f74e94ap2;     // 5.8635847487551676, minus it
+  static constexpr double underflow = 0x1.b39dc41e48bfdp4;      // 27.226017111108366
+  static constexpr double subnormal = 0x1.a8b12fc6e4892p4;      // 26.54325845425098
+  static constexpr double singleRounding = 0x1.ab30a0f9c4611p4; // 26.699372268345602
+};
+
+/// 3.832506856900711 and 10.054194928818097; no result is a subnormal double.
+template <>
+struct ErfcLimits<float> {
+  static constexpr float saturation = leastNotBelow<float>(0x1.ea8f95ae0aca8p1);
+  static constexpr float underflow = leastNotBelow<float>(0x1.41bbf700dc3fbp3);
+  static constexpr float subnormal = underflow;
+};
+
+template <class Export>
+QELVM_INLINE constexpr const double* rowsOfErfc() {
+  if constexpr (std::is_same_v<typename Export::Element, double>)
+    return erfcRows<Export>;
+  else
+    return erfcSingleRows<Export>;
+}
+
+/// The polynomial of the row of a >= 0 as a double-word: erfc(a), from row 6 on erfc(a) e^(a^2).
+template <class Export, class V>
+QELVM_INLINE DoubleDoubleOf<V> erfcPolynomial(const V& a) {
+  const V square = (1.0 + a) * (1.0 + a);
+  const IntegerOf<V> row =
+      (exponentField(square * square) - Format<double>::bias) * std::int32_t{erfcRowLength};
+  const auto field = [&](int k)
+                         QELVM_ALWAYS_INLINE { return lookUp(rowsOfErfc<Export>() + k, row); };
+
+  const DoubleDoubleOf<V> t = twoSum(a, field(0));
+  V tail = t.hi * field(22) + field(21);
+  [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
+    ((tail = tail * t.hi + field(20 - I)), ...);
+  }
+  (std::make_integer_sequence<int, 8>{});
+  tail = tail * t.hi;
+
+  const DoubleDoubleOf<V> split = splitHiLo(t.hi, split26Bits);
+  const V tLo = t.lo + split.lo;
+  DoubleDoubleOf<V> sum = fastTwoSum(field(11), tail);
+  sum.lo = sum.lo + field(12);
+  [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
+    const auto step = [&](int hi) QELVM_ALWAYS_INLINE {
+      const DoubleDoubleOf<V> sums = splitHiLo(sum.hi, split26Bits);
+      const V sumLo = sums.lo + sum.lo;
+      const V low = (sums.hi * tLo + sumLo * split.hi) + sumLo * tLo;
+      sum = fastTwoSum(field(hi), sums.hi * split.hi);
+      sum.lo = (sum.lo + low) + field(hi + 1);
+    };
+    (step(9 - 2 * I), ...);
+  }
+  (std::make_integer_sequence<int, 5>{});
+  return fastTwoSum(sum.hi, sum.lo);
+}
+
+/// (hi + lo) 2^exponent
+template <class V>
+struct ScaledPair {
+  V hi;
+  V lo;
+  IntegerOf<V> exponent;
+};
+
+/// value e^(-a^2)
+template <class Export, class V>
+QELVM_INLINE ScaledPair<V> timesGaussian(const DoubleDoubleOf<V>& value, const V& a) {
+  constexpr double inverseStep = 0x1.71547652b82fep6; // 64 / ln 2
+  constexpr double stepHi = 0x1.62e42fefap-7;         // ln2 / 64, the last 17 bits cleared
+  constexpr double stepLo = 0x1.cf79abc9e3b3ap-46;    // the rest
+  static constexpr double p[] = {0x1p-1, 0x1.55555555548f8p-3, 0x1.5555555558fccp-5,
+                                 0x1.111123aaf20d3p-7, 0x1.6c16a1c2a3ffdp-10};
+  const DoubleDoubleOf<V> as = splitHiLo(a, split26Bits);
+  const DoubleDoubleOf<V> square = productOfShort(as, as);
+  const V q = -square.hi;
+  const Rounded<V> k = roundShifter(q * inverseStep, integerShifter);
+  const IntegerOf<V> integer = lowWord(k.sum);
+  const DoubleDoubleOf<V> r1 = twoSum(q - k.value * stepHi, -(k.value * stepLo));
+  const DoubleDoubleOf<V> r2 = twoSum(r1.hi, -square.lo);
+  const V r = r2.hi;
+  const V rLo = r1.lo + r2.lo;
+
+  // e^r - 1
+  const V tail = (horner(p, r) * r) * r;
+  const V u = r + tail;
+  const V uError = r + (tail - u);
+  DoubleDoubleOf<V> us = splitHiLo(u, split26Bits);
+  us.lo = rLo + (uError + us.lo);
+
+  // times 2^(j/64), plus 2^(j/64)
+  const IntegerOf<V> j = integer & 63;
+  const DoubleDoubleOf<V> power = {lookUp(erfcPowers<Export>, j, &DoubleDouble::hi),
+                                   lookUp(erfcPowers<Export>, j, &DoubleDouble::lo)};
+  const DoubleDoubleOf<V> product = productOfShort(power, us);
+  const DoubleDoubleOf<V> sum = twoSum(power.hi, product.hi);
+  const V sumLo = product.lo + (sum.lo + power.lo);
+
+  DoubleDoubleOf<V> values = splitHiLo(value.hi, split26Bits);
+  values.lo = value.lo + values.lo;
+  DoubleDoubleOf<V> gaussian = splitHiLo(sum.hi, split26Bits);
+  gaussian.lo = sumLo + gaussian.lo;
+  const DoubleDoubleOf<V> result = productOfShort(values, gaussian);
+  return {result.hi, result.lo, integer >> 6};
+}
+
+template <class Export>
+struct ErfcKernel {
+  using Element = typename Export::Element;
+  using Limits = ErfcLimits<Element>;
+  static constexpr int lanes = 2;
+
+  static constexpr Element tiny = 0x1p-70;
+  static constexpr Element gaussian = leastNotBelow<Element>(0x1.d413cccfe779ap0); // 2^1.5 - 1
+
+  static bool isOrdinary(Element x) {
+    return positiveWithin(x, gaussian, Limits::subnormal) ||
+           positiveWithin(-x, gaussian, Limits::saturation);
+  }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const V a = magnitude(x);
+    const ScaledPair<V> value = timesGaussian<Export>(erfcPolynomial<Export>(a), a);
+    return reflected(x, value.hi, value.lo, withExponent(value.exponent + 1023, 1.0));
+  }
+
+  static bool isInSecondRange(Element x) { return magnitudeWithin(x, tiny, gaussian); }
+
+  template <class V>
+  QELVM_INLINE static V computeSecondRange(const V& x) {
+    const DoubleDoubleOf<V> value = erfcPolynomial<Export>(magnitude(x));
+    return reflected(x, value.hi, value.lo, 1.0);
+  }
+
+  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
+    const Element x = source;
+    if (isInfiniteOrNan(x)) {
+      result = !fractionIsZero(x) ? x * x : signBit(x) ? Element{2} : Element{0};
+    } else if (magnitudeWithin(x, Element{0}, tiny)) {
+      result = Element{1} + x;
+    } else if (signBit(x)) {
+      result = static_cast<Element>(2.0 - atRunTime(tinyDouble));
+    } else if (x >= Limits::underflow) {
+      result = static_cast<Element>(underflowed());
+      return qelStatusUnderflow;
+    } else if constexpr (std::is_same_v<Element, double>) {
+      result = subnormal(x);
+    }
+    return qelStatusOk;
+  }
+
+private:
+  /// (hi + lo) scale for positive x, 2 - (hi + lo) scale for negative x.
+  template <class V, class S>
+  QELVM_INLINE static V reflected(const V& x, const V& hi, const V& lo, const S& scale) {
+    return lanewise(
+        [](double x1, double hi1, double lo1, double scale1) QELVM_ALWAYS_INLINE {
+          if (!signBit(x1))
+            return (hi1 + lo1) * scale1;
+          const DoubleDouble leading = fastTwoSum(2.0, -(hi1 * scale1));
+          const DoubleDouble sum = twoSum(leading.hi, -(lo1 * scale1));
+          return sum.hi + (leading.lo + sum.lo);
+        },
+        x, hi, lo, scale);
+  }
+
+  /// A subnormal result, rounded once at the place where it ends.
+  static double subnormal(double x) {
+    const ScaledPair<double> value = timesGaussian<Export>(erfcPolynomial<Export>(x), x);
+    const double scale = withExponent(value.exponent + 200 + 1023, 1.0);
+    const double hi = value.hi * scale;
+    const double lo = value.lo * scale;
+    if (x > Limits::singleRounding) {
+      const double result = (hi + lo) * twoToMinus200;
+      return result + result * result; // the square raises underflow
+    }
+    const DoubleDouble sum = twoSum(hi, lo);
+    const DoubleDouble leading = splitHiLo(sum.hi, split26Bits);
+    return leading.hi * twoToMinus200 + (leading.lo + sum.lo) * twoToMinus200;
+  }
+};
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(Erfc, 32f, A11, qelvm::ErfcKernel)
+QELVM_ONE_SOURCE(Erfc, 32f, A21, qelvm::ErfcKernel)
+QELVM_ONE_SOURCE(Erfc, 32f, A24, qelvm::ErfcKernel)
+QELVM_ONE_SOURCE(Erfc, 64f, A50, qelvm::ErfcKernel)
+QELVM_ONE_SOURCE(Erfc, 64f, A53, qelvm::ErfcKernel)

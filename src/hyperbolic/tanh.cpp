@@ -1,0 +1,72 @@
+// Hyperbolic tangent.
+#include "core/export.hpp"
+#include "core/quarter_binades.hpp"
+
+namespace qelvm {
+namespace {
+
+template <class Export>
+QELVM_TABLE double tanhRows[29 * quarterBinadeRowLength] = {
+#define QELVM_TANH_ROW(...) __VA_ARGS__,
+#include "hyperbolic/tanh_rows.inc"
+#undef QELVM_TANH_ROW
+};
+
+template <class Export>
+struct TanhKernel {
+  using Element = typename Export::Element;
+  static constexpr int lanes = 2;
+
+  static constexpr Element tiny = 0x1p-53;
+  static constexpr Element small = 0.125;
+  /// 19.0615474653985: from here on 1 - tanh x is below 2^-54.
+  static constexpr Element saturation = leastNotBelow<Element>(0x1.30fc1931f09cbp4);
+
+  static bool isOrdinary(Element x) { return magnitudeWithin(x, small, saturation); }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return copySign(quarterBinadePolynomial(tanhRows<Export>, magnitude(x)), x);
+  }
+
+  static bool isInSecondRange(Element x) { return magnitudeWithin(x, tiny, small); }
+
+  /// a + c3 a^3 + a^5 p(a^2)
+  template <class V>
+  QELVM_INLINE static V computeSecondRange(const V& x) {
+    constexpr DoubleDouble c3 = {-0x1.555555p-2, -0x1.5555548f72a9ap-28}; // -1/3, hi with 26 bits
+    static constexpr double p[] = {0x1.111111110f2ffp-3, -0x1.ba1ba1adeeb47p-5,
+                                   0x1.664f365ee6189p-6, -0x1.22608847886ffp-7,
+                                   0x1.cca925be3321p-9};
+    const V a = magnitude(x);
+    const V square = a * a;
+    const V cube = a * square;
+    const V tail = (square * horner(p, square)) * cube;
+    const DoubleDoubleOf<V> third = productOfShort(c3, splitHiLo(cube, split26Bits));
+    const V low = tail + third.lo;
+    const DoubleDoubleOf<V> leading = fastTwoSum(a, third.hi);
+    const DoubleDoubleOf<V> sum = fastTwoSum(leading.hi, low);
+    return copySign(sum.hi + (leading.lo + sum.lo), x);
+  }
+
+  static void exceptional(const Stored<Element>& source, Stored<Element>& result) {
+    const double x = static_cast<double>(source);
+    const double sign = copySign(1.0, x);
+    if (isInfiniteOrNan(source))
+      result = fractionIsZero(source) ? static_cast<Element>(sign) : source + source;
+    else if (exponentField(x) == 0) // zero or subnormal: itself; a subnormal raises underflow
+      result = static_cast<Element>(x + x * atRunTime(tinyDouble));
+    else // one, or x itself, inexactly
+      result = static_cast<Element>((1.0 + atRunTime(tinyDouble)) *
+                                    (exponentField(x) < exponentField(0x1p-53) ? x : sign));
+  }
+};
+
+} // namespace
+} // namespace qelvm
+
+QELVM_ONE_SOURCE(Tanh, 32f, A11, qelvm::TanhKernel)
+QELVM_ONE_SOURCE(Tanh, 32f, A21, qelvm::TanhKernel)
+QELVM_ONE_SOURCE(Tanh, 32f, A24, qelvm::TanhKernel)
+QELVM_ONE_SOURCE(Tanh, 64f, A50, qelvm::TanhKernel)
+QELVM_ONE_SOURCE(Tanh, 64f, A53, qelvm::TanhKernel)
