@@ -55,9 +55,10 @@ struct ErfKernel {
   }
 
   static void exceptional(const Stored<Element>& source, Stored<Element>& result) {
-    const double x = static_cast<double>(source);
-    if (isInfiniteOrNan(source))
-      result = fractionIsZero(source) ? static_cast<Element>(copySign(1.0, x)) : source + source;
+    const Element element = source;
+    const double x = static_cast<double>(element);
+    if (isInfiniteOrNan(element))
+      result = fractionIsZero(element) ? static_cast<Element>(copySign(1.0, x)) : element + element;
     else if (magnitude(x) < tiny)
       result = static_cast<Element>(proportional(x));
     else

@@ -50,10 +50,11 @@ struct TanhKernel {
   }
 
   static void exceptional(const Stored<Element>& source, Stored<Element>& result) {
-    const double x = static_cast<double>(source);
+    const Element element = source;
+    const double x = static_cast<double>(element);
     const double sign = copySign(1.0, x);
-    if (isInfiniteOrNan(source))
-      result = fractionIsZero(source) ? static_cast<Element>(sign) : source + source;
+    if (isInfiniteOrNan(element))
+      result = fractionIsZero(element) ? static_cast<Element>(sign) : element + element;
     else if (exponentField(x) == 0) // zero or subnormal: itself; a subnormal raises underflow
       result = static_cast<Element>(x + x * atRunTime(tinyDouble));
     else // one, or x itself, inexactly
