@@ -1,4 +1,19 @@
-// Complementary error function.
+// Complementary error function, without the cancellation of 1 - erf.
+//
+// Polynomials: 20 rows by the exponent of (1 + |x|)^4, evaluated in double-words down from the
+// fifth degree; up to |x| = 2^1.5 - 1 they give erfc itself, beyond erfc(a) e^(a^2), which hardly
+// varies. They are off by at most 2^-70.2 (row 5: 2^-64.2) of the function; row by row in
+// erfc_rows.inc.
+//
+// Gaussian: -a^2 = n ln2/64 + r, n = 64 m + j; e^(-a^2) = 2^m 2^(j/64) e^r, with a^2, r, e^r - 1
+// and the power in double-words. For negative x the result is 2 - erfc(|x|).
+//
+// Ranges: the Gaussian's road is the ordinary one, smaller arguments the second; subnormal results,
+// with a scale of their own, and what is beyond run off the main road.
+//
+// Error: everything but the last sum is carried to 2^-60 or better, row 5 adds 2^-11 ulp: below
+// 0.508 ulp, 0.5019 seen at 0x1.594a842181cedp+2. Subnormal results are rounded once, where they
+// end.
 #include "core/export.hpp"
 
 #include <cstdint>

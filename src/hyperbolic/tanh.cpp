@@ -1,4 +1,14 @@
-// Hyperbolic tangent.
+// Hyperbolic tangent: no exponential, no division.
+//
+// Ranges: below 1/8 an odd series; from there to 19.06 one of 29 polynomials, each fitted over a
+// quarter of a binade (core/quarter_binades.hpp); beyond, one.
+//
+// Rows: off by at most 2^-64.1 of the function, row by row in tanh_rows.inc; the series by 2^-64.2
+// (tools/bounds/tanh_erf.sollya).
+//
+// Error: the cube in the series is rounded twice, and a^2/3 < 2^-7.5 of that reaches the result, up
+// to 0.0104 ulp if both are worst; the rest is below 2^-10 ulp. Below 0.51 ulp, 0.5041 seen at
+// 0x1.beceb4a5cd7ecp-4. On the intervals only the last sum rounds by more than 2^-8 ulp.
 #include "core/export.hpp"
 #include "core/quarter_binades.hpp"
 
