@@ -180,7 +180,7 @@ quality_tests() {
     -DCMAKE_C_FLAGS=-O1 -DQELVM_BENCH=OFF \
     -DQELVM_INSTRUMENTATION="-fsanitize=address,undefined -fno-sanitize-recover=undefined" &&
     check "sanitizers" ctest --test-dir $directory -j "$(nproc)" --output-on-failure \
-      -LE 'binary|install|tables' -E BytesOfStack || true
+      -LE 'binary|install|tables|accuracy' -E BytesOfStack || true
   if require_packages "${coverage_packages[@]}"; then
     check coverage tools/coverage.py || true
   else

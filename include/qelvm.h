@@ -8,7 +8,7 @@
  * |-------|---------|----------|
  * | `32f_A11`, `32f_A21`, `32f_A24` | `float` | computed in double precision, rounded once |
  * | `64f_A50` | `double` | the faster kernel |
- * | `64f_A53` | `double` | within hundredths of an ulp of the correctly rounded result |
+ * | `64f_A53` | `double` | mostly within hundredths of an ulp of the correctly rounded result |
  *
  * The three `float` classes are one and the same computation, and in most families so are the two
  * `double` classes.
@@ -106,6 +106,8 @@ typedef struct QelLibVersion {
  * | beyond [-1, 1] | NaN | #qelStatusDomain |
  * | 1 | +0 | nothing |
  * | otherwise | the arccosine | nothing |
+ *
+ * @image html Acos.svg
  * @{
  */
 /** 0.5 ulp */
@@ -132,6 +134,8 @@ QELVM_API QelStatus QELVM_CALL qelsAcos_64f_A53(const double* src, double* dst, 
  * | below 1, -infinity included | NaN | #qelStatusDomain |
  * | 1 | +0 | nothing |
  * | otherwise | the inverse hyperbolic cosine | nothing |
+ *
+ * @image html Acosh.svg
  * @{
  */
 /** 0.5 ulp */
@@ -162,6 +166,8 @@ QELVM_API QelStatus QELVM_CALL qelsAcosh_64f_A53(const double* src, double* dst,
  * | beyond [-1, 1] | NaN | #qelStatusDomain |
  * | magnitude up to 2^-53 | the argument | nothing |
  * | otherwise | the arcsine | nothing |
+ *
+ * @image html Asin.svg
  * @{
  */
 /** 0.5 ulp */
@@ -187,6 +193,8 @@ QELVM_API QelStatus QELVM_CALL qelsAsin_64f_A53(const double* src, double* dst, 
  * | infinity | the argument | nothing |
  * | magnitude below 2^-57 | the argument | nothing |
  * | otherwise | the inverse hyperbolic sine | nothing |
+ *
+ * @image html Asinh.svg
  * @{
  */
 /** 0.5 ulp */
@@ -216,6 +224,8 @@ QELVM_API QelStatus QELVM_CALL qelsAsinh_64f_A53(const double* src, double* dst,
  *
  * A50 and A53 are worst just above 1/8, 1/4 and 1/2 (to 0.546); from there on they stay below
  * 0.63 ulp.
+ *
+ * @image html Atan.svg
  * @{
  */
 /** 0.5 ulp */
@@ -249,6 +259,8 @@ QELVM_API QelStatus QELVM_CALL qelsAtan_64f_A53(const double* src, double* dst, 
  * | finite, not zero | finite, not zero | the angle |
  *
  * The double bound is 0.52 ulp; where x is subnormal and |y / x| above 2^54, 0.7244 ulp.
+ *
+ * @image html Atan2.svg
  * @{
  */
 /** 0.5 ulp */
@@ -281,6 +293,8 @@ QELVM_API QelStatus QELVM_CALL qelsAtan2_64f_A53(const double* src1, const doubl
  * | beyond [-1, 1], infinities included | NaN | #qelStatusDomain |
  * | magnitude below 2^-57 | the argument | nothing |
  * | otherwise | the inverse hyperbolic tangent | nothing |
+ *
+ * @image html Atanh.svg
  * @{
  */
 /** 0.5 ulp */
@@ -307,6 +321,8 @@ QELVM_API QelStatus QELVM_CALL qelsAtanh_64f_A53(const double* src, double* dst,
  * | NaN | NaN |
  * | infinity or zero, of either sign | src itself |
  * | otherwise, subnormal too | cube root |
+ *
+ * @image html Cbrt.svg
  * @{
  */
 /** 0.5 ulp */
@@ -335,6 +351,8 @@ QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A53(const double* src, double* dst, 
  * | infinity, of either sign | NaN | #qelStatusDomain |
  * | zero, magnitude below 2^-252 | 1 | nothing |
  * | otherwise | cosine | nothing |
+ *
+ * @image html Cos.svg
  * @{
  */
 /** 0.5 ulp */
@@ -362,6 +380,8 @@ QELVM_API QelStatus QELVM_CALL qelsCos_64f_A53(const double* src, double* dst, i
  * | magnitude below 2^-53 | 1 | nothing |
  * | from that magnitude on | +infinity | #qelStatusOverflow |
  * | otherwise | the hyperbolic cosine | nothing |
+ *
+ * @image html Cosh.svg
  * @{
  */
 /** 0.5 ulp */
@@ -396,6 +416,8 @@ QELVM_API QelStatus QELVM_CALL qelsCosh_64f_A53(const double* src, double* dst, 
  * In place: the 64f classes look at `src2[i]` after `dst[i]` is stored. With `dst == src2` they
  * therefore report an element whose *quotient* is zero or NaN, and not one whose divisor was zero
  * and whose quotient is infinite. The 32f classes report alike in place and apart.
+ *
+ * @image html Div.svg
  * @{
  */
 /** 0.5 ulp */
@@ -421,6 +443,8 @@ QELVM_API QelStatus QELVM_CALL qelsDiv_64f_A53(const double* src1, const double*
  * `dst[i]` = 2/sqrt(pi) times the integral of e^(-t^2) from 0 to `src[i]`. Never reports: every
  * valid call returns #qelStatusOk. The result for -x is exactly minus the result for x;
  * from 5.9215872 on it is 1. The result for an infinity is 1 with its sign, for NaN it is NaN.
+ *
+ * @image html Erf.svg
  * @{
  */
 /** 0.5 ulp */
@@ -449,6 +473,8 @@ QELVM_API QelStatus QELVM_CALL qelsErf_64f_A53(const double* src, double* dst, i
  * | otherwise | erfc x, subnormal results too | nothing |
  *
  * Subnormal results raise the underflow flag without a status.
+ *
+ * @image html Erfc.svg
  * @{
  */
 /** 0.5 ulp */
@@ -479,6 +505,8 @@ QELVM_API QelStatus QELVM_CALL qelsErfc_64f_A53(const double* src, double* dst, 
  *
  * The limits themselves are not reported. Results that round to zero or to a subnormal raise the
  * underflow flag without a status.
+ *
+ * @image html Exp.svg
  * @{
  */
 /** 0.5 ulp */
@@ -500,6 +528,8 @@ QELVM_API QelStatus QELVM_CALL qelsExp_64f_A53(const double* src, double* dst, i
  * division per element. A zero gives the infinity of its sign and reports #qelStatusSingularity;
  * an infinity gives the zero of its sign and a NaN a NaN, unreported. Small subnormal arguments
  * overflow to infinity without a status.
+ *
+ * @image html Inv.svg
  * @{
  */
 /** 0.5 ulp */
@@ -526,6 +556,8 @@ QELVM_API QelStatus QELVM_CALL qelsInv_64f_A53(const double* src, double* dst, i
  * | infinity | the zero of its sign | nothing |
  * | zero | the infinity of its sign | #qelStatusSingularity |
  * | otherwise, subnormal too | reciprocal cube root | nothing |
+ *
+ * @image html InvCbrt.svg
  * @{
  */
 /** 0.5 ulp */
@@ -552,6 +584,8 @@ QELVM_API QelStatus QELVM_CALL qelsInvCbrt_64f_A53(const double* src, double* ds
  * | zero | the infinity of its sign | #qelStatusSingularity |
  * | negative, -infinity | NaN | #qelStatusDomain |
  * | otherwise, subnormal too | reciprocal square root | nothing |
+ *
+ * @image html InvSqrt.svg
  * @{
  */
 /** 0.5 ulp */
@@ -579,6 +613,8 @@ QELVM_API QelStatus QELVM_CALL qelsInvSqrt_64f_A53(const double* src, double* ds
  * | negative, -infinity included | NaN | #qelStatusDomain |
  * | 1 | +0 | nothing |
  * | positive, subnormal too | the logarithm | nothing |
+ *
+ * @image html Ln.svg
  * @{
  */
 /** 0.5 ulp */
@@ -606,6 +642,8 @@ QELVM_API QelStatus QELVM_CALL qelsLn_64f_A53(const double* src, double* dst, in
  * | negative, -infinity included | NaN | #qelStatusDomain |
  * | 1 | +0 | nothing |
  * | positive, subnormal too | the logarithm | nothing |
+ *
+ * @image html Log10.svg
  * @{
  */
 /** 0.5 ulp */
@@ -642,6 +680,8 @@ QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A53(const double* src, double* dst,
  *
  * Overflow and underflow only raise their flags. A zero raised to a negative power raises
  * divide-by-zero and, by its report, invalid.
+ *
+ * @image html Pow.svg
  * @{
  */
 /** 0.5 ulp */
@@ -666,6 +706,8 @@ QELVM_API QelStatus QELVM_CALL qelsPow_64f_A53(const double* src1, const double*
  *
  * `dst[i] = src[i]` raised to `power`, passed by value: the results and the statuses of `Pow` with
  * this exponent in every element.
+ *
+ * @image html Powx.svg
  * @{
  */
 /** 0.5 ulp */
@@ -699,6 +741,8 @@ QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A53(const double* src, double power,
  * | infinity, of either sign | NaN | NaN | #qelStatusDomain |
  * | zero of either sign, magnitude below 2^-252 | src itself | 1 | nothing |
  * | otherwise | sine | cosine | nothing |
+ *
+ * @image html SinCos.svg
  * @{
  */
 /** 0.5 ulp */
@@ -730,6 +774,8 @@ QELVM_API QelStatus QELVM_CALL qelsSinCos_64f_A53(const double* src, double* dst
  * | infinity, of either sign | NaN | #qelStatusDomain |
  * | zero of either sign, magnitude below 2^-252 | src itself | nothing |
  * | otherwise | sine | nothing |
+ *
+ * @image html Sin.svg
  * @{
  */
 /** 0.5 ulp */
@@ -757,6 +803,8 @@ QELVM_API QelStatus QELVM_CALL qelsSin_64f_A53(const double* src, double* dst, i
  * | magnitude below 2^-53 | src itself; underflow is raised where it is subnormal | nothing |
  * | from that magnitude on | infinity of its sign | #qelStatusOverflow |
  * | otherwise | the hyperbolic sine | nothing |
+ *
+ * @image html Sinh.svg
  * @{
  */
 /** 0.5 ulp */
@@ -783,6 +831,8 @@ QELVM_API QelStatus QELVM_CALL qelsSinh_64f_A53(const double* src, double* dst, 
  * | zero of either sign | src itself | nothing |
  * | negative, -infinity | NaN | #qelStatusDomain |
  * | otherwise, subnormal too | square root | nothing |
+ *
+ * @image html Sqrt.svg
  * @{
  */
 /** 0.5 ulp */
@@ -810,6 +860,8 @@ QELVM_API QelStatus QELVM_CALL qelsSqrt_64f_A53(const double* src, double* dst, 
  * | infinity, of either sign | NaN | #qelStatusDomain |
  * | zero of either sign, magnitude below 2^-252 | src itself | nothing |
  * | otherwise | tangent | nothing |
+ *
+ * @image html Tan.svg
  * @{
  */
 /** 0.5 ulp */
@@ -830,6 +882,8 @@ QELVM_API QelStatus QELVM_CALL qelsTan_64f_A53(const double* src, double* dst, i
  * `dst[i]` = the hyperbolic tangent of `src[i]`. Never reports: every valid call returns
  * #qelStatusOk. The result for -x is exactly minus the result for x; from 19.0615475 on it is 1.
  * The result for an infinity is 1 with its sign, for NaN it is NaN.
+ *
+ * @image html Tanh.svg
  * @{
  */
 /** 0.5 ulp */

@@ -52,7 +52,8 @@ nothing_left() {
 step "install" cmake --install "$build" --prefix "$prefix"
 step "CMake package" consume package -DCMAKE_PREFIX_PATH="$prefix"
 step "build tree" consume tree -Dqelvm_DIR="$build"
-step "add_subdirectory" consume subdirectory -DQELVM_SOURCE="$source" -DCMAKE_BUILD_TYPE=Debug
+step "add_subdirectory" consume subdirectory -DQELVM_SOURCE="$source" \
+  -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O0
 step "pkg-config" with_pkg_config
 step "installed tool" tool_works
 step "example by itself" cmake -G Ninja -S "$source/examples/misra1a" -B "$work/example" \
