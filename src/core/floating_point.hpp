@@ -161,10 +161,11 @@ QELVM_INLINE constexpr V selectWhereZero(const I& index, const V& whereZero, con
 }
 
 /// `value` with the low `count` bits of its pattern cleared.
-template <class V>
-QELVM_INLINE constexpr auto clearLowBits(const V& value, std::int32_t count) {
-  return lanewise(
-      [=](double v) QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) >> count << count); }, value);
+template <class V, class I>
+QELVM_INLINE constexpr auto clearLowBits(const V& value, const I& count) {
+  return lanewise([](double v, std::int32_t n)
+                      QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) >> n << n); },
+                  value, count);
 }
 
 /// x 2^n by an addition to the exponent field, exact for normal x and a normal result.

@@ -19,29 +19,26 @@ constexpr double fourOverPiBits[50] = {
 #undef QELVM_FOUR_OVER_PI_BITS
 };
 
-/// The multiple of pi/2 nearest to an argument of that many whole octants: half of them, rounded
-/// up.
-constexpr std::uint32_t nearestQuarterTurn(std::uint32_t octants) {
-  return (octants + 1) >> 1;
+/// The quadrant of x, whose sign is that of `sign`, for |x| of that many whole octants: the low two
+/// bits of the nearest multiple of pi/2, for a negative x those of the negated multiple. The sign
+/// of an argument is a factor: a branch on it no processor could foresee.
+template <class V>
+QELVM_INLINE IntegerOf<V> quadrantOf(const IntegerOf<V>& octants, const V& sign) {
+  return lanewise(
+      [](std::int32_t count, double factor) QELVM_ALWAYS_INLINE {
+        const auto quarterTurns =
+            static_cast<std::int32_t>((static_cast<std::uint32_t>(count) + 1) >> 1 & 3);
+        return (static_cast<std::int32_t>(factor) * quarterTurns) & 3;
+      },
+      octants, sign);
 }
 
-/// The sign of an argument: a product with it costs less than a branch that no processor can
-/// foresee.
-struct Sign {
-  double factor; ///< 1 or -1
-
-  constexpr explicit Sign(double x) : factor(copySign(1.0, x)) {}
-
-  /// The quadrant of a negative argument is that of its negated multiple.
-  constexpr std::int32_t quadrant(std::uint32_t quarterTurns) const {
-    return (static_cast<std::int32_t>(factor) * static_cast<std::int32_t>(quarterTurns & 3)) & 3;
-  }
-};
-
 /// total.hi + term, its error added to total.lo.
-QELVM_INLINE void accumulate(DoubleDouble& total, double term) {
-  const DoubleDouble sum = fastTwoSum(total.hi, term);
-  total = {sum.hi, total.lo + sum.lo};
+template <class V>
+QELVM_INLINE void accumulate(DoubleDoubleOf<V>& total, const V& term) {
+  const DoubleDoubleOf<V> sum = fastTwoSum(total.hi, term);
+  total.hi = sum.hi;
+  total.lo = total.lo + sum.lo;
 }
 
 /// a - m pi/4, a below 2^23.
@@ -70,72 +67,90 @@ QELVM_INLINE DoubleDouble subtractLong(double a, double m) {
 }
 
 /// |x| below 2^30, by subtraction.
-QELVM_INLINE TrigReduction reduceBySubtraction(double a, Sign sign) {
+QELVM_INLINE TrigReduction reduceBySubtraction(double a, double sign) {
   constexpr double fourOverPi = 0x1.45f306dc9c883p0;
   const auto octants = static_cast<std::int32_t>(a * fourOverPi);
-  const std::uint32_t quarterTurns = nearestQuarterTurn(static_cast<std::uint32_t>(octants));
-  const double m = static_cast<double>(static_cast<std::int32_t>(2 * quarterTurns));
+  const double m = static_cast<double>(octants + (octants & 1));
   const DoubleDouble t = exponentField(a) < 1023 + 23 ? subtractShort(a, m) : subtractLong(a, m);
-  return {fastTwoSum(t.hi * sign.factor, t.lo * sign.factor), sign.quadrant(quarterTurns)};
+  return {fastTwoSum(t.hi * sign, t.lo * sign), quadrantOf(octants, sign)};
 }
 
 /// |x| of 2^30 and more, by multiplication.
-QELVM_INLINE TrigReduction reduceByMultiplication(double a, Sign sign) {
+template <class V>
+QELVM_INLINE TrigReductionOf<V> reduceByMultiplication(const V& a, const V& sign) {
+  using I = IntegerOf<V>;
   // |x| 2^-200 = xh + xl, of 26 and 27 bits: all products with the bits of 4/pi are exact. The
   // first entry that matters is number i; what it leaves out in front is a multiple of 8.
-  const std::int32_t e = exponentField(a) - 1052;
-  const std::int32_t i = (e * 83886) >> 21; // (e - 1) / 25
-  const std::int32_t rho = e - 25 * i;
-  const double* const bits = fourOverPiBits + i;
-  const double x = withExponent(e + 1052 - 200, a);
-  const double xh = clearLowBits(x, 27);
-  const double xl = x - xh;
+  const I e = exponentField(a) - 1052;
+  const I i = (e * 83886) >> 21; // (e - 1) / 25
+  const I rho = e - i * 25;
+  const auto bits = [&i](int k) QELVM_ALWAYS_INLINE { return lookUp(fourOverPiBits + k, i); };
+  const V x = withExponent(e + (1052 - 200), a);
+  const V xh = clearLowBits(x, 27);
+  const V xl = x - xh;
 
   // The leading products, less multiples of 8: of weight 2^12 or more.
-  const DoubleDouble leading = fastTwoSum(xl * bits[0], xh * bits[1]);
-  DoubleDouble sum = {leading.hi - clearLowBits(leading.hi + leading.lo, 38 - rho), leading.lo};
-  accumulate(sum, xl * bits[1]);
-  accumulate(sum, xh * bits[2]);
+  const DoubleDoubleOf<V> leading = fastTwoSum(xl * bits(0), xh * bits(1));
+  DoubleDoubleOf<V> sum = {leading.hi - clearLowBits(leading.hi + leading.lo, 38 - rho),
+                           leading.lo};
+  accumulate(sum, xl * bits(1));
+  accumulate(sum, xh * bits(2));
 
-  // The whole octants: below 2^32, and at least 3, to which the product with bits[2] alone comes.
-  const double a2 = xl * bits[2];
-  const double b3 = xh * bits[3];
-  const double total = ((sum.hi + sum.lo) + a2) + b3;
-  const std::int32_t fractionBits = 1023 + 52 - exponentField(total);
-  const std::uint64_t significand =
-      (bitsOf(total) & fractionMask<double>) | (std::uint64_t{1} << 52);
-  const auto octants = static_cast<std::uint32_t>(significand >> fractionBits);
-  const std::uint32_t quarterTurns = nearestQuarterTurn(octants);
+  // The whole octants: below 2^32, and at least 3, to which the product with bits(2) alone comes.
+  const V a2 = xl * bits(2);
+  const V b3 = xh * bits(3);
+  const V total = ((sum.hi + sum.lo) + a2) + b3;
+  const I fractionBits = (1023 + 52) - exponentField(total);
+  const I octants = lanewise(
+      [](double t, std::int32_t below) QELVM_ALWAYS_INLINE {
+        const std::uint64_t significand =
+            (bitsOf(t) & fractionMask<double>) | (std::uint64_t{1} << 52);
+        return static_cast<std::int32_t>(static_cast<std::uint32_t>(significand >> below));
+      },
+      total, fractionBits);
 
   static constexpr double lessIfOdd[2] = {0.0, -1.0};
   // Less the octants, and less one more where they are odd: a fraction in [-1, 1).
   sum = fastTwoSum(sum.hi - clearLowBits(total, fractionBits), sum.lo);
-  sum.hi = sum.hi + lessIfOdd[octants & 1];
+  sum.hi = sum.hi + lookUp(lessIfOdd, octants & 1);
   accumulate(sum, a2);
   accumulate(sum, b3);
-  accumulate(sum, xl * bits[3]);
-  accumulate(sum, xh * bits[4]);
-  accumulate(sum, xl * bits[4]);
-  accumulate(sum, xh * bits[5]);
-  accumulate(sum, xl * bits[5] + xh * bits[6]);
-  accumulate(sum, xl * bits[6] + xh * bits[7]);
-  const double last = xl * bits[7] + xh * bits[8];
+  accumulate(sum, xl * bits(3));
+  accumulate(sum, xh * bits(4));
+  accumulate(sum, xl * bits(4));
+  accumulate(sum, xh * bits(5));
+  accumulate(sum, xl * bits(5) + xh * bits(6));
+  accumulate(sum, xl * bits(6) + xh * bits(7));
+  const V last = xl * bits(7) + xh * bits(8);
 
   // Times pi/4, the leading product exact.
-  constexpr double quarterPiHi = 0x1.921fb4p-1;               // 24 bits
-  constexpr double quarterPiLo = 0x1.4442d18469899p-25;       // the rest
-  const double hi = keepLeadingBits(sum.hi + last, 0x1.8p26); // 26 bits
-  const double lo = ((sum.hi - hi) + last) + sum.lo;
-  const DoubleDouble t = fastTwoSum(hi * quarterPiHi, lo * quarterPiHi + (hi + lo) * quarterPiLo);
-  return {{t.hi * sign.factor, t.lo * sign.factor}, sign.quadrant(quarterTurns)};
+  constexpr double quarterPiHi = 0x1.921fb4p-1;          // 24 bits
+  constexpr double quarterPiLo = 0x1.4442d18469899p-25;  // the rest
+  const V hi = keepLeadingBits(sum.hi + last, 0x1.8p26); // 26 bits
+  const V lo = ((sum.hi - hi) + last) + sum.lo;
+  const DoubleDoubleOf<V> t =
+      fastTwoSum(hi * quarterPiHi, lo * quarterPiHi + (hi + lo) * quarterPiLo);
+  return {{t.hi * sign, t.lo * sign}, quadrantOf(octants, sign)};
+}
+
+constexpr bool isMultiplied(double x) {
+  return exponentField(x) >= 1023 + 30;
 }
 
 } // namespace
 
 TrigReduction reduceTrigArgument(double x) noexcept {
-  const double a = magnitude(x);
-  return exponentField(a) < 1023 + 30 ? reduceBySubtraction(a, Sign(x))
-                                      : reduceByMultiplication(a, Sign(x));
+  const double a = magnitude(x), sign = copySign(1.0, x);
+  return isMultiplied(x) ? reduceByMultiplication(a, sign) : reduceBySubtraction(a, sign);
+}
+
+TrigReductionOf<Lanes<2>> reduceTrigArguments(const Lanes<2>& x) noexcept {
+  if (allLanes(isMultiplied, x))
+    return reduceByMultiplication(magnitude(x), copySign(Lanes<2>{1.0, 1.0}, x));
+  const TrigReduction first = reduceTrigArgument(laneOf<0>(x));
+  const TrigReduction second = reduceTrigArgument(laneOf<1>(x));
+  return {{{first.remainder.hi, second.remainder.hi}, {first.remainder.lo, second.remainder.lo}},
+          {first.quadrant, second.quadrant}};
 }
 
 } // namespace qelvm

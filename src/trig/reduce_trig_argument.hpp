@@ -3,18 +3,21 @@
 
 #include "core/floating_point.hpp"
 
-#include <cstdint>
-
 namespace qelvm {
 
 /// An argument as (4 k + quadrant) pi/2 + remainder, k an integer, 0 <= quadrant < 4; |remainder|
 /// is at most pi/4, give or take a rounding error.
-struct TrigReduction {
-  DoubleDouble remainder;
-  std::int32_t quadrant;
+template <class V>
+struct TrigReductionOf {
+  DoubleDoubleOf<V> remainder;
+  IntegerOf<V> quadrant;
 };
+using TrigReduction = TrigReductionOf<double>;
 
 /// Reduces a finite x, |x| >= pi/4.
 TrigReduction reduceTrigArgument(double x) noexcept;
+
+/// Two at once, which takes little longer than one from 2^30 on.
+TrigReductionOf<Lanes<2>> reduceTrigArguments(const Lanes<2>& x) noexcept;
 
 } // namespace qelvm

@@ -21,14 +21,13 @@ struct TrigArgument {
   Lo lo;
 };
 
-template <class V>
-QELVM_INLINE TrigArgument<V> reducedArgument(const V& x) {
-  const auto reduced =
-      lanewise([](double value) QELVM_ALWAYS_INLINE { return reduceTrigArgument(value); }, x);
-  const auto part = [&](auto of) QELVM_ALWAYS_INLINE { return lanewise(of, reduced); };
-  return {part([](const TrigReduction& r) QELVM_ALWAYS_INLINE { return r.quadrant; }),
-          part([](const TrigReduction& r) QELVM_ALWAYS_INLINE { return r.remainder.hi; }),
-          part([](const TrigReduction& r) QELVM_ALWAYS_INLINE { return r.remainder.lo; })};
+QELVM_INLINE TrigArgument<double> reducedArgument(double x) {
+  const TrigReduction reduced = reduceTrigArgument(x);
+  return {reduced.quadrant, reduced.remainder.hi, reduced.remainder.lo};
+}
+QELVM_INLINE TrigArgument<Lanes<2>> reducedArgument(const Lanes<2>& x) {
+  const TrigReductionOf<Lanes<2>> reduced = reduceTrigArguments(x);
+  return {reduced.quadrant, reduced.remainder.hi, reduced.remainder.lo};
 }
 
 /// x itself, inexact unless it is zero: the sine or tangent of a tiny argument.

@@ -54,7 +54,8 @@ protected:
     mpfr_add_d(difference_, difference_, r.remainder.lo, MPFR_RNDN);
     const double absolute = std::fabs(mpfr_get_d(difference_, MPFR_RNDN));
     const double error = absolute / std::fabs(r.remainder.hi);
-    EXPECT_LE(absolute, std::fabs(r.remainder.hi) * 0x1p-75 + (x < 0x1p30 ? x * 0x1p-141 : 0x1p-121))
+    EXPECT_LE(absolute,
+              std::fabs(r.remainder.hi) * 0x1p-75 + (x < 0x1p30 ? x * 0x1p-141 : 0x1p-121))
         << std::hexfloat << x;
     if (error > worst_) {
       worst_ = error;
@@ -104,6 +105,28 @@ TEST_F(TrigReductionTest, NextToSmallMultiplesOfQuarterPi) {
 }
 
 /// Where fewer than four octants are left of the leading products, and yet they count.
+/// Two at once as each alone, whichever regimes meet.
+TEST_F(TrigReductionTest, Pairs) {
+  const auto draw = [this] { // 2^17 to 2^1024 at random, half of it below 2^40
+    const bool small = (random_() & 1) != 0;
+    const double exponent = std::uniform_real_distribution<double>(17, small ? 40 : 1024)(random_);
+    return std::copysign(std::exp2(exponent), static_cast<double>(random_() & 1) - 0.5);
+  };
+  const auto expectSame = [](const TrigReduction& alone, double hi, double lo, int quadrant) {
+    EXPECT_EQ(alone.remainder.hi, hi);
+    EXPECT_EQ(alone.remainder.lo, lo);
+    EXPECT_EQ(alone.quadrant, quadrant);
+  };
+  for (int i = 0; i < 20000; ++i) {
+    const double x = draw(), y = draw();
+    const TrigReductionOf<Lanes<2>> both = reduceTrigArguments({x, y});
+    expectSame(reduceTrigArgument(x), laneOf<0>(both.remainder.hi), laneOf<0>(both.remainder.lo),
+               laneOf<0>(both.quadrant));
+    expectSame(reduceTrigArgument(y), laneOf<1>(both.remainder.hi), laneOf<1>(both.remainder.lo),
+               laneOf<1>(both.quadrant));
+  }
+}
+
 TEST_F(TrigReductionTest, FewOctantsLeft) {
   for (double x : {0x1.0262d50066aa3p+380, 0x1.06a3338053d0ep+380, 0x1.010321804471ap+380,
                    0x1.147d228022d69p+380, 0x1.01fbd28004fb1p+380})
