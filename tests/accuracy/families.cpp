@@ -397,7 +397,7 @@ Family hyperbolicTangent() {
           .references = {unary(mpfr_tanh)},
           .regions = {{{-19.07, 19.07}}, {{0.125, 1}}, {{0x1p-53, 0.125}}, {{-DBL_MAX, DBL_MAX}}},
           .singleRegions = {{{-9, 9}}, {{0.125F, 1}}, {{0x1p-24F, 0.125F}}, {{-FLT_MAX, FLT_MAX}}},
-          .hardPoints = joined(quarterBinades(29), {{19.0615474653985}})};
+          .hardPoints = joined(quarterBinades(29), {{19.0615474653985}, {0x1.beceb4a5cd7ecp-4}})};
 }
 
 Family errorFunction() {
@@ -410,13 +410,15 @@ Family errorFunction() {
                       {{-DBL_MIN, -DBL_TRUE_MIN}}},
           .singleRegions = {{{-4, 4}}, {{0.125F, 1}}, {{FLT_TRUE_MIN, 0.125F}}},
           .hardPoints =
-              joined(quarterBinades(22), {{5.921587195794508}, {1.971920364530142e-308}})};
+              joined(quarterBinades(22),
+                     {{5.921587195794508}, {1.971920364530142e-308}, {0x1.02ab0111a47fep+2}})};
 }
 
 Family complementaryErrorFunction() {
   // The ends of the rows, (1 + x)^4 = 2^n, and where the kind of result changes.
   std::vector<Point> hard = {{-5.8635847487551676}, {-3.832506856900711}, {10.054194928818097},
-                             {26.54325845425098},   {26.699372268345602}, {27.226017111108366}};
+                             {26.54325845425098},   {26.699372268345602}, {27.226017111108366},
+                             {0x1.bcd3757ab2164p+2}};
   for (int n = 1; n < 20; ++n)
     for (const double sign : {-1.0, 1.0})
       hard.push_back({sign * (std::exp2(n / 4.0) - 1)});
