@@ -8,7 +8,7 @@ windows_packages=(g++-mingw-w64-i686-win32 llvm)
 wine_packages=(wine wine32:i386)
 clang_packages=(clang)
 emulator_packages=(qemu-user)
-coverage_packages=(clang llvm libclang-rt-14-dev)
+instrumentation_packages=(clang llvm libclang-rt-14-dev)
 
 say() { printf '== %s\n' "$*"; }
 
