@@ -40,8 +40,8 @@
  *
  * **Error bounds** are in ulps of the exact result, against which the library is tested with MPFR;
  * 0.5 means correctly rounded. `float` results have been the correctly rounded ones in every test but
- * for a handful of arguments of Asinh and Acosh, where the exact result lies so close to the middle
- * between two floats that the double result is that middle.
+ * for a few arguments of Acos, Acosh, Asinh and Atan2, where the exact result lies so close to the
+ * middle between two floats that the double result is that middle.
  */
 #ifndef QELVM_H
 #define QELVM_H
@@ -112,11 +112,11 @@ typedef struct QelLibVersion {
  * @image html Acos.svg
  * @{
  */
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A11(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A21(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A24(const float* src, float* dst, int32_t length);
 /** 0.51 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcos_64f_A50(const double* src, double* dst, int32_t length);
@@ -265,13 +265,13 @@ QELVM_API QelStatus QELVM_CALL qelsAtan_64f_A53(const double* src, double* dst, 
  * @image html Atan2.svg
  * @{
  */
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAtan2_32f_A11(const float* src1, const float* src2, float* dst,
                                                  int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAtan2_32f_A21(const float* src1, const float* src2, float* dst,
                                                  int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAtan2_32f_A24(const float* src1, const float* src2, float* dst,
                                                  int32_t length);
 /** 0.52 ulp; 0.7244 ulp where src2 is subnormal and the quotient above 2^54 */

@@ -8,9 +8,9 @@ inputs=${1:-1000000}
 build=build/linux
 accuracy=$build/tests/accuracy
 library=$build/src/libqelvmpx.so.5
-compiler=$(c++ --version | head -1)
-processor=$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -1)
-c_library=$(ldd --version | head -1)
+compiler=$(c++ --version | sed -n 1p)
+processor=$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | sed -n 1p)
+c_library=$(ldd --version | sed -n 1p)
 
 mkdir -p docs/accuracy
 "$accuracy" "$library" --exports 64f --plots docs/accuracy
