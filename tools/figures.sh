@@ -27,7 +27,6 @@ rounded one. Each test run repeats the measurement with fewer inputs and fails b
 
 The last two columns are the same search for the function of the C library ($c_library) in the
 export's place. Pictures of the error over each family's main range are in [accuracy/](accuracy/).
-[every-float.md](every-float.md) has the results for all 2^32 floats.
 
 EOF
   "$accuracy" "$library" "${measurement[@]}"
