@@ -424,6 +424,13 @@ QELVM_INLINE constexpr Prescaled<V> prescaleDenormal(const V& x, double scale,
       lanewise([=](std::int32_t e) QELVM_ALWAYS_INLINE { return e == 0 ? adjustment : 0; }, field)};
 }
 
+/// (x.hi + x.lo) 2^-200 where that is subnormal: the leading 26 bits scale exactly, so the only
+/// rounding that counts is that of the sum.
+QELVM_INLINE double roundedOnceTimes2ToMinus200(const DoubleDouble& x) {
+  const DoubleDouble leading = splitHiLo(x.hi, split26Bits);
+  return leading.hi * twoToMinus200 + (x.lo + leading.lo) * twoToMinus200;
+}
+
 // ---- arithmetic done for its exception flags ----------------------------------------------------
 
 /// `value`, unknown to the compiler: an operation on it happens at run time, where it stands, and

@@ -89,8 +89,7 @@ private:
         productOfShort(splitHiLo(x * twoTo200, split26Bits), twoOverRootPi);
     if (a >= 0x0.e2dfc48da77b5p-1022) // 2^-1022 / (2/sqrt(pi)): the result is normal
       return (product.hi + product.lo) * twoToMinus200;
-    const DoubleDouble leading = splitHiLo(product.hi, split26Bits);
-    return leading.hi * twoToMinus200 + (product.lo + leading.lo) * twoToMinus200;
+    return roundedOnceTimes2ToMinus200(product);
   }
 };
 

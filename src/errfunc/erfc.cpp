@@ -16,6 +16,7 @@
 // 0.508 ulp, 0.5029 seen at 0x1.bcd3757ab2164p+2. Subnormal results are rounded once, where they
 // end.
 #include "core/export.hpp"
+#include "explog/exp_reduction.hpp"
 
 #include <cstdint>
 #include <type_traits>
@@ -125,32 +126,24 @@ struct ScaledPair {
 /// value e^(-a^2)
 template <class Export, class V>
 QELVM_INLINE ScaledPair<V> timesGaussian(const DoubleDoubleOf<V>& value, const V& a) {
-  constexpr double inverseStep = 0x1.71547652b82fep6; // 64 / ln 2
-  constexpr double stepHi = 0x1.62e42fefap-7;         // ln2 / 64, the last 17 bits cleared
-  constexpr double stepLo = 0x1.cf79abc9e3b3ap-46;    // the rest
-  static constexpr double p[] = {0x1p-1, 0x1.55555555548f8p-3, 0x1.5555555558fccp-5,
-                                 0x1.111123aaf20d3p-7, 0x1.6c16a1c2a3ffdp-10};
   const DoubleDoubleOf<V> as = splitHiLo(a, split26Bits);
   const DoubleDoubleOf<V> square = productOfShort(as, as);
-  const V q = -square.hi;
-  const Rounded<V> k = roundShifter(q * inverseStep, integerShifter);
-  const IntegerOf<V> integer = lowWord(k.sum);
-  const DoubleDoubleOf<V> r1 = twoSum(q - k.value * stepHi, -(k.value * stepLo));
+  const ExpReduced<V> reduced = reduceExp(-square.hi);
+  const DoubleDoubleOf<V> r1 = reduced.exactR();
   const DoubleDoubleOf<V> r2 = twoSum(r1.hi, -square.lo);
   const V r = r2.hi;
   const V rLo = r1.lo + r2.lo;
 
   // e^r - 1
-  const V tail = (horner(p, r) * r) * r;
+  const V tail = expTail<ExpPolynomialLong>(r);
   const V u = r + tail;
   const V uError = r + (tail - u);
   DoubleDoubleOf<V> us = splitHiLo(u, split26Bits);
   us.lo = rLo + (uError + us.lo);
 
   // times 2^(j/64), plus 2^(j/64)
-  const IntegerOf<V> j = integer & 63;
-  const DoubleDoubleOf<V> power = {lookUp(erfcPowers<Export>, j, &DoubleDouble::hi),
-                                   lookUp(erfcPowers<Export>, j, &DoubleDouble::lo)};
+  const DoubleDoubleOf<V> power = {lookUp(erfcPowers<Export>, reduced.j, &DoubleDouble::hi),
+                                   lookUp(erfcPowers<Export>, reduced.j, &DoubleDouble::lo)};
   const DoubleDoubleOf<V> product = productOfShort(power, us);
   const DoubleDoubleOf<V> sum = twoSum(power.hi, product.hi);
   const V sumLo = product.lo + (sum.lo + power.lo);
@@ -160,7 +153,7 @@ QELVM_INLINE ScaledPair<V> timesGaussian(const DoubleDoubleOf<V>& value, const V
   DoubleDoubleOf<V> gaussian = splitHiLo(sum.hi, split26Bits);
   gaussian.lo = sumLo + gaussian.lo;
   const DoubleDoubleOf<V> result = productOfShort(values, gaussian);
-  return {result.hi, result.lo, integer >> 6};
+  return {result.hi, result.lo, reduced.m};
 }
 
 template <class Export>
@@ -234,9 +227,7 @@ private:
       const double result = (hi + lo) * twoToMinus200;
       return result + result * result; // the square raises underflow
     }
-    const DoubleDouble sum = twoSum(hi, lo);
-    const DoubleDouble leading = splitHiLo(sum.hi, split26Bits);
-    return leading.hi * twoToMinus200 + (leading.lo + sum.lo) * twoToMinus200;
+    return roundedOnceTimes2ToMinus200(twoSum(hi, lo));
   }
 };
 

@@ -13,6 +13,7 @@
 // The logarithm's roundings are below 2^-66: 0.501 ulp.
 
 #include "core/export.hpp"
+#include "core/reciprocal.hpp"
 #include "hyperbolic/inverse.hpp"
 
 namespace qelvm {
@@ -26,13 +27,12 @@ QELVM_INLINE DoubleDoubleOf<V> onePlus(const V& a) {
   return {part.hi, sum.lo + part.lo};
 }
 
-/// n / d, by one division and one step of Newton's iteration for the reciprocal.
+/// n / d, both with leading parts of 26 bits.
 template <class V>
 QELVM_INLINE DoubleDoubleOf<V> quotient(const DoubleDoubleOf<V>& n, const DoubleDoubleOf<V>& d) {
-  const V inverse = splitHiLo(1.0 / d.hi, split26Bits).hi;
-  const V error = (1.0 - d.hi * inverse) - d.lo * inverse;
-  const V correction = (error * (1.0 + error)) * inverse;
-  return fastTwoSum(n.hi * inverse, n.lo * inverse + (n.hi * correction + n.lo * correction));
+  const Reciprocal<V> inverse(d);
+  return fastTwoSum(n.hi * inverse.seed,
+                    n.lo * inverse.seed + (n.hi * inverse.correction + n.lo * inverse.correction));
 }
 
 template <class Export>

@@ -1,5 +1,4 @@
-// What the two arctangents share: the table, the polynomial, the reciprocal beyond double
-// precision.
+// What the two arctangents share: the table and the polynomial.
 #pragma once
 
 #include "core/floating_point.hpp"
@@ -51,18 +50,5 @@ QELVM_INLINE V arctanTail(const V& square) {
       -0x1.745be69cca475p-4, 0x1.3ab7c1048afd1p-4, -0x1.029bd34239994p-4};
   return square * horner(c, square);
 }
-
-/// 1 / (hi + lo), hi to 26 bits, as seed + correction, the seed to 26 bits.
-template <class V>
-struct Reciprocal {
-  V seed;
-  V correction;
-
-  QELVM_INLINE explicit Reciprocal(const DoubleDoubleOf<V>& x)
-      : seed(splitHiLo(1.0 / x.hi, split26Bits).hi) {
-    const V e = (1.0 - x.hi * seed) - x.lo * seed;
-    correction = ((1.0 + e) * e) * seed;
-  }
-};
 
 } // namespace qelvm

@@ -10,10 +10,7 @@ namespace qelvm {
 namespace {
 
 template <class Export>
-struct Cosine {
-  static constexpr double directLimit = sineCosineDirectLimit;
-  static constexpr int lanes = fewRegisters ? 1 : 2;
-
+struct Cosine : SineCosineMethod {
   template <class V, class Quadrant, class Lo>
   QELVM_INLINE static V result(const TrigArgument<V, Quadrant, Lo>& x) {
     return SineCosine<Export, V>(x).at(16);

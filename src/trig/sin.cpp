@@ -9,10 +9,7 @@ namespace qelvm {
 namespace {
 
 template <class Export>
-struct Sine {
-  static constexpr double directLimit = sineCosineDirectLimit;
-  static constexpr int lanes = fewRegisters ? 1 : 2;
-
+struct Sine : SineCosineMethod {
   template <class V, class Quadrant, class Lo>
   QELVM_INLINE static V result(const TrigArgument<V, Quadrant, Lo>& x) {
     return SineCosine<Export, V>(x).at(0);

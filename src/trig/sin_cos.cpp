@@ -11,10 +11,7 @@ namespace qelvm {
 namespace {
 
 template <class Export>
-struct SineAndCosine {
-  static constexpr double directLimit = sineCosineDirectLimit;
-  static constexpr int lanes = fewRegisters ? 1 : 2;
-
+struct SineAndCosine : SineCosineMethod {
   template <class V, class Quadrant, class Lo>
   QELVM_INLINE static TwoResults<V> result(const TrigArgument<V, Quadrant, Lo>& x) {
     const SineCosine<Export, V> both(x);

@@ -92,7 +92,11 @@ inline double tinyCosine(double x) {
   return 1.0 - magnitude(x);
 }
 
-inline constexpr double sineCosineDirectLimit = 0x1p17;
+/// What the methods of the three families have in common.
+struct SineCosineMethod {
+  static constexpr double directLimit = 0x1p17;
+  static constexpr int lanes = fewRegisters ? 1 : 2;
+};
 
 } // namespace
 } // namespace qelvm

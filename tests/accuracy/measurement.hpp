@@ -5,7 +5,7 @@
 #include "bench/peers.hpp"
 #include "families.hpp"
 #include "loader/loader.hpp"
-#include "measure.hpp"
+#include "ulps.hpp"
 
 #include <algorithm>
 #include <cmath>

@@ -1,6 +1,7 @@
 // The reduction of large trigonometric arguments, against MPFR with pi to 2000 bits.
 
 #include "../hard_angles.hpp"
+#include "../mpfr_number.hpp"
 #include "trig/reduce_trig_argument.hpp"
 
 #include <gtest/gtest.h>
@@ -11,17 +12,7 @@
 namespace qelvm {
 namespace {
 
-class Number {
-public:
-  Number() { mpfr_init2(number_, 2000); }
-  ~Number() { mpfr_clear(number_); }
-  Number(const Number&) = delete;
-  Number& operator=(const Number&) = delete;
-  operator mpfr_ptr() { return number_; } // NOLINT(google-explicit-constructor)
-
-private:
-  mpfr_t number_;
-};
+using Number = MpfrNumber<2000>;
 
 class TrigReductionTest : public testing::Test {
 protected:

@@ -9,7 +9,7 @@
 // run goes on where it stopped.
 
 #include "accuracy/families.hpp"
-#include "accuracy/measure.hpp"
+#include "accuracy/ulps.hpp"
 #include "bench/peers.hpp"
 #include "loader/loader.hpp"
 

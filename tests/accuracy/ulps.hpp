@@ -1,7 +1,7 @@
 // Exact values, floating-point numbers in their order, errors in ulps.
 #pragma once
 
-#include <mpfr.h>
+#include "../mpfr_number.hpp"
 
 #include <algorithm>
 #include <bit>
@@ -12,18 +12,8 @@
 
 namespace accuracy {
 
-/// An MPFR number that frees itself; 160 bits decide every rounding that a sample can meet.
-class Number {
-public:
-  Number() { mpfr_init2(number_, 160); }
-  ~Number() { mpfr_clear(number_); }
-  Number(const Number&) = delete;
-  Number& operator=(const Number&) = delete;
-  operator mpfr_ptr() { return number_; } // NOLINT(google-explicit-constructor)
-
-private:
-  mpfr_t number_;
-};
+/// 160 bits decide every rounding that a sample can meet.
+using Number = MpfrNumber<160>;
 
 template <class T>
 struct Input {
