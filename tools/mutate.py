@@ -159,7 +159,7 @@ class Copy:
                 if not self.passes(program):
                     return "blocks"
         if not (self.passes("accuracy", library, "--count", 50000, "--exports", exports)
-                and self.passes("exhaustive", library, "--stride", 500, "--threads", 1,
+                and self.passes("exhaustive", library, "--stride", 4000, "--threads", 1,
                                 "--exports", exports, good=(0, 2))):  # 2: none of these exports
             return "accuracy"
         if path.suffix == ".inc" and not (self.passes("rows_test")

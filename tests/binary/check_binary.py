@@ -256,6 +256,10 @@ def main():
     bounds = re.findall(r"^QELVM_FAMILY\((\w+),.* ([\d.]+), ([\d.]+), ([\d.]+)\)",
                         (source / "src/core/families.inc").read_text(), re.M)
     checks.expect("README lists the families and their bounds", set(listed) ^ set(bounds))
+    stated = re.findall(r"^/\*\* ([\d.]+) ulp\b.* \*/\n.*QELVM_CALL qels(\w+)\(", header, re.M)
+    checks.expect("header states the bounds", {(name, bound) for bound, name in stated} ^ {
+        (f"{family}_{c}", of32f if c.startswith("32f") else a50 if c == "64f_A50" else a53)
+        for family, of32f, a50, a53 in bounds for c in CLASSES})
     names = sorted(f"qels{family}_{c}" for family, *_ in rows for c in CLASSES)
     checks.expect("families in the order of their names", [] if names == [
         f"qels{family}_{c}" for family, *_ in rows for c in CLASSES] else ["not ascending"])

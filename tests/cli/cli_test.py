@@ -5,6 +5,7 @@ import math
 import os
 import pty
 import random
+import re
 import select
 import signal
 import stat
@@ -16,6 +17,7 @@ import threading
 import time
 import unittest
 
+SOURCE = os.path.realpath(os.path.join(os.path.dirname(__file__), "../.."))
 TOOL, STAND_IN = map(os.path.abspath, sys.argv[1:3])
 ADD = ["SinCos_32f_A11", "--library", STAND_IN]  # x + 1 and x - 1
 TIMES = ["Powx_64f_A50", "--library", STAND_IN]  # x times the scalar
@@ -124,6 +126,9 @@ class List(ToolTest):
         self.assertEqual(self.names("qelsdiv"), ["Div_32f_A11", "Div_32f_A21", "Div_32f_A24",
                                                  "Div_64f_A50", "Div_64f_A53"])
         self.refuse('libqelvmpx.so.5 has no export that matches "nope"', "list", "nope")
+        with open(os.path.join(SOURCE, "include/qelvm.h")) as header:
+            declared = re.findall(r"QELVM_CALL qels(\w+)\(", header.read())
+        self.assertEqual(sorted(self.names()), sorted(declared))
 
     def test_rows(self):
         out = self.succeed("list", EXP).decode().splitlines()[1]
