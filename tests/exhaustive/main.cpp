@@ -51,8 +51,8 @@ struct Subject {
 /// What was found out about one family, or about one block of it.
 struct Findings {
   std::set<std::uint32_t> blocks;
-  std::uint64_t byMpfr = 0; ///< results that MPFR decided
-  std::vector<std::string> wrong;
+  std::uint64_t byMpfr = 0;       ///< results that MPFR decided
+  std::vector<std::string> wrong; ///< rows of a table
 
   void add(const Findings& other) {
     blocks.insert(other.blocks.begin(), other.blocks.end());
@@ -110,11 +110,14 @@ void checkPiece(const loader::Library& library, const Subject& subject, std::uin
         expected = exact(subject, d, source[i]);
         ++findings.byMpfr;
       }
-      for (std::size_t e = 0; e < results.size(); ++e)
-        if (const float result = results[e][d][i]; !identical(result, expected))
-          findings.wrong.push_back(fmt::format("{} {:a} gives {:a} instead of {:a}",
-                                               subject.exports[e]->name, source[i], result,
-                                               expected));
+      if (std::ranges::all_of(
+              results, [&](const Results<float>& of) { return identical(of[d][i], expected); }))
+        continue;
+      std::string row =
+          fmt::format("| {} | {:a} | {:a} |", subject.family->name, source[i], expected);
+      for (const Results<float>& of : results)
+        row += fmt::format(" {:a} |", of[d][i]);
+      findings.wrong.push_back(row);
     }
 }
 
@@ -259,9 +262,12 @@ bool run(const Options& options) {
                std::uint64_t{blockSize} * found.blocks.size(), found.byMpfr, found.wrong.size());
     wrong.insert(wrong.end(), found.wrong.begin(), found.wrong.end());
   }
-  constexpr std::size_t most = 100; // to list
-  for (std::size_t i = 0; i < std::min(wrong.size(), most); ++i)
-    fmt::print("{}{}\n", i == 0 ? "\n" : "", wrong[i]);
+  constexpr std::size_t most = 1000; // to list
+  wrong.resize(std::min(wrong.size(), most));
+  if (!wrong.empty())
+    fmt::print("\n| family | argument | correctly rounded | A11 | A21 | A24 |\n"
+               "|---|---|---|---|---|---|\n{}\n",
+               fmt::join(wrong, "\n"));
   return wrong.empty();
 }
 
