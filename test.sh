@@ -173,7 +173,8 @@ END
 }
 
 # The whole suite once more with the address and undefined-behaviour sanitizers, but for what is about
-# the binary itself; the paths that the golden sequence takes; the reference without a warning.
+# the binary itself; the paths that the golden sequence takes; the reference without a warning; the
+# format of the sources.
 quality_tests() {
   local directory=build/sanitized
   if require_packages "${instrumentation_packages[@]}"; then
@@ -192,6 +193,12 @@ quality_tests() {
     check documentation doxygen docs/Doxyfile || true
   else
     skip documentation "no doxygen"
+  fi
+  if require_packages clang-format; then
+    check format bash -c \
+      "git ls-files '*.[ch]' '*.[ch]pp' | xargs clang-format --dry-run -Werror && echo as in .clang-format" || true
+  else
+    skip format "no clang-format"
   fi
 }
 

@@ -20,7 +20,8 @@
 // r2). A scalar argument goes to the kernel's constructor, once per call.
 //
 // Single precision is the same double computation: sources are widened exactly, results rounded
-// once when they are stored.
+// once when they are stored. That gives the correctly rounded float unless the double result is the
+// middle between two floats, and the exact result lies on its other side: docs/every-float.md.
 #pragma once
 
 #include "core/error_report.hpp"

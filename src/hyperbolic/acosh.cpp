@@ -12,10 +12,6 @@
 // Error: worst at the end of the series, where t Q(t) is -2^-7.6: the root's 0.0034 ulp, t Q(t) and
 // its product with the root 0.015 if all roundings are worst at once; a search of the worst places
 // saw 0.5121 at 0x1.0fc29ddefe992p+0, and the bound is 0.515 ulp. Elsewhere below 0.504 ulp.
-//
-// 32f: for a few large arguments, among them 0x1.6351d8p+94 and 0x1.b121a6p+75, the correctly
-// rounded double is a midpoint between floats and its rounding goes to the wrong side, by less than
-// 2^-28 ulp.
 
 #include "core/export.hpp"
 #include "hyperbolic/inverse.hpp"

@@ -13,10 +13,6 @@
 // below 0.515 ulp, 0.50975 seen at 0x1.f2e54bb2de7c8p-4. Above 1/8 the root's 6.2 * 2^-63 becomes
 // that of a result whose last place can be 2^-55: 0.0206 ulp; everything else is below 2^-66.
 // Together below 0.521 ulp, 0.51769 seen at 0x1.2ccd98fa343f1p-3.
-//
-// 32f: for a few large arguments, among them 0x1.6351d8p+94 and 0x1.bacb4ap+24, the correctly
-// rounded double is a midpoint between floats and its rounding goes to the wrong side, by less than
-// 2^-28 ulp.
 
 #include "core/export.hpp"
 #include "hyperbolic/inverse.hpp"
