@@ -481,11 +481,11 @@ QELVM_API QelStatus QELVM_CALL qelsErf_64f_A53(const double* src, double* dst, i
  * @image html Erfc.svg
  * @{
  */
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsErfc_32f_A11(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsErfc_32f_A21(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsErfc_32f_A24(const float* src, float* dst, int32_t length);
 /** 0.508 ulp, subnormal results too */
 QELVM_API QelStatus QELVM_CALL qelsErfc_64f_A50(const double* src, double* dst, int32_t length);
@@ -621,11 +621,11 @@ QELVM_API QelStatus QELVM_CALL qelsInvSqrt_64f_A53(const double* src, double* ds
  * @image html Ln.svg
  * @{
  */
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLn_32f_A11(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLn_32f_A21(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLn_32f_A24(const float* src, float* dst, int32_t length);
 /** 1.6 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLn_64f_A50(const double* src, double* dst, int32_t length);
@@ -650,11 +650,11 @@ QELVM_API QelStatus QELVM_CALL qelsLn_64f_A53(const double* src, double* dst, in
  * @image html Log10.svg
  * @{
  */
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A11(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A21(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A24(const float* src, float* dst, int32_t length);
 /** 2.15 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A50(const double* src, double* dst, int32_t length);
@@ -688,13 +688,13 @@ QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A53(const double* src, double* dst,
  * @image html Pow.svg
  * @{
  */
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPow_32f_A11(const float* src1, const float* src2, float* dst,
                                                int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPow_32f_A21(const float* src1, const float* src2, float* dst,
                                                int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPow_32f_A24(const float* src1, const float* src2, float* dst,
                                                int32_t length);
 /** 0.575 ulp */
@@ -714,13 +714,13 @@ QELVM_API QelStatus QELVM_CALL qelsPow_64f_A53(const double* src1, const double*
  * @image html Powx.svg
  * @{
  */
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A11(const float* src, float power, float* dst,
                                                 int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A21(const float* src, float power, float* dst,
                                                 int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A24(const float* src, float power, float* dst,
                                                 int32_t length);
 /** 0.575 ulp */

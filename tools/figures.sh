@@ -10,7 +10,7 @@ accuracy=$build/tests/accuracy
 library=$build/src/libqelvmpx.so.5
 compiler=$(c++ --version | sed -n 1p)
 processor=$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | sed -n 1p)
-c_library=$(ldd --version | sed -n 1p)
+c_library=$(ldd --version | sed -n '1s/^ldd //p')
 
 mkdir -p docs/accuracy
 "$accuracy" "$library" --exports 64f --plots docs/accuracy
@@ -20,10 +20,14 @@ measurement=(--count "$inputs" --climb $((inputs / 5)) --peers --markdown)
 # Accuracy
 
 Largest error in ulps of the exact result, measured with MPFR by
-\`$accuracy $library ${measurement[*]}\`: half of the inputs at random over the family's range, uniform
-in value and in bit patterns, half at the places where its kernel is most likely to be worst; then a
-search that climbs from the worst of them. A bound of 0.5 means that every result was the correctly
-rounded one. Each test run repeats the measurement with fewer inputs and fails beyond a bound.
+
+    $accuracy $library ${measurement[*]}
+
+Half of the inputs are random over the family's range, uniform in value and in bit patterns, half lie
+at the places where its kernel is most likely to be worst; then a search climbs from the worst of them.
+A bound of 0.5 means that every result is the correctly rounded one; with 0.5000001 a few floats are
+not, see [every-float.md](every-float.md). Each test run repeats the measurement with fewer inputs and
+fails beyond a bound.
 
 The last two columns are the same search for the function of the C library ($c_library) in the
 export's place. Pictures of the error over each family's main range are in [accuracy/](accuracy/).

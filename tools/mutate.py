@@ -29,11 +29,10 @@ FAMILIES = re.findall(r"\((\w+),", (ROOT / "src/core/families.inc").read_text())
 AT_RUN_TIME = re.compile(r"atRunTime\(([\w.]+)\)")
 
 
-def mutate_constant(text):
-    """The neighbouring double."""
+def mutate_constant(text, digits):
+    """The neighbouring double, or the next but one; likewise for floats."""
     value = float.fromhex(text)
-    shifted = value + (1 if value >= 0 else -1) * abs(value) * 2.0**-52
-    return shifted.hex()
+    return (value + value * 2.0 ** (1 - digits)).hex()
 
 
 def closing(text, opening):
@@ -79,7 +78,8 @@ def mutations_of(path):
         for m in CONSTANT.finditer(code):
             if float.fromhex(m[0]) not in (0.0,) and not (table and number % 7):
                 kind = "table" if table else "limit" if LIMIT.search(code) else "constant"
-                yield change(kind, *m.span(), mutate_constant(m[0]))
+                digits = 24 if code[m.end() :].startswith("f") else 53
+                yield change(kind, *m.span(), mutate_constant(m[0], digits))
         if table:
             continue
         for start, end, replacement in regroupings(code):
@@ -160,15 +160,15 @@ class Copy:
             for program in ("blocks_test", "reduction_test"):
                 if not self.passes(program):
                     return "blocks"
+        if path.suffix == ".inc" and not (self.passes("rows_test")
+                                          and self.tree_path(path).read_text() == generated(path)):
+            return "tables"
         for family in families_of(path):
             if not self.passes("accuracy", library, "--count", 20000, "--exports", family):
                 return "accuracy"
             if family and not self.passes("exhaustive", library, "--stride", 1000, "--threads", 1,
                                           "--exports", family, good=(0, 2)):  # 2: no such export
                 return "exhaustive"
-        if path.suffix == ".inc" and not (self.passes("rows_test")
-                                          and self.tree_path(path).read_text() == generated(path)):
-            return "tables"
         return None
 
     def tree_path(self, path):
