@@ -232,11 +232,11 @@ QELVM_API QelStatus QELVM_CALL qelsAsinh_64f_A53(const double* src, double* dst,
  * @image html Atan.svg
  * @{
  */
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAtan_32f_A11(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAtan_32f_A21(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAtan_32f_A24(const float* src, float* dst, int32_t length);
 /** 0.75 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAtan_64f_A50(const double* src, double* dst, int32_t length);
@@ -359,11 +359,11 @@ QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A53(const double* src, double* dst, 
  * @image html Cos.svg
  * @{
  */
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsCos_32f_A11(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsCos_32f_A21(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsCos_32f_A24(const float* src, float* dst, int32_t length);
 /** 0.602 ulp */
 QELVM_API QelStatus QELVM_CALL qelsCos_64f_A50(const double* src, double* dst, int32_t length);
@@ -749,13 +749,13 @@ QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A53(const double* src, double power,
  * @image html SinCos.svg
  * @{
  */
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSinCos_32f_A11(const float* src, float* dstSin, float* dstCos,
                                                   int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSinCos_32f_A21(const float* src, float* dstSin, float* dstCos,
                                                   int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSinCos_32f_A24(const float* src, float* dstSin, float* dstCos,
                                                   int32_t length);
 /** 0.602 ulp */
@@ -782,11 +782,11 @@ QELVM_API QelStatus QELVM_CALL qelsSinCos_64f_A53(const double* src, double* dst
  * @image html Sin.svg
  * @{
  */
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSin_32f_A11(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSin_32f_A21(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSin_32f_A24(const float* src, float* dst, int32_t length);
 /** 0.54 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSin_64f_A50(const double* src, double* dst, int32_t length);
@@ -811,11 +811,11 @@ QELVM_API QelStatus QELVM_CALL qelsSin_64f_A53(const double* src, double* dst, i
  * @image html Sinh.svg
  * @{
  */
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSinh_32f_A11(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSinh_32f_A21(const float* src, float* dst, int32_t length);
-/** 0.5 ulp */
+/** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSinh_32f_A24(const float* src, float* dst, int32_t length);
 /** 2.0 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSinh_64f_A50(const double* src, double* dst, int32_t length);
