@@ -7,7 +7,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=build/linux
-c_library=$(ldd --version | sed -n '1s/^ldd //p')
+c_library=$(ldd --version | sed -n '1s/.*(\(.*\)).*/\1/p')
 
 accuracy() {
   local inputs=$1 program=$build/tests/accuracy library=$build/src/libqelvmpx.so.5
