@@ -129,7 +129,7 @@ constexpr double places[] = {0x1p-1034,
                              0x1.fffffffffffffp1023};
 
 constexpr int kinds = 8;
-constexpr int perKind = 4096;
+constexpr int perKind = 16384;
 
 template <class T>
 std::uint64_t hashOf(const loader::Export& e, const loader::Function& f) {
