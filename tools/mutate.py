@@ -6,9 +6,12 @@ usage: tools/mutate.py [--count 200] [--seed 1] [--jobs 2] [--only TEXT] [--work
 Every mutation changes one place of src/: the last bit of a constant, the order of a sum, a sign, a
 report, a limit by one ulp, or a flag that is raised on purpose. The places are drawn at random, the
 same number from every source. Prints a line for each mutation and a table at the end; exit status 1
-if one was not caught. Works on copies of the tree; needs what ./test.sh needs.
+if one was not caught. Works on copies of the tree in DIRECTORY, where it notes what it found:
+interrupted, it goes on where it stopped, unless the tree has changed. Needs what ./test.sh needs, and
+its build.
 """
 import argparse
+import hashlib
 import json
 import random
 import re
@@ -113,17 +116,21 @@ def draw(count, seed, only):
     return chosen
 
 
+def tracked_files():
+    names = subprocess.run(["git", "ls-files"], cwd=ROOT, check=True, capture_output=True, text=True)
+    return [ROOT / name for name in names.stdout.splitlines()]
+
+
 class Copy:
     """A copy of the tree, built; breaks, builds and tests it, and mends it again."""
 
     def __init__(self, directory):
         self.tree, self.build = directory / "tree", directory / "build"
-        for name in subprocess.run(["git", "ls-files"], cwd=ROOT, check=True, capture_output=True,
-                                   text=True).stdout.split("\n")[:-1]:
-            target = self.tree / name
+        for path in tracked_files():
+            target = self.tree_path(path)
             target.parent.mkdir(parents=True, exist_ok=True)
-            if not target.exists() or target.read_bytes() != (ROOT / name).read_bytes():
-                shutil.copy(ROOT / name, target)
+            if not target.exists() or target.read_bytes() != path.read_bytes():
+                shutil.copy(path, target)
         # With ccache, mending costs no time.
         launcher = ["-DCMAKE_CXX_COMPILER_LAUNCHER=ccache"] if shutil.which("ccache") else []
         subprocess.run(["cmake", "-G", "Ninja", "-S", self.tree, "-B", self.build,
@@ -160,8 +167,9 @@ class Copy:
             for program in ("blocks_test", "reduction_test"):
                 if not self.passes(program):
                     return "blocks"
-        if path.suffix == ".inc" and not (self.passes("rows_test")
-                                          and self.tree_path(path).read_text() == generated(path)):
+        if path.suffix == ".inc" and not (
+                self.passes("rows_test")
+                and generated(path) in (None, self.tree_path(path).read_text())):
             return "tables"
         for family in families_of(path):
             if not self.passes("accuracy", library, "--count", 20000, "--exports", family):
@@ -196,14 +204,14 @@ def families_of(path):
 
 @cache
 def generated(path):
-    """What the generator of a table prints; the committed table where it cannot be run."""
+    """What the generator of a table prints; None where it cannot be run."""
     fit = ROOT / f"tools/tables/{path.stem}.sollya"
     if not fit.exists():
         command = [ROOT / f"build/linux/tests/generate_{path.stem}"]
     elif shutil.which("sollya"):
         command = ["sollya", fit.name]
     else:
-        return path.read_text()
+        return None
     return subprocess.run(command, cwd=fit.parent, check=True, capture_output=True, text=True).stdout
 
 
@@ -221,8 +229,9 @@ def main():
         for copy in pool.map(lambda i: Copy(options.work / str(i)), range(options.jobs)):
             copies.put(copy)
 
-        # What was judged before is not judged again.
-        notes = options.work / "judged.json"
+        # What was judged before, of this same tree, is not judged again.
+        state = hashlib.sha256(b"".join(path.read_bytes() for path in tracked_files()))
+        notes = options.work / f"judged-{state.hexdigest()[:16]}.json"
         judged = json.loads(notes.read_text()) if notes.exists() else {}
 
         def judge(mutation):
