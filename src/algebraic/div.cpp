@@ -2,6 +2,8 @@
 
 #include "core/export.hpp"
 
+#include <limits>
+
 namespace qelvm {
 namespace {
 
@@ -33,12 +35,16 @@ struct DivDouble {
 };
 
 /// Single precision: the quotient of the widened operands, rounded again, is the correctly rounded
-/// one. The divisor is tested before the store.
+/// one. The divisor is tested before the store, and what is not finite is off the main road.
 template <class Export>
 struct DivSingle {
   static constexpr int lanes = 4;
 
-  static bool isOrdinary(float, float y) { return !isZero(y); }
+  static bool isOrdinary(float x, float y) {
+    constexpr float infinity = std::numeric_limits<float>::infinity();
+    return magnitudeWithin(x, 0.0f, infinity) &&
+           magnitudeWithin(y, std::numeric_limits<float>::denorm_min(), infinity);
+  }
 
   template <class V>
   static V compute(const V& x, const V& y) {
@@ -49,7 +55,7 @@ struct DivSingle {
                                Stored<float>& quotient) {
     const float x = dividend, y = divisor;
     quotient = static_cast<float>(static_cast<double>(x) / static_cast<double>(y));
-    return isInfiniteOrNan(x) ? qelStatusOk : qelStatusSingularity;
+    return isZero(y) && !isInfiniteOrNan(x) ? qelStatusSingularity : qelStatusOk;
   }
 };
 

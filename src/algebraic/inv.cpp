@@ -2,6 +2,8 @@
 
 #include "core/export.hpp"
 
+#include <limits>
+
 namespace qelvm {
 namespace {
 
@@ -10,16 +12,21 @@ struct Reciprocal {
   using Element = typename Export::Element;
   static constexpr int lanes = 4;
 
-  static bool isOrdinary(Element x) { return !isZero(x); }
+  static bool isOrdinary(Element x) {
+    return magnitudeWithin(x, std::numeric_limits<Element>::denorm_min(),
+                           std::numeric_limits<Element>::infinity());
+  }
 
   template <class V>
   static V compute(const V& x) {
     return 1.0 / x;
   }
 
-  static QelStatus exceptional(const Stored<Element>& zero, Stored<Element>& result) {
-    result = static_cast<Element>(1.0 / static_cast<double>(zero)); // the infinity of its sign
-    return qelStatusSingularity;
+  /// A zero gives the infinity of its sign, an infinity the zero.
+  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
+    const Element x = source;
+    result = static_cast<Element>(1.0 / static_cast<double>(x));
+    return isZero(x) ? qelStatusSingularity : qelStatusOk;
   }
 };
 

@@ -9,7 +9,8 @@
 //   QelStatus exceptional(const Stored<T>& x, Stored<T>& r)
 //                                               everything else: stores the result into r, then
 //                                               returns the status to report, qelStatusOk for none;
-//                                               void in a family that never reports
+//                                               void in a family that never reports. Of a NaN, only
+//                                               that it is one counts; all NaNs come from here
 //   static constexpr int lanes                  elements in flight (1 where more do not help)
 //
 // and, where a family has a second ordinary range (a series beside a table), also
@@ -228,14 +229,34 @@ struct Elements {
   }
 };
 
+/// Replaces NaNs that a kernel has stored when it goes out of scope.
+template <class T, int D>
+struct NanReplacement {
+  ArrayList<Stored<T>*, D> destination;
+  std::ptrdiff_t i;
+  T nan;
+
+  QELVM_INLINE ~NanReplacement() {
+    for (Stored<T>* const array : destination.array)
+      if (isNan(array[i].value))
+        array[i] = nan;
+  }
+};
+
 /// Stores exceptional element i and returns the status that it reports; void in a family that never
 /// does. Out of line, so that the loop keeps its registers; its stack is free again when the
 /// element is reported.
-template <class Kernel, class T, int S, int D>
+///
+/// Every NaN result comes by here. Its sign and payload would depend on the processor and on the
+/// order in which a compiler puts operands, so the kernel's NaN is replaced: its arithmetic raises
+/// the flags, the arguments decide the bits.
+template <class Kernel, class T, int S, int D, class... Scalars>
 [[gnu::noinline]] auto storeExceptional(const Kernel& kernel, Arrays<T, S, D> arrays,
-                                        std::ptrdiff_t i) {
+                                        std::ptrdiff_t i, Scalars... scalars) {
   return [&]<int... s, int... d>(std::integer_sequence<int, s...>,
                                  std::integer_sequence<int, d...>) {
+    const NanReplacement<T, D> afterwards{
+        arrays.destination, i, nanResult<T>(arrays.source.array[s][i].value..., scalars...)};
     return kernel.exceptional(arrays.source.array[s][i]..., arrays.destination.array[d][i]...);
   }
   (Indices<S>{}, Indices<D>{});
@@ -266,7 +287,9 @@ QELVM_INLINE QelStatus call(ArrayList<const Stored<T>*, S> source,
       }
     }
     if (!elements.template runOrdinary<1>(i)) [[unlikely]] {
-      const auto exceptional = [&] { return frame::storeExceptional(kernel, arrays, i); };
+      const auto exceptional = [&] {
+        return frame::storeExceptional(kernel, arrays, i, scalars...);
+      };
       if constexpr (std::is_void_v<decltype(exceptional())>) {
         exceptional();
       } else if (const QelStatus reported = exceptional(); reported != qelStatusOk) {

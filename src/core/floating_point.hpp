@@ -103,6 +103,31 @@ QELVM_INLINE constexpr bool isInfiniteOrNan(T x) {
   return exponentField(x) == Format<T>::exponentMask;
 }
 
+/// By the bits: raises nothing for a signalling NaN, and no compiler option can assume it away.
+template <class T>
+QELVM_INLINE constexpr bool isNan(T x) {
+  return (bitsOf(x) & ~signMask<T>) > bitsOf(std::numeric_limits<T>::infinity());
+}
+
+/// The leading fraction bit, which a quiet NaN has.
+template <class T>
+inline constexpr auto quietBit = typename Format<T>::Bits{1} << (Format<T>::fractionBits - 1);
+/// What an invalid operation gives: the negative default NaN, on every processor.
+template <class T>
+inline constexpr T defaultNan = fromBits(signMask<T> | bitsOf(std::numeric_limits<T>::infinity()) |
+                                         quietBit<T>);
+
+/// The NaN of an element with these arguments, in the order of the argument list: the first of them
+/// that is a NaN, made quiet; where none is, that of an invalid operation.
+template <class T>
+QELVM_INLINE constexpr T nanResult() {
+  return defaultNan<T>;
+}
+template <class T, class... Others>
+QELVM_INLINE constexpr T nanResult(T argument, Others... others) {
+  return isNan(argument) ? fromBits(bitsOf(argument) | quietBit<T>) : nanResult<T>(others...);
+}
+
 /// `pattern` with its exponent field replaced by the low 11 bits of `field`. The pattern 1.0 or 0.0
 /// and field = k + 1023 give 2^k, for -1022 <= k <= 1023.
 template <class I, class V>
@@ -455,7 +480,7 @@ QELVM_INLINE double underflowed() { // +0; underflow, inexact
 QELVM_INLINE double dividedByZero(double x) { // x / +0; divide-by-zero
   return x / atRunTime(0.0);
 }
-QELVM_INLINE double invalid() { // the default NaN; invalid
+QELVM_INLINE double invalid() { // a NaN; invalid
   return dividedByZero(atRunTime(0.0));
 }
 

@@ -51,10 +51,24 @@ private:
 template <class T>
 using BitsOf = std::conditional_t<sizeof(T) == 4, std::uint32_t, std::uint64_t>;
 
-/// The bits of x; all NaNs are one.
 template <class T>
-BitsOf<T> canonicalBits(T x) {
-  return x != x ? ~BitsOf<T>{0} : std::bit_cast<BitsOf<T>>(x);
+inline constexpr auto signBit = BitsOf<T>{1} << (8 * sizeof(T) - 1);
+template <class T>
+inline constexpr auto infinityBits = static_cast<BitsOf<T>>(sizeof(T) == 4 ? 0x7F800000u
+                                                                           : 0x7FF0000000000000u);
+/// The leading fraction bit, which makes a NaN quiet.
+template <class T>
+inline constexpr auto quietBit = BitsOf<T>{1} << (sizeof(T) == 4 ? 22 : 51);
+
+/// (By reference: returned by value, a signalling NaN would be made quiet where functions return
+/// floating-point values on the x87 stack.)
+template <class T>
+BitsOf<T> bitsOf(const T& x) {
+  return std::bit_cast<BitsOf<T>>(x);
+}
+template <class T>
+bool isNan(BitsOf<T> bits) {
+  return (bits & ~signBit<T>) > infinityBits<T>;
 }
 
 /// What one element alone gives.
@@ -71,7 +85,7 @@ Outcome<T> callOne(const loader::Export& e, const loader::Function& f, T x, T y)
   const QelStatus status = f(loader::Operands<T>{&x, &y, y, &results[0], &results[1]}, 1);
   Outcome<T> outcome;
   for (int d = 0; d < e.destinations(); ++d)
-    outcome.results[d] = canonicalBits(results[d]);
+    outcome.results[d] = bitsOf(results[d]);
   outcome.status = status;
   return outcome;
 }
@@ -122,11 +136,10 @@ std::vector<T> specialValues() {
   for (double v : {0.1,  0.3,   0.7,   0.999, 1.1,   3.0,   7.0,   9.0,   10.0, 27.0, 88.0,
                    89.0, 103.9, 104.5, 700.0, 709.0, 710.0, 745.0, 746.0, 1e4,  1e10, 1e30})
     add(v);
-  const BitsOf<T> infinity = static_cast<BitsOf<T>>(single ? 0x7F800000u : 0x7FF0000000000000u);
-  const BitsOf<T> sign = BitsOf<T>{1} << (8 * sizeof(T) - 1);
-  const BitsOf<T> quiet = BitsOf<T>{1} << (single ? 22 : 51);
-  for (BitsOf<T> bits : {infinity - 1, infinity, infinity + 1, infinity | quiet})
-    for (BitsOf<T> s : {BitsOf<T>{0}, sign})
+  constexpr BitsOf<T> infinity = infinityBits<T>;
+  for (BitsOf<T> bits : {infinity - 1, infinity, infinity + 1, infinity + 0x5A5,
+                         infinity | quietBit<T>, (infinity | quietBit<T>)+5})
+    for (BitsOf<T> s : {BitsOf<T>{0}, signBit<T>})
       values.push_back(std::bit_cast<T>(static_cast<BitsOf<T>>(bits | s)));
   return values;
 }

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <limits>
 #include <set>
+#include <sstream>
 
 namespace checks {
 namespace {
@@ -71,6 +72,7 @@ public:
     elements();
     inPlace();
     statuses();
+    nans();
   }
 
 private:
@@ -194,12 +196,46 @@ private:
     results_.expect(seen == statusesOf(export_), "reports other statuses than the table says");
   }
 
+  /// A NaN result is the first argument that is a NaN, made quiet, and the negative default NaN
+  /// where none is. Only a power can have a NaN argument and another result.
+  void nans() {
+    begin("NaN results");
+    const bool two = export_.sources() == 2 || export_.hasScalar();
+    const std::vector<T> values = specialValues<T>();
+    for (const T& x : values)
+      for (const T& y : values) {
+        BitsOf<T> expected = infinityBits<T> | quietBit<T> | signBit<T>;
+        bool hasNan = false;
+        for (const T* argument : {&y, &x})
+          if (isNan<T>(bitsOf(*argument)) && (two || argument == &x)) {
+            expected = bitsOf(*argument) | quietBit<T>;
+            hasNan = true;
+          }
+        const Outcome<T> outcome = callOne(export_, call_, x, y);
+        for (int d = 0; d < export_.destinations(); ++d) {
+          const BitsOf<T> result = outcome.results[d];
+          const bool mayBeNumber = !hasNan || (export_.family.starts_with("Pow") &&
+                                               result == bitsOf(T{1}) && (x == 1 || y == 0));
+          results_.expect(isNan<T>(result) ? result == expected : mayBeNumber,
+                          "of " + hexBits(x) + " and " + hexBits(y));
+        }
+        if (!two)
+          break;
+      }
+  }
+
+  static std::string hexBits(const T& x) {
+    std::ostringstream text;
+    text << std::hex << bitsOf(x);
+    return text.str();
+  }
+
   T secondOf(T y) const { return export_.hasScalar() ? scalar : y; }
 
   std::vector<BitsOf<T>> outcome(const Guarded<T>& r, const Guarded<T>& r2, std::size_t i) const {
-    std::vector<BitsOf<T>> bits{canonicalBits(r.get(i))};
+    std::vector<BitsOf<T>> bits{bitsOf(r.get(i))};
     if (export_.destinations() == 2)
-      bits.push_back(canonicalBits(r2.get(i)));
+      bits.push_back(bitsOf(r2.get(i)));
     return bits;
   }
   std::vector<BitsOf<T>> resultsOf(const Outcome<T>& one) const {
@@ -235,7 +271,7 @@ void checkSinCos(const loader::Library& library, const Export& both, Results& re
                            n);
     for (int d = 0; d < 2; ++d)
       for (std::size_t i = 0; i < x.size(); ++i)
-        results.expect(canonicalBits(arrays[d][i]) == canonicalBits(expected[d][i]),
+        results.expect(bitsOf(arrays[d][i]) == bitsOf(expected[d][i]),
                        "destination " + std::to_string(d) + ", element " + std::to_string(i) +
                            ", source " + std::to_string(place));
   }

@@ -3,9 +3,12 @@
 // A row:  EXPORTS INPUT... = RESULT... STATUS FLAGS
 // EXPORTS is a name or the beginning of several (Exp_64f: both classes), or more of these joined by
 // commas. Numbers are decimal or hexadecimal floats, inf, nan, snan; a number is rounded to the
-// element type. STATUS is Ok, Overflow, Underflow, Singularity or Domain; FLAGS those that the call
-// raises from clear, joined by commas, or none. With in-place at the end of a row, the (first)
-// destination is the last source. A # begins a comment.
+// element type. A NaN can have a payload, nan(5), in hexadecimal: its fraction bits after the
+// leading one, which is set in a quiet NaN; nan is nan(0) and snan is snan(1). Results are compared
+// bit by bit: -nan is what an invalid operation gives. STATUS is Ok, Overflow, Underflow,
+// Singularity or Domain; FLAGS those that the call raises from clear, joined by commas, or none.
+// With in-place at the end of a row, the (first) destination is the last source. A # begins a
+// comment.
 
 #include "checks.hpp"
 
@@ -26,20 +29,28 @@ template <class T>
 void parseNumber(std::string_view text, T& number) {
   const bool negative = text.starts_with('-');
   std::string_view digits = negative ? text.substr(1) : text;
-  if (digits == "snan") {
-    const BitsOf<T> bits =
-        sizeof(T) == 4 ? 0x7F800001u : static_cast<BitsOf<T>>(0x7FF0000000000001u);
+  const auto parse = [&](std::string_view part, auto& value, auto... format) {
+    const char* const end = part.data() + part.size();
+    if (const auto read = std::from_chars(part.data(), end, value, format...);
+        read.ec != std::errc{} || read.ptr != end)
+      throw std::runtime_error("not a number: " + std::string(text));
+  };
+  const bool signalling = digits.starts_with("snan");
+  if (signalling || digits.starts_with("nan")) {
+    digits.remove_prefix(signalling ? 4 : 3);
+    BitsOf<T> bits = signalling ? 1 : 0;
+    if (digits.starts_with('(') && digits.ends_with(')'))
+      parse(digits.substr(1, digits.size() - 2), bits, 16);
+    else if (!digits.empty())
+      throw std::runtime_error("not a number: " + std::string(text));
+    bits |= infinityBits<T> | (signalling ? 0 : quietBit<T>) | (negative ? signBit<T> : 0);
     std::memcpy(&number, &bits, sizeof number);
     return;
   }
   const bool hex = digits.starts_with("0x");
   if (hex)
     digits.remove_prefix(2);
-  const auto [end, error] =
-      std::from_chars(digits.data(), digits.data() + digits.size(), number,
-                      hex ? std::chars_format::hex : std::chars_format::general);
-  if (error != std::errc{} || end != digits.data() + digits.size())
-    throw std::runtime_error("not a number: " + std::string(text));
+  parse(digits, number, hex ? std::chars_format::hex : std::chars_format::general);
   if (negative)
     number = -number;
 }
@@ -98,8 +109,14 @@ std::string flagText(int flags) {
 }
 
 template <class T>
-std::string hexText(T value) {
+std::string hexText(const T& value) {
   char text[40];
+  if (const BitsOf<T> bits = bitsOf(value); isNan<T>(bits)) {
+    const auto end = std::to_chars(text, text + sizeof text, bits & (quietBit<T> - 1), 16).ptr;
+    std::string nan = bits & signBit<T> ? "-" : "";
+    nan.append(bits & quietBit<T> ? "nan(" : "snan(").append(text, end).append(")");
+    return nan;
+  }
   const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::hex).ptr;
   return {text, end};
 }
@@ -127,8 +144,7 @@ void checkRow(const loader::Export& e, const loader::Function& f, const Row& row
     computed[0] = *source;
 
   for (std::size_t d = 0; d < destinations; ++d)
-    results.expect(canonicalBits(computed[d]) == canonicalBits(expected[d]),
-                   "result " + hexText(computed[d]));
+    results.expect(bitsOf(computed[d]) == bitsOf(expected[d]), "result " + hexText(computed[d]));
   results.expect(status == parseStatus(row.outcomes[destinations]),
                  "status " + loader::statusName(status));
   results.expect(flagText(flags) == row.outcomes[destinations + 1], "flags " + flagText(flags));
