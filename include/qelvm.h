@@ -24,15 +24,22 @@
  * writes every destination element. An exceptional element (overflow, underflow to zero, pole,
  * argument outside the domain) gets its IEEE default result and is reported: the call goes on and
  * returns the status of the last reported element, #qelStatusOk if there is none. A NaN argument
- * gives a NaN result and is not reported.
+ * is not reported.
+ *
+ * **Bits.** Results are the same on every platform, compiler and processor, every bit, those of NaNs
+ * too. A NaN argument gives that NaN with its quiet bit set, sign and payload kept; of two NaNs the
+ * one that comes first in the argument list: `src1`, or `src` before `power`. (`Pow` and `Powx` of 1
+ * or to the power of 0 give 1.) An invalid operation or an argument outside the domain gives the
+ * negative default NaN, 0xFFF8000000000000 or 0xFFC00000.
  *
  * **Exception flags.** A report raises the matching IEEE flag in the calling thread: overflow,
  * underflow, divide-by-zero (pole), invalid (domain); ordinary arithmetic raises its own, inexact
- * above all. Flags are never tested or cleared.
+ * above all. A signalling NaN raises invalid, a quiet one nothing. Flags are never tested or cleared.
  *
- * **In place.** A destination may be a source array: the results are the same. (What `Div` in
- * double precision reports in place differs; see there.) Arrays that overlap otherwise are not
- * supported.
+ * **In place.** A destination may be a source array: the results are the same. What three families
+ * report then differs: `Acos` and `Asin`, and `Div` in double precision; see there. The two
+ * destinations of `SinCos` may be one array, which then holds the cosines. Arrays that overlap
+ * otherwise are not supported.
  *
  * **Environment.** Round to nearest and masked floating-point exceptions, the platforms' defaults,
  * are assumed; control settings are neither read nor changed. Every function may be called from any
@@ -46,6 +53,17 @@
  */
 #ifndef QELVM_H
 #define QELVM_H
+
+/** @name Version of this header
+ * That of the loaded library is in the record of qelvmGetLibVersion().
+ * @{ */
+#define QELVM_VERSION_MAJOR 5
+#define QELVM_VERSION_MINOR 0
+#define QELVM_BUILD_MAJOR 11
+#define QELVM_BUILD_NUMBER 35
+/** @} */
+
+#ifndef RC_INVOKED /* a resource compiler reads the version only */
 
 #include <stdint.h>
 
@@ -81,6 +99,28 @@ enum {
   qelStatusSingularity = 18, /**< warning: an argument was a pole (division by zero) */
   qelStatusDomain = 19       /**< warning: an argument lay outside the domain */
 };
+
+/** What a status means, as a short English text; never null. (Part of the header, not exported.) */
+static inline const char* qelStatusText(QelStatus status) {
+  switch (status) {
+  case qelStatusOk:
+    return "no element was reported";
+  case qelStatusSizeError:
+    return "the length is less than 1";
+  case qelStatusNullPointer:
+    return "an array pointer is null";
+  case qelStatusOverflow:
+    return "a result overflowed";
+  case qelStatusUnderflow:
+    return "a result underflowed to zero";
+  case qelStatusSingularity:
+    return "an argument was a pole";
+  case qelStatusDomain:
+    return "an argument lay outside the domain";
+  default:
+    return "unknown status";
+  }
+}
 
 /** The version record; all of it constant. */
 typedef struct QelLibVersion {
@@ -226,8 +266,8 @@ QELVM_API QelStatus QELVM_CALL qelsAsinh_64f_A53(const double* src, double* dst,
  * | magnitude below 2^-53, zero | src itself |
  * | otherwise | the arctangent |
  *
- * A50 and A53 are worst just above 1/8, 1/4 and 1/2 (to 0.546); from there on they stay below
- * 0.63 ulp.
+ * The error of A50 and A53 is largest for arguments just above 1/8, 1/4 and 1/2; for arguments from
+ * 0.546 on it stays below 0.63 ulp.
  *
  * @image html Atan.svg
  * @{
@@ -446,7 +486,7 @@ QELVM_API QelStatus QELVM_CALL qelsDiv_64f_A53(const double* src1, const double*
  *
  * `dst[i]` = 2/sqrt(pi) times the integral of e^(-t^2) from 0 to `src[i]`. Never reports: every
  * valid call returns #qelStatusOk. The result for -x is exactly minus the result for x;
- * from 5.9215872 on it is 1. The result for an infinity is 1 with its sign, for NaN it is NaN.
+ * from 5.9215872 on it is 1. The result for an infinity is 1 with its sign, for a NaN the NaN.
  *
  * @image html Erf.svg
  * @{
@@ -521,7 +561,7 @@ QELVM_API QelStatus QELVM_CALL qelsExp_32f_A21(const float* src, float* dst, int
 QELVM_API QelStatus QELVM_CALL qelsExp_32f_A24(const float* src, float* dst, int32_t length);
 /** 2.0 ulp; 1.5 ulp where the result is subnormal */
 QELVM_API QelStatus QELVM_CALL qelsExp_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.516 ulp; 0.505 ulp where the result is subnormal */
+/** 0.518 ulp; 0.505 ulp where the result is subnormal */
 QELVM_API QelStatus QELVM_CALL qelsExp_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -530,7 +570,7 @@ QELVM_API QelStatus QELVM_CALL qelsExp_64f_A53(const double* src, double* dst, i
  *
  * `dst[i] = 1 / src[i]`, correctly rounded (bound 0.5 ulp) in all five classes, which are one IEEE
  * division per element. A zero gives the infinity of its sign and reports #qelStatusSingularity;
- * an infinity gives the zero of its sign and a NaN a NaN, unreported. Small subnormal arguments
+ * an infinity gives the zero of its sign and a NaN the NaN, unreported. Small subnormal arguments
  * overflow to infinity without a status.
  *
  * @image html Inv.svg
@@ -804,7 +844,7 @@ QELVM_API QelStatus QELVM_CALL qelsSin_64f_A53(const double* src, double* dst, i
  * |-----|--------|----------|
  * | NaN | NaN | nothing |
  * | infinity | src itself | nothing |
- * | magnitude below 2^-53 | src itself; underflow is raised where it is subnormal | nothing |
+ * | magnitude below 2^-53 | src itself; 64f raises underflow where it is subnormal | nothing |
  * | from that magnitude on | infinity of its sign | #qelStatusOverflow |
  * | otherwise | the hyperbolic sine | nothing |
  *
@@ -885,7 +925,7 @@ QELVM_API QelStatus QELVM_CALL qelsTan_64f_A53(const double* src, double* dst, i
  *
  * `dst[i]` = the hyperbolic tangent of `src[i]`. Never reports: every valid call returns
  * #qelStatusOk. The result for -x is exactly minus the result for x; from 19.0615475 on it is 1.
- * The result for an infinity is 1 with its sign, for NaN it is NaN.
+ * The result for an infinity is 1 with its sign, for a NaN the NaN.
  *
  * @image html Tanh.svg
  * @{
@@ -914,4 +954,5 @@ QELVM_API const QelLibVersion* QELVM_CALL qelvmGetLibVersion(void);
 }
 #endif
 
+#endif
 #endif

@@ -129,7 +129,7 @@ Family exponential() {
                             {{-0.7F, 0.7F}},
                             {{0x1p-30F, 1}},
                             {{-103.97F, -87.33F}}},
-          .hardPoints = grid(-68800.5 * step, step, 134336),
+          .hardPoints = joined(grid(-68800.5 * step, step, 134336), {{0x1.4ec56e4b9908p+9}}),
           .subnormalA50 = 1.5,
           .subnormalA53 = 0.505};
 }
