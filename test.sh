@@ -86,8 +86,8 @@ check_platform() {
     -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF "$@" || return 0
   layer "$platform" binary python3 tests/binary/check_binary.py "$library" . "$prefix" || true
   layer "$platform" frame "${runner[@]}" "$checks" "$library" frame || true
-  layer "$platform" values "${runner[@]}" "$checks" "$library" values tests/values || true
-  layer "$platform" golden "${runner[@]}" "$checks" "$library" golden tests/golden/hashes.txt || true
+  layer "$platform" values "${runner[@]}" "$checks" "$library" values tests/families || true
+  layer "$platform" golden "${runner[@]}" "$checks" "$library" golden tests/families || true
 }
 
 base_tests() {

@@ -40,7 +40,7 @@ def main():
     run("cmake", "-G", "Ninja", "-S", ROOT, "-B", build, *OPTIONS)
     run("cmake", "--build", build)
     library, profiles = build / "src/libqelvmpx.so.5", []
-    for name, *data in (("golden", "tests/golden/hashes.txt"), ("frame",)):
+    for name, *data in (("golden", "tests/families"), ("frame",)):
         profiles.append(build / f"{name}.profraw")
         run(build / "tests/library_checks", library, name, *data,
             env={"LLVM_PROFILE_FILE": str(profiles[-1])})

@@ -159,7 +159,7 @@ class Copy:
         library = self.build / "src/libqelvmpx.so.5"
         if self.make("qelvmpx") != 0:
             return "build"
-        for layer, *data in (("values", "tests/values"), ("golden", "tests/golden/hashes.txt"),
+        for layer, *data in (("values", "tests/families"), ("golden", "tests/families"),
                              ("frame",)):
             if not self.passes("library_checks", library, layer, *data):
                 return layer

@@ -23,15 +23,15 @@ public:
   explicit Sampler(unsigned seed) : random_(seed) {}
 
   std::vector<Input<T>> inputs(const Family& family, std::size_t count) {
-    std::vector<Input<T>> list;
-    for (const Point& p : family.hardPoints)
-      for (int step = -1; step <= 1; ++step)
-        add(list, {shifted(p.x, step), shifted(p.y, -step)});
-    // Of many hard points, no more than of random ones.
+    std::vector<Input<T>> list, named;
+    addNeighbours(list, family.hardPoints);
+    // Of many hard points, no more than of random ones; but all that are written one by one.
     if (list.size() > count / 2) {
       std::shuffle(list.begin(), list.end(), random_);
       list.resize(count / 2);
     }
+    addNeighbours(named, family.namedPoints);
+    list.insert(list.begin(), named.begin(), named.end());
     const auto& regions = sizeof(T) == 4 ? family.singleRegions : family.regions;
     for (std::size_t i = 0; list.size() < count; ++i) {
       const Region& region = regions[i % regions.size()];
@@ -44,6 +44,11 @@ private:
   static void add(std::vector<Input<T>>& list, Input<T> input) {
     if (std::isfinite(input.x) && std::isfinite(input.y))
       list.push_back(input);
+  }
+  static void addNeighbours(std::vector<Input<T>>& list, const std::vector<Point>& points) {
+    for (const Point& p : points)
+      for (int step = -1; step <= 1; ++step)
+        add(list, {shifted(p.x, step), shifted(p.y, -step)});
   }
   static T shifted(double value, int step) {
     const T rounded = static_cast<T>(value);
@@ -123,16 +128,6 @@ public:
     ++(good ? passed_ : failed_);
   }
 
-  /// Every export of the library must have a row in families.cpp.
-  void requireComplete(const loader::Library& library) {
-    for (const Export& e : loader::exports())
-      if (library.has(e) && std::none_of(families().begin(), families().end(),
-                                         [&](const Family& f) { return f.name == e.family; })) {
-        fmt::print("FAILED {}: no row of its family\n", e.name);
-        ++failed_;
-      }
-  }
-
   bool finish() const {
     if (!markdown_ || failed_ > 0)
       fmt::print("{} passed, {} failed\n", passed_, failed_);
@@ -192,7 +187,6 @@ int main(int argc, char** argv) {
         plotErrors(library, family, options.pattern, options.plots);
       return 0;
     }
-    report.requireComplete(library);
     for (const Family& family : families()) {
       measure<float>(library, family, options, report);
       measure<double>(library, family, options, report);

@@ -158,9 +158,9 @@ inline const int allFlags = FE_DIVBYZERO | FE_INEXACT | FE_INVALID | FE_OVERFLOW
 void checkFrame(const loader::Library& library, Results& results);
 void checkValues(const loader::Library& library, const std::string& directory, Results& results);
 
-/// Compares the hash of every export with the file's, or prints the lines that the file should
-/// have.
-void checkGolden(const loader::Library& library, const std::string& file, Results& results);
-void printGolden(const loader::Library& library);
+/// Compares the hash of every export with that in its family's facts, or prints the lines that
+/// these should have.
+void checkGolden(const loader::Library& library, const std::string& directory, Results& results);
+void printGolden(const loader::Library& library, const std::string& directory);
 
 } // namespace checks

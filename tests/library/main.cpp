@@ -6,9 +6,8 @@
 namespace {
 
 const char usage[] = "usage: library_checks LIBRARY frame\n"
-                     "       library_checks LIBRARY values DIRECTORY\n"
-                     "       library_checks LIBRARY golden FILE\n"
-                     "       library_checks LIBRARY print-golden\n";
+                     "       library_checks LIBRARY values|golden|print-golden FACTS\n"
+                     "FACTS is the folder of the families' facts, tests/families\n";
 
 bool run(const loader::Library& library, std::string_view what, const std::string& data) {
   checks::Results results;
@@ -19,7 +18,7 @@ bool run(const loader::Library& library, std::string_view what, const std::strin
   } else if (what == "golden") {
     checks::checkGolden(library, data, results);
   } else if (what == "print-golden") {
-    checks::printGolden(library);
+    checks::printGolden(library, data);
     return true;
   } else {
     std::cerr << usage;

@@ -1,21 +1,19 @@
-// Directed rows from tests/values/*.txt: inputs, results, status and exception flags.
+// The directed rows among the facts about a family: inputs, results, status and exception flags.
 //
-// A row:  EXPORTS INPUT... = RESULT... STATUS FLAGS
-// EXPORTS is a name or the beginning of several (Exp_64f: both classes), or more of these joined by
-// commas. Numbers are decimal or hexadecimal floats, inf, nan, snan; a number is rounded to the
-// element type. A NaN can have a payload, nan(5), in hexadecimal: its fraction bits after the
-// leading one, which is set in a quiet NaN; nan is nan(0) and snan is snan(1). Results are compared
-// bit by bit: -nan is what an invalid operation gives. STATUS is Ok, Overflow, Underflow,
-// Singularity or Domain; FLAGS those that the call raises from clear, joined by commas, or none.
-// With in-place at the end of a row, the (first) destination is the last source. A # begins a
-// comment.
+// A row:  CLASSES INPUT... = RESULT... STATUS FLAGS
+// CLASSES is all, or the beginning of some (64f: both double classes), or more of these joined by
+// commas. Numbers are those of facts.hpp and inf, nan, snan; a number is rounded to the element
+// type. A NaN can have a payload, nan(5), in hexadecimal: its fraction bits after the leading one,
+// which is set in a quiet NaN; nan is nan(0) and snan is snan(1). Results are compared bit by bit:
+// -nan is what an invalid operation gives. STATUS is Ok, Overflow, Underflow, Singularity or
+// Domain; FLAGS those that the call raises from clear, joined by commas, or none. With in-place at
+// the end of a row, the (first) destination is the last source.
 
 #include "checks.hpp"
+#include "facts/facts.hpp"
 
 #include <charconv>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <sstream>
 #include <stdexcept>
@@ -26,55 +24,49 @@ namespace {
 /// Writes the number into `number`: returned by value, a signalling NaN would be quieted where
 /// functions return floating-point values on the x87 stack.
 template <class T>
-void parseNumber(std::string_view text, T& number) {
+void parseNumber(const facts::Fact& row, const std::string& text, T& number) {
   const bool negative = text.starts_with('-');
-  std::string_view digits = negative ? text.substr(1) : text;
-  const auto parse = [&](std::string_view part, auto& value, auto... format) {
-    const char* const end = part.data() + part.size();
-    if (const auto read = std::from_chars(part.data(), end, value, format...);
-        read.ec != std::errc{} || read.ptr != end)
-      throw std::runtime_error("not a number: " + std::string(text));
-  };
-  const bool signalling = digits.starts_with("snan");
-  if (signalling || digits.starts_with("nan")) {
-    digits.remove_prefix(signalling ? 4 : 3);
-    BitsOf<T> bits = signalling ? 1 : 0;
-    if (digits.starts_with('(') && digits.ends_with(')'))
-      parse(digits.substr(1, digits.size() - 2), bits, 16);
-    else if (!digits.empty())
-      throw std::runtime_error("not a number: " + std::string(text));
-    bits |= infinityBits<T> | (signalling ? 0 : quietBit<T>) | (negative ? signBit<T> : 0);
-    std::memcpy(&number, &bits, sizeof number);
+  std::string_view name(text);
+  name.remove_prefix(negative ? 1 : 0);
+  const bool signalling = name.starts_with("snan");
+  BitsOf<T> bits = infinityBits<T> | (negative ? signBit<T> : 0);
+  if (signalling || name.starts_with("nan")) {
+    name.remove_prefix(signalling ? 4 : 3);
+    BitsOf<T> payload = signalling ? 1 : 0;
+    if (name.starts_with('(') && name.ends_with(')')) {
+      const char* const end = name.data() + name.size() - 1;
+      const auto read = std::from_chars(name.data() + 1, end, payload, 16);
+      if (read.ec != std::errc{} || read.ptr != end)
+        throw std::runtime_error(row.place + ": not a payload: " + text);
+    }
+    bits |= payload | (signalling ? 0 : quietBit<T>);
+  } else if (name != "inf") {
+    number = facts::number<T>(row, text);
     return;
   }
-  const bool hex = digits.starts_with("0x");
-  if (hex)
-    digits.remove_prefix(2);
-  parse(digits, number, hex ? std::chars_format::hex : std::chars_format::general);
-  if (negative)
-    number = -number;
+  std::memcpy(&number, &bits, sizeof number);
 }
 
 struct Row {
-  std::vector<std::string> exports, inputs, outcomes; // outcomes: results, status, flags
+  std::vector<std::string> inputs, outcomes; // outcomes: results, status, flags
   bool inPlace = false;
 };
 
-/// The row's name, or beginning of a name, that means this export.
-bool names(const std::string& beginning, const loader::Export& e) {
-  return e.name == beginning || e.name.starts_with(beginning + "_");
+/// The row is about this export.
+bool isAbout(const facts::Fact& row, const loader::Export& e) {
+  std::istringstream list(row.word);
+  for (std::string classes; std::getline(list, classes, ',');) {
+    const std::string beginning = e.family + "_" + classes;
+    if (classes == "all" || e.name == beginning || e.name.starts_with(beginning + "_"))
+      return true;
+  }
+  return false;
 }
 
-Row parseRow(const std::string& line) {
+Row parseRow(const facts::Fact& fact) {
   Row row;
-  std::istringstream words(line);
-  std::string exports;
-  words >> exports;
-  std::istringstream list(exports);
-  for (std::string name; std::getline(list, name, ',');)
-    row.exports.push_back(name);
   bool after = false;
-  for (std::string word; words >> word;) {
+  for (const std::string& word : fact.values) {
     if (word == "=")
       after = true;
     else if (word == "in-place")
@@ -122,19 +114,21 @@ std::string hexText(const T& value) {
 }
 
 template <class T>
-void checkRow(const loader::Export& e, const loader::Function& f, const Row& row,
+void checkRow(const loader::Export& e, const loader::Function& f, const facts::Fact& fact,
               Results& results) {
+  const Row row = parseRow(fact);
   const std::size_t inputs = e.sources() == 2 || e.hasScalar() ? 2 : 1;
   const auto destinations = static_cast<std::size_t>(e.destinations());
   if (row.inputs.size() != inputs || row.outcomes.size() != destinations + 2)
-    throw std::runtime_error("a row of " + e.name + " has " + std::to_string(row.inputs.size()) +
-                             " inputs and " + std::to_string(row.outcomes.size()) + " outcomes");
+    throw std::runtime_error(fact.place + ": a row of " + e.name + " has " +
+                             std::to_string(inputs) + " inputs, =, " +
+                             std::to_string(destinations) + " results, a status and flags");
   T x{}, y{}, expected[2] = {}, computed[2] = {};
-  parseNumber(row.inputs[0], x);
+  parseNumber(fact, row.inputs[0], x);
   if (inputs == 2)
-    parseNumber(row.inputs[1], y);
+    parseNumber(fact, row.inputs[1], y);
   for (std::size_t d = 0; d < destinations; ++d)
-    parseNumber(row.outcomes[d], expected[d]);
+    parseNumber(fact, row.outcomes[d], expected[d]);
   std::feclearexcept(FE_ALL_EXCEPT);
   T* const source = e.sources() == 2 ? &y : &x;
   T* const destination = row.inPlace ? source : &computed[0];
@@ -153,40 +147,21 @@ void checkRow(const loader::Export& e, const loader::Function& f, const Row& row
 } // namespace
 
 void checkValues(const loader::Library& library, const std::string& directory, Results& results) {
-  std::map<std::string, int> rowsOfFamily;
-  for (const auto& file : std::filesystem::directory_iterator(directory)) {
-    std::ifstream in(file.path());
-    int number = 0;
-    for (std::string line; std::getline(in, line);) {
-      ++number;
-      line.resize(line.find('#') == std::string::npos ? line.size() : line.find('#'));
-      const Row row = parseRow(line);
-      if (row.exports.empty())
-        continue;
-      for (const std::string& beginning : row.exports) {
-        bool known = false;
-        for (const loader::Export& e : loader::exports()) {
-          if (!names(beginning, e))
-            continue;
-          known = true;
-          ++rowsOfFamily[e.name];
-          results.begin(file.path().filename().string() + ":" + std::to_string(number) + " " +
-                        e.name + " " + row.inputs.front());
-          withElement(e, [&](auto element) {
-            checkRow<decltype(element)>(e, library.function(e), row, results);
-          });
-        }
-        if (!known)
-          throw std::runtime_error(file.path().string() + ":" + std::to_string(number) +
-                                   ": no such export: " + beginning);
-      }
-    }
-  }
   for (const loader::Export& e : loader::exports()) {
     if (!library.has(e))
       continue;
+    int rows = 0;
+    for (const facts::Fact& fact : facts::of(directory, e.family)) {
+      if (!facts::isRow(fact) || !isAbout(fact, e))
+        continue;
+      ++rows;
+      results.begin(fact.place + " " + e.name + " " + fact.values.front());
+      withElement(e, [&](auto element) {
+        checkRow<decltype(element)>(e, library.function(e), fact, results);
+      });
+    }
     results.begin(e.name + " has directed rows");
-    results.expect(rowsOfFamily[e.name] > 0, "add some to " + directory);
+    results.expect(rows > 0, "add some to " + directory + "/" + e.family + ".txt");
   }
 }
 
