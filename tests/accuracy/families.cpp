@@ -129,9 +129,10 @@ Family exponential() {
                             {{-0.7F, 0.7F}},
                             {{0x1p-30F, 1}},
                             {{-103.97F, -87.33F}}},
-          .hardPoints = joined(grid(-68800.5 * step, step, 134336), {{0x1.4ec56e4b9908p+9}}),
+          .hardPoints = joined(grid(-68800.5 * step, step, 134336),
+                               {{0x1.4ec56e4b9908p+9}, {-0x1.623e8e5146cfep+9}}),
           .subnormalA50 = 1.5,
-          .subnormalA53 = 0.505};
+          .subnormalA53 = 0.51};
 }
 
 /// Logarithms lose most near one, and where a kernel changes from one reciprocal, or from one
@@ -312,7 +313,9 @@ Family hyperbolic(const char* name, Reference reference) {
                                                                    {0x1.fea5b9e4637d3p-4},
                                                                    {0x1.56be0d64560a5p+9},
                                                                    {0x1.5111f0af9d313p+0},
-                                                                   {0x1.7d236c3f6e6fdp+8}})};
+                                                                   {0x1.7d236c3f6e6fdp+8},
+                                                                   {0x1.577f6fb528342p+5},
+                                                                   {0x1.e52a4c6fbadffp+8}})};
 }
 
 Family arcTangent() {
