@@ -2,17 +2,17 @@
 # Builds the library and the command-line tool, and runs the Misra1a calculation.
 # ./run.sh ARGS... passes ARGS to the tool `qelvm`: ./run.sh eval Exp_64f_A53 1
 set -euo pipefail
-here=$(dirname "$(readlink -f "$0")")
+# QELVM_BUILD_DIR=FOLDER builds there instead of in build/.
 caller=$PWD
-cd "$here"
+cd "$(dirname "$(readlink -f "$0")")"
 . tools/setup.sh
 
-require_packages "${build_packages[@]}"
+require_packages "${build_packages[@]}" >&2
 options=()
 # The directory is shared with test.sh; what that has switched on stays on.
-[ -e build/linux/CMakeCache.txt ] || options=(-DQELVM_TESTS=OFF -DQELVM_BENCH=OFF)
-build build/linux -DQELVM_TOOL=ON -DQELVM_EXAMPLES=ON "${options[@]}"
-qelvm=$here/build/linux/apps/qelvm/qelvm
+[ -e "$build_root/linux/CMakeCache.txt" ] || options=(-DQELVM_TESTS=OFF -DQELVM_BENCH=OFF)
+build "$build_root/linux" -DQELVM_TOOL=ON -DQELVM_EXAMPLES=ON "${options[@]}" >&2
+qelvm=$build_root/linux/apps/qelvm/qelvm
 
 if [ $# -gt 0 ]; then
   cd "$caller" # files that ARGS name
@@ -20,7 +20,7 @@ if [ $# -gt 0 ]; then
 fi
 
 say "Misra1a: a certified nonlinear regression, its exponentials by one call of qelsExp_64f_A53"
-build/linux/examples/misra1a/misra1a examples/misra1a/misra1a.dat
+"$build_root/linux/examples/misra1a/misra1a" examples/misra1a/misra1a.dat
 
 cat << 'EOF'
 

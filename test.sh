@@ -1,18 +1,44 @@
 #!/usr/bin/env bash
-# Builds and runs the tests. The last line is 'N passed, N failed, N skipped'.
-#   ./test.sh                what this machine can run, in about two minutes
-#   ./test.sh -L values      one layer (any option of ctest)
-#   ./test.sh --platforms    also other compilers and levels, the Windows library under Wine, and
-#                            other processors under QEMU; ends with a table of the platforms
+# Builds and runs the tests: usage() says how.
 set -euo pipefail
+caller=$PWD
 cd "$(dirname "$(readlink -f "$0")")"
 . tools/setup.sh
 
-platforms=false
-if [ "${1:-}" = --platforms ]; then
-  platforms=true
+usage() {
+  cat << 'END'
+Builds and runs the tests. The last line is 'N passed, N failed, N skipped'.
+  ./test.sh                what this machine can run, in about two minutes
+  ./test.sh -L values      one layer: these options of ctest choose tests: -L -LE -R -E REGEX;
+                           -V shows what they print, -j N runs N at once
+  ./test.sh --platforms    also other compilers and options, the Windows libraries under Wine, and
+                           other processors under QEMU; ends with a table of the platforms
+QELVM_BUILD_DIR=FOLDER builds there instead of in build/.
+END
+}
+
+platforms=false chosen=()
+while [ $# -gt 0 ]; do
+  case $1 in
+    -h | --help)
+      usage
+      exit
+      ;;
+    --platforms) platforms=true ;;
+    -V | -VV) chosen+=("$1") ;;
+    -L | -LE | -R | -E | -j)
+      [ $# -gt 1 ] || { echo "$1 needs a value" >&2 && usage >&2 && exit 2; }
+      chosen+=("$1" "$2")
+      shift
+      ;;
+    *)
+      echo "unknown option $1" >&2
+      usage >&2
+      exit 2
+      ;;
+  esac
   shift
-fi
+done
 passed=0 failed=0 skipped=0
 
 skip() {
@@ -97,16 +123,26 @@ base_tests() {
     set -- -C Fits "$@" # also what takes minutes: the fits of the tables
   fi
   say "building"
-  build build/linux -DQELVM_TOOL=ON -DQELVM_EXAMPLES=ON -DQELVM_TESTS=ON -DQELVM_BENCH=ON
+  if ! build "$build_root/linux" -DQELVM_TOOL=ON -DQELVM_EXAMPLES=ON -DQELVM_TESTS=ON -DQELVM_BENCH=ON; then
+    failed=$((failed + 1))
+    return
+  fi
   say "testing"
-  local report=$PWD/build/linux/report.xml value
-  ctest --test-dir build/linux --output-on-failure -j "$(nproc)" --output-junit "$report" "$@" |
-    tail -n +4 || true
+  local report=$build_root/linux/report.xml status=0 failures
+  rm -f "$report"
+  ctest --test-dir "$build_root/linux" --no-tests=error --output-on-failure -j "$(nproc)" \
+    --output-junit "$report" "$@" | tail -n +4 || status=$?
   count() { sed -n "s/.*[[:space:]]$1=\"\([0-9]*\)\".*/\1/p" "$report" | head -1; }
-  value=$(($(count failures) + 0))
-  failed=$((failed + value))
+  if [ ! -e "$report" ] || [ "$(count tests)" -eq 0 ]; then
+    say "no test ran"
+    failed=$((failed + 1))
+    return
+  fi
+  failures=$(count failures)
+  [ "$status" -eq 0 ] || [ "$failures" -gt 0 ] || failures=1 # of ctest itself
+  failed=$((failed + failures))
   skipped=$((skipped + $(count skipped) + $(count disabled)))
-  passed=$((passed + $(count tests) - value - $(count skipped) - $(count disabled)))
+  passed=$((passed + $(count tests) - failures - $(count skipped) - $(count disabled)))
 }
 
 # Other compilers and optimisation levels: the same hashes.
@@ -118,11 +154,45 @@ compiler_tests() {
       continue
     fi
     for level in -O0 -O1 -O2 -O3; do
-      check_platform "$compiler $level" "build/$compiler$level" src/libqelvmpx.so.5 \
+      check_platform "$compiler $level" "$build_root/$compiler$level" src/libqelvmpx.so.5 \
         tests/library_checks "" -- -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=None \
         -DCMAKE_CXX_FLAGS="$level"
     done
   done
+}
+
+# Options of the user's that would change results: the library neither heeds them nor gives other
+# hashes.
+option_tests() {
+  local compiler options directory
+  while read -r compiler options; do
+    command -v "$compiler" > /dev/null || require_packages "${clang_packages[@]}" || {
+      skip "$compiler $options" "no compiler"
+      continue
+    }
+    directory=$build_root/options/$compiler${options// /}
+    check "$compiler $options build" build "$directory" --target qelvmpx -DQELVM_TOOL=OFF \
+      -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF -DQELVM_TESTS=OFF -DCMAKE_BUILD_TYPE=None \
+      -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="-O2 $options" &&
+      check "$compiler $options golden" "$build_root/linux/tests/library_checks" \
+        "$directory/src/libqelvmpx.so.5" golden tests/families || true
+  done << 'END'
+g++ -ffast-math -mfma
+g++ -Ofast -march=native
+g++ -ffinite-math-only
+g++ -funsafe-math-optimizations
+g++ -fassociative-math -fno-signed-zeros -fno-trapping-math
+g++ -freciprocal-math
+g++ -frounding-math -fexcess-precision=fast
+g++ -fsingle-precision-constant
+g++ -flto -ffp-contract=fast -mfma
+clang++ -ffast-math -mfma
+clang++ -Ofast -march=x86-64-v3
+clang++ -ffinite-math-only -fno-honor-nans -fno-honor-infinities
+clang++ -fassociative-math -freciprocal-math -fno-signed-zeros -fno-trapping-math
+clang++ -funsafe-math-optimizations -fdenormal-fp-math=positive-zero -fapprox-func
+clang++ -flto -ffp-model=fast
+END
 }
 
 windows_tests() {
@@ -134,12 +204,12 @@ windows_tests() {
     skip_platform Windows "no Wine"
     return
   fi
-  local directory=build/windows
-  export WINEPREFIX=$PWD/build/wine WINEARCH=win32 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+  local directory=$build_root/windows
+  export WINEPREFIX=$build_root/wine WINEARCH=win32 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
   check Wine wineboot --init || true
   check_platform Windows "$directory" src/qelvmpx.dll tests/library_checks.exe i686-w64-mingw32- \
     wine -- --toolchain cmake/mingw-i686.cmake -DQELVM_EXAMPLES=ON
-  export WINEPATH=$PWD/$directory/src # where programs find the DLL
+  export WINEPATH=$directory/src # where programs find the DLL
   check "Windows example" wine "$directory/examples/misra1a/misra1a.exe" \
     examples/misra1a/misra1a.dat || true
 }
@@ -152,7 +222,7 @@ foreign_tests() {
     skip_platform "$processor" "no cross compiler or emulator"
     return
   fi
-  check_platform "$processor" "build/$processor" src/libqelvmpx.so.5 tests/library_checks \
+  check_platform "$processor" "$build_root/$processor" src/libqelvmpx.so.5 tests/library_checks \
     "$triple-" "$@" -- -DCMAKE_SYSTEM_NAME=Linux -DCMAKE_SYSTEM_PROCESSOR="$processor" \
     -DCMAKE_C_COMPILER="$triple-gcc" -DCMAKE_CXX_COMPILER="$triple-g++"
 }
@@ -176,16 +246,16 @@ END
 # the binary itself; the paths that the golden sequence takes; the reference without a warning; the
 # format of the sources.
 quality_tests() {
-  local directory=build/sanitized
+  local directory=$build_root/sanitized
   if require_packages "${instrumentation_packages[@]}"; then
     # (g++ takes minutes for every kernel here.)
-    check "sanitizers build" build $directory -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
+    check "sanitizers build" build "$directory" -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
       -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O1 -DCMAKE_C_FLAGS=-O1 -DQELVM_BENCH=OFF \
       -DQELVM_EXAMPLES=OFF -DQELVM_INSTRUMENTATION="-fsanitize=address,undefined \
         -fno-sanitize=function -fno-sanitize-recover=undefined" &&
-      check "sanitizers" ctest --test-dir $directory -j "$(nproc)" --output-on-failure \
+      check "sanitizers" ctest --test-dir "$directory" --no-tests=error -j "$(nproc)" --output-on-failure \
         -LE 'binary|install|tables|accuracy' -E BytesOfStack || true
-    check coverage tools/coverage.py || true
+    check coverage tools/coverage.py "$build_root/coverage" || true
   else
     skip "sanitizers and coverage" "no clang with its runtime library"
   fi
@@ -202,13 +272,18 @@ quality_tests() {
   fi
 }
 
-base_tests "$@"
+base_tests "${chosen[@]}"
 if $platforms; then
   compiler_tests
+  option_tests
   windows_tests
   processor_tests
   quality_tests
   print_table
+fi
+if [ $((passed + failed)) -eq 0 ]; then
+  say "no test ran"
+  failed=1
 fi
 printf '%d passed, %d failed, %d skipped\n' "$passed" "$failed" "$skipped"
 [ "$failed" -eq 0 ]

@@ -2,8 +2,12 @@
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qelvm)
+set(libraries qelvm_static)
+if(QELVM_SHARED)
+  list(APPEND libraries qelvmpx)
+endif()
 install(
-  TARGETS qelvmpx
+  TARGETS ${libraries}
   EXPORT qelvm-targets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -12,26 +16,42 @@ install(FILES include/qelvm.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(WIN32)
   install(FILES ${PROJECT_BINARY_DIR}/src/qelvmpx.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
+# The guide with the tables and pictures that it and the header refer to.
+install(FILES LICENSE README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md"
+                                                                        PATTERN "*.svg")
 
 install(EXPORT qelvm-targets NAMESPACE qelvm:: DESTINATION ${package_dir})
 # The build tree serves as a package too: -Dqelvm_DIR=<build directory>.
 export(EXPORT qelvm-targets NAMESPACE qelvm:: FILE ${PROJECT_BINARY_DIR}/qelvm-targets.cmake)
-file(WRITE ${PROJECT_BINARY_DIR}/qelvm-config.cmake
-     "include(\${CMAKE_CURRENT_LIST_DIR}/qelvm-targets.cmake)\n")
+configure_file(cmake/qelvm-config.cmake.in qelvm-config.cmake COPYONLY)
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/qelvm-config-version.cmake
                                  COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/qelvm-config.cmake
               ${PROJECT_BINARY_DIR}/qelvm-config-version.cmake DESTINATION ${package_dir})
 
-# Relative, so that the installed tree can be moved.
+# Relative to its own place, so that the installed tree can be moved, unless a folder was given that
+# is not.
 file(RELATIVE_PATH path_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+set(pc_prefix "\${pcfiledir}/${path_to_prefix}")
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(pc_prefix ${CMAKE_INSTALL_PREFIX})
+endif()
+foreach(kind lib include)
+  string(TOUPPER ${kind} upper)
+  set(pc_${kind}dir ${CMAKE_INSTALL_${upper}DIR})
+  if(NOT IS_ABSOLUTE "${pc_${kind}dir}")
+    set(pc_${kind}dir "\${prefix}/${pc_${kind}dir}")
+  endif()
+endforeach()
 configure_file(cmake/qelvmpx.pc.in qelvmpx.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/qelvmpx.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 if(PROJECT_IS_TOP_LEVEL)
   add_custom_target(
     uninstall
-    COMMAND ${CMAKE_COMMAND} -DMANIFEST=${PROJECT_BINARY_DIR}/install_manifest.txt -P
+    COMMAND ${CMAKE_COMMAND} -DMANIFEST=${PROJECT_BINARY_DIR}/install_manifest.txt
+            -DFOLDERS=${folders_note} -P
             ${PROJECT_SOURCE_DIR}/cmake/uninstall.cmake
     COMMENT "Removing what the last installation from this build directory put in place"
     VERBATIM)

@@ -1,5 +1,5 @@
-# Removes the files that install_manifest.txt lists (under DESTDIR, as at the installation), and the
-# package's own directory when that leaves it empty.
+# Removes the files that install_manifest.txt lists (under DESTDIR, as at the installation), and of the
+# folders that the installation made (FOLDERS) those that are empty then.
 if(NOT EXISTS ${MANIFEST})
   message(FATAL_ERROR "nothing to uninstall: ${MANIFEST} does not exist")
 endif()
@@ -10,12 +10,19 @@ foreach(file IN LISTS files)
     message(STATUS "Removing ${path}")
     file(REMOVE ${path})
   endif()
-  get_filename_component(directory ${path} DIRECTORY)
-  if(directory MATCHES "/cmake/qelvm$")
-    file(GLOB left ${directory}/*)
-    if(NOT left)
-      file(REMOVE_RECURSE ${directory})
-    endif()
-  endif()
 endforeach()
 file(REMOVE ${MANIFEST})
+
+if(EXISTS ${FOLDERS})
+  file(STRINGS ${FOLDERS} folders)
+  list(REMOVE_DUPLICATES folders)
+  list(SORT folders ORDER DESCENDING) # a folder's inside comes before the folder
+  foreach(folder IN LISTS folders)
+    file(GLOB left LIST_DIRECTORIES true ${folder}/* ${folder}/.[!.]*)
+    if(IS_DIRECTORY ${folder} AND NOT left)
+      message(STATUS "Removing ${folder}")
+      file(REMOVE_RECURSE ${folder})
+    endif()
+  endforeach()
+  file(REMOVE ${FOLDERS})
+endif()

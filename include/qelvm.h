@@ -26,15 +26,16 @@
  * returns the status of the last reported element, #qelStatusOk if there is none. A NaN argument
  * is not reported.
  *
- * **Bits.** Results are the same on every platform, compiler and processor, every bit, those of NaNs
- * too. A NaN argument gives that NaN with its quiet bit set, sign and payload kept; of two NaNs the
- * one that comes first in the argument list: `src1`, or `src` before `power`. (`Pow` and `Powx` of 1
- * or to the power of 0 give 1.) An invalid operation or an argument outside the domain gives the
- * negative default NaN, 0xFFF8000000000000 or 0xFFC00000.
+ * **Bits.** Results are the same on every platform, compiler and processor, every bit, those of
+ * NaNs too. A NaN argument gives that NaN with its quiet bit set, sign and payload kept; of two
+ * NaNs the one that comes first in the argument list: `src1`, or `src` before `power`. (`Pow` and
+ * `Powx` of 1 or to the power of 0 give 1.) An invalid operation or an argument outside the domain
+ * gives the negative default NaN, 0xFFF8000000000000 or 0xFFC00000.
  *
  * **Exception flags.** A report raises the matching IEEE flag in the calling thread: overflow,
  * underflow, divide-by-zero (pole), invalid (domain); ordinary arithmetic raises its own, inexact
- * above all. A signalling NaN raises invalid, a quiet one nothing. Flags are never tested or cleared.
+ * above all. A signalling NaN raises invalid, a quiet one nothing. Flags are never tested or
+ * cleared.
  *
  * **In place.** A destination may be a source array: the results are the same. What three families
  * report then differs: `Acos` and `Asin`, and `Div` in double precision; see there. The two
@@ -57,10 +58,10 @@
 /** @name Version of this header
  * That of the loaded library is in the record of qelvmGetLibVersion().
  * @{ */
-#define QELVM_VERSION_MAJOR 5
-#define QELVM_VERSION_MINOR 0
-#define QELVM_BUILD_MAJOR 11
-#define QELVM_BUILD_NUMBER 35
+#define QELVM_VERSION_MAJOR 5 /**< major version: another one is another interface */
+#define QELVM_VERSION_MINOR 0 /**< minor version */
+#define QELVM_BUILD_MAJOR 11  /**< major build number */
+#define QELVM_BUILD_NUMBER 35 /**< build number */
 /** @} */
 
 #ifndef RC_INVOKED /* a resource compiler reads the version only */
@@ -561,7 +562,7 @@ QELVM_API QelStatus QELVM_CALL qelsExp_32f_A21(const float* src, float* dst, int
 QELVM_API QelStatus QELVM_CALL qelsExp_32f_A24(const float* src, float* dst, int32_t length);
 /** 2.0 ulp; 1.5 ulp where the result is subnormal */
 QELVM_API QelStatus QELVM_CALL qelsExp_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.518 ulp; 0.505 ulp where the result is subnormal */
+/** 0.518 ulp; 0.51 ulp where the result is subnormal */
 QELVM_API QelStatus QELVM_CALL qelsExp_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 

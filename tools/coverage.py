@@ -1,12 +1,11 @@
 #!/usr/bin/env python3
 """Shows that the golden sequence takes every path of every kernel.
 
-usage: tools/coverage.py [BUILD_DIRECTORY]
-
 Builds the library with clang's coverage counters, runs the golden sequence and the checks of bad
 arguments, and lists every stretch of code and every side of a branch in src/ that no instantiation
 has reached. Exit status 1 if there is one.
 """
+import argparse
 import json
 import re
 import subprocess
@@ -36,7 +35,11 @@ def run(*command, **options):
 
 
 def main():
-    build = Path(sys.argv[1] if len(sys.argv) > 1 else ROOT / "build/coverage").resolve()
+    parser = argparse.ArgumentParser(description=__doc__,
+                                     formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("build", nargs="?", type=Path, default=ROOT / "build/coverage",
+                        metavar="BUILD_DIRECTORY", help="where to build (%(default)s)")
+    build = parser.parse_args().build.resolve()
     run("cmake", "-G", "Ninja", "-S", ROOT, "-B", build, *OPTIONS)
     run("cmake", "--build", build)
     library, profiles = build / "src/libqelvmpx.so.5", []

@@ -10,6 +10,10 @@ clang_packages=(clang)
 emulator_packages=(qemu-user)
 instrumentation_packages=(clang llvm libclang-rt-14-dev)
 
+# Where everything is built: a folder that can be written, below the sources unless told otherwise.
+build_root=${QELVM_BUILD_DIR:-$PWD/build}
+case $build_root in /*) ;; *) build_root=$caller/$build_root ;; esac
+
 say() { printf '== %s\n' "$*"; }
 
 missing_packages() {
@@ -21,17 +25,15 @@ missing_packages() {
 }
 
 apt_update() { # an index can fail to download while a mirror changes: try again
-  local try
+  local try output
   for try in 1 2 3 4 5; do
     # Without an error, apt goes on with old indexes; those it names as failed count as failures.
-    if apt-get update 2>&1 | tee /tmp/apt-update.$$ && ! grep -q '^[EW]: ' /tmp/apt-update.$$; then
-      rm -f /tmp/apt-update.$$
+    if output=$(apt-get update 2>&1) && ! grep -q '^[EW]: ' <<< "$output"; then
       return
     fi
     say "package index incomplete, attempt $try"
     sleep 5
   done
-  rm -f /tmp/apt-update.$$
 }
 
 # require_packages PACKAGE...: installs what is missing, or says what to install.
@@ -46,19 +48,56 @@ require_packages() {
   fi
   say "installing ${missing[*]}"
   export DEBIAN_FRONTEND=noninteractive
+  local install=(apt-get -o DPkg::Lock::Timeout=600 install -y --no-install-recommends)
   case "${missing[*]}" in *:i386*) dpkg --add-architecture i386 ;; esac
   apt_update > /dev/null
-  apt-get install -y --no-install-recommends "${missing[@]}" > /dev/null ||
-    apt-get install -y --no-install-recommends -t bookworm --allow-downgrades "${missing[@]}" > /dev/null
+  "${install[@]}" "${missing[@]}" > /dev/null ||
+    "${install[@]}" -t bookworm --allow-downgrades "${missing[@]}" > /dev/null
 }
 
-# build DIRECTORY CMAKE_OPTIONS...: configures and builds quietly; shows the log if that fails.
-build() {
-  local directory=$1 log=$1/build.log
-  shift
-  mkdir -p "$directory"
-  if ! { cmake -G Ninja -S . -B "$directory" "$@" && cmake --build "$directory"; } > "$log" 2>&1; then
-    cat "$log" >&2
+# The file in DIRECTORY that only one build at a time holds open: two scripts may run at once.
+lock_build() {
+  local directory=$1
+  if ! mkdir -p "$directory" 2> /dev/null || ! { exec {build_lock}> "$directory/.lock"; } 2> /dev/null; then
+    printf 'cannot write in %s: QELVM_BUILD_DIR=FOLDER %s builds in another place\n' "$directory" "$0" >&2
     return 1
   fi
+  flock -n "$build_lock" || { say "waiting for another build in $directory" && flock "$build_lock"; }
+}
+
+# build DIRECTORY [--target NAME...] CMAKE_OPTIONS...: configures and builds, quietly but for a line
+# every 15 seconds; shows the log if that fails.
+build() {
+  local directory=$1 log=$1/build.log build_lock target=() fresh=() status=0 seconds=0
+  shift
+  while [ "${1:-}" = --target ]; do
+    target+=(--target "$2")
+    shift 2
+  done
+  lock_build "$directory" || return 1
+  # A cache names the places that it was made for: after a move it is made anew.
+  if [ -e "$directory/CMakeCache.txt" ] &&
+    ! { grep -qxF "CMAKE_HOME_DIRECTORY:INTERNAL=$PWD" "$directory/CMakeCache.txt" &&
+      grep -qxF "CMAKE_CACHEFILE_DIR:INTERNAL=$directory" "$directory/CMakeCache.txt"; }; then
+    say "$directory was made for another place: configured anew"
+    fresh=(--fresh)
+  fi
+  if ! : > "$log"; then
+    exec {build_lock}>&-
+    return 1
+  fi
+  {
+    cmake -G Ninja -S . -B "$directory" "${fresh[@]}" "$@" &&
+      cmake --build "$directory" "${target[@]}"
+  } > "$log" 2>&1 {build_lock}>&- &
+  local job=$!
+  while kill -0 "$job" 2> /dev/null; do
+    sleep 0.2
+    seconds=$((seconds + 1))
+    if [ $((seconds % 75)) -eq 0 ]; then printf '   %s\n' "$(tail -n 1 "$log" | cut -c 1-100)"; fi
+  done
+  wait "$job" || status=$?
+  exec {build_lock}>&-
+  [ "$status" -eq 0 ] || cat "$log" >&2
+  return "$status"
 }

@@ -13,8 +13,8 @@
 #include <cstdint>
 #include <limits>
 
-#ifdef __FAST_MATH__
-#error "qelvm needs IEEE arithmetic: build without -ffast-math"
+#if defined(__FAST_MATH__) || (defined(__FINITE_MATH_ONLY__) && __FINITE_MATH_ONLY__)
+#error "qelvm needs IEEE arithmetic: build without -ffast-math and -ffinite-math-only"
 #endif
 static_assert(FLT_EVAL_METHOD == 0, "qelvm needs plain double evaluation (32-bit x86: SSE2)");
 static_assert(std::numeric_limits<double>::is_iec559 && std::numeric_limits<float>::is_iec559);

@@ -6,6 +6,10 @@
 // loop is left for a compiler to keep, and nothing here asks for vector instructions.
 #pragma once
 
+#if defined(__clang__) ? __clang_major__ < 14 : __GNUC__ < 12
+#error "qelvm needs g++ 12 or clang++ 14, or a later one"
+#endif
+
 #include <cstdint>
 #include <type_traits>
 #include <utility>

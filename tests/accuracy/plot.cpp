@@ -10,6 +10,15 @@
 namespace accuracy {
 namespace {
 
+/// The C library behind; A50 as a broad pale line, which shows beside A53 where both are the same.
+struct Style {
+  const char* colour;
+  double width;
+};
+constexpr Style styles[] = {
+    {"#f5b27a", 4}, {"#1b6ca8", 1.2}, {"#cccccc", 7}}; // A50, A53, C library
+constexpr std::size_t drawingOrder[] = {2, 0, 1};
+
 constexpr int columns = 240;
 constexpr int inputsPerColumn = 100;
 
@@ -33,6 +42,7 @@ private:
 
 struct Curve {
   std::string name;
+  const Export* e;            ///< null for the C library
   std::vector<double> errors; ///< the largest of each column
 };
 
@@ -44,7 +54,7 @@ std::vector<Curve> curves(const loader::Library& library, const Family& family,
   measurement.addPeer();
   std::vector<Curve> list;
   for (const Record<double>& record : measurement.records())
-    list.push_back({record.e == nullptr ? "C library" : record.e->name, {}});
+    list.push_back({record.e == nullptr ? "C library" : record.e->name, record.e, {}});
   std::mt19937_64 random(1);
   std::uniform_real_distribution<double> share(0, 1);
   for (int column = 0; column < columns; ++column) {
@@ -60,6 +70,15 @@ std::vector<Curve> curves(const loader::Library& library, const Family& family,
     }
   }
   return list;
+}
+
+/// What the horizontal axis shows, and where the other source lies.
+std::string sourceText(const Export& e, const bench::Peer& peer) {
+  if (e.sources() == 2)
+    return fmt::format("src1; src2 anywhere from {} to {}", peer.y.low, peer.y.high);
+  if (e.hasScalar())
+    return fmt::format("src; power {}", peer.y.low);
+  return "src";
 }
 
 } // namespace
@@ -82,9 +101,9 @@ void plotErrors(const loader::Library& library, const Family& family, const std:
   const auto vertical = [&](double error) { return bottom - height * error / top; };
 
   std::string svg = fmt::format(
-      "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 800 330\" "
+      "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 800 350\" "
       "font-family=\"sans-serif\" "
-      "font-size=\"12\">\n<rect width=\"800\" height=\"330\" fill=\"white\"/>\n"
+      "font-size=\"12\">\n<rect width=\"800\" height=\"350\" fill=\"white\"/>\n"
       "<text x=\"{}\" y=\"20\" font-size=\"14\">{}: largest error in ulps, double</text>\n",
       left, family.name);
   for (int tick = 0; tick <= 4; ++tick) {
@@ -95,16 +114,25 @@ void plotErrors(const loader::Library& library, const Family& family, const std:
     svg += fmt::format("<text x=\"{:.1f}\" y=\"{}\" text-anchor=\"middle\">{:.4g}</text>\n",
                        left + width * share, bottom + 18, axis.at(share));
   }
-  constexpr const char* colours[] = {"#999999", "#d95f02", "#1b6ca8"}; // the C library behind
-  for (std::size_t i = list.size(); i-- > 0;) {
-    const char* colour = colours[(i + 1) % list.size()];
-    svg += fmt::format("<polyline fill=\"none\" stroke=\"{}\" points=\"", colour);
+  svg +=
+      fmt::format("<text x=\"{}\" y=\"{}\" text-anchor=\"middle\">{}</text>\n"
+                  "<text x=\"14\" y=\"{}\" text-anchor=\"middle\" transform=\"rotate(-90 14 {})\">"
+                  "ulp</text>\n",
+                  left + width / 2, bottom + 38, sourceText(*list.front().e, *peer),
+                  upper + height / 2, upper + height / 2);
+  for (const std::size_t i : drawingOrder) {
+    if (i >= list.size())
+      continue;
+    svg += fmt::format("<polyline fill=\"none\" stroke=\"{}\" stroke-width=\"{}\" points=\"",
+                       styles[i].colour, styles[i].width);
     for (std::size_t column = 0; column < columns; ++column)
       svg += fmt::format("{:.1f},{:.1f} ",
                          left + width * (static_cast<double>(column) + 0.5) / columns,
                          vertical(list[i].errors[column]));
-    svg += fmt::format("\"/>\n<text x=\"{}\" y=\"320\" fill=\"{}\">{}</text>\n",
-                       left + 160 * static_cast<double>(i), colour, list[i].name);
+    const double x = left + 180 * static_cast<double>(i);
+    svg += fmt::format("\"/>\n<path d=\"M{} 336h24\" stroke=\"{}\" stroke-width=\"{}\"/>"
+                       "<text x=\"{}\" y=\"340\">{}</text>\n",
+                       x, styles[i].colour, styles[i].width, x + 30, list[i].name);
   }
   svg += "</svg>\n";
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the build into an empty place and uses it from outside: CMake package, the build tree as a
-# package, add_subdirectory, pkg-config; then uninstalls.
+# package, add_subdirectory, pkg-config, shared and static; then uninstalls.
 # usage: test_install.sh BUILD_DIRECTORY SOURCE_DIRECTORY
 set -euo pipefail
 build=$1 source=$2
@@ -33,28 +33,50 @@ consume() { # consume NAME CMAKE_OPTIONS...
   cmake -G Ninja -S "$source/tests/install/consumer" -B "$tree" "$@" &&
     cmake --build "$tree" && "$tree/consumer_c" && "$tree/consumer_cpp"
 }
-with_pkg_config() {
-  export PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name qelvmpx.pc)")
+with_pkg_config() { # with_pkg_config FOLDER [LINKER_OPTION...]: by the .pc file below the folder
+  export PKG_CONFIG_PATH=$(dirname "$(find "$1" -name qelvmpx.pc)")
+  shift
   local flags
   flags=$(pkg-config --cflags --libs qelvmpx)
   # shellcheck disable=SC2086
-  cc -std=c99 -Wall -Wextra -pedantic -Werror "$source/tests/install/consumer/consumer.c" $flags \
-    -Wl,-rpath,"$(pkg-config --variable=libdir qelvmpx)" -o "$work/consumer" && "$work/consumer"
+  cc -std=c99 -Wall -Wextra -pedantic -Werror "$source/tests/install/consumer/consumer.c" "$@" $flags \
+    -Wl,-Bdynamic -Wl,-rpath,"$(pkg-config --variable=libdir qelvmpx)" -o "$work/consumer" &&
+    "$work/consumer"
+}
+needs_library() { readelf -d "$1" | grep -q 'NEEDED.*libqelvmpx'; }
+static_package() {
+  consume "$1" -DCMAKE_PREFIX_PATH="$2" -DQELVM_TARGET="$3" && ! needs_library "$work/$1/consumer_c"
+}
+# Without the shared library, from the sources: the header's folder and the library's given as absolute
+# paths outside the prefix.
+static_only() {
+  local tree=$work/static_build
+  cmake -G Ninja -S "$source" -B "$tree" -DBUILD_SHARED_LIBS=OFF -DCMAKE_INSTALL_PREFIX="$work/alone" \
+    -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O0 -DCMAKE_INSTALL_LIBDIR="$work/apart/lib" \
+    -DCMAKE_INSTALL_INCLUDEDIR="$work/apart/include" && cmake --build "$tree" &&
+    cmake --install "$tree" && ! find "$work/alone" "$work/apart" -name '*.so*' | grep . &&
+    with_pkg_config "$work/apart" && static_package only "$work/apart" qelvm::qelvmpx &&
+    cmake --build "$tree" --target uninstall && [ ! -e "$work/apart" ] && [ ! -e "$work/alone" ]
 }
 tool_works() { "$prefix/bin/qelvm" eval Exp_64f_A53 1 | grep -q 2.718281828459045; }
 nothing_left() {
   cmake --build "$build" --target uninstall
   local left
-  left=$(find "$prefix" ! -type d)
-  [ -z "$left" ] || { echo "left behind: $left"; false; }
+  left=$(find "$prefix" -mindepth 1)
+  [ "$left" = "$prefix/share
+$prefix/share/somebody" ] || { echo "left behind: $left"; false; }
 }
 
+mkdir -p "$prefix/share/somebody" # not ours: stays
 step "install" cmake --install "$build" --prefix "$prefix"
 step "CMake package" consume package -DCMAKE_PREFIX_PATH="$prefix"
 step "build tree" consume tree -Dqelvm_DIR="$build"
 step "add_subdirectory" consume subdirectory -DQELVM_SOURCE="$source" \
   -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O0
-step "pkg-config" with_pkg_config
+step "pkg-config" with_pkg_config "$prefix"
+step "pkg-config, static" with_pkg_config "$prefix" -Wl,-Bstatic
+step "CMake package, static" static_package static "$prefix" qelvm::static
+step "static only" static_only
 step "installed tool" tool_works
 step "example by itself" cmake -G Ninja -S "$source/examples/misra1a" -B "$work/example" \
   -DCMAKE_PREFIX_PATH="$prefix"

@@ -1,0 +1,33 @@
+#!/usr/bin/env python3
+"""Compares the stack that each function of a build needs, as GCC noted it, with the limit.
+
+usage: check_stack.py BUILD_DIRECTORY PROCESSOR
+
+A call stays within a few hundred bytes, so that it can run on any thread's stack. Frames of
+processors other than x86-64 hold more registers.
+"""
+import argparse
+import sys
+from pathlib import Path
+
+parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+parser.add_argument("build", type=Path)
+parser.add_argument("processor")
+arguments = parser.parse_args()
+limit = 256 if arguments.processor == "x86_64" else 512
+
+notes = sorted(arguments.build.glob("src/CMakeFiles/qelvm_objects.dir/**/*.su"))
+needs = []
+for note in notes:
+    for line in note.read_text().splitlines():
+        function, size, _ = line.rsplit("\t", 2)
+        needs.append((int(size), function))
+over = [need for need in needs if need[0] > limit]
+for size, function in over:
+    print(f"FAILED {function}: {size} bytes of stack, the limit is {limit}")
+if not needs:
+    print(f"FAILED no notes of stack usage in {arguments.build}: built with tests, by GCC?")
+else:
+    print(f"{len(needs) - len(over)} passed, {len(over)} failed; the largest frame has "
+          f"{max(needs)[0]} bytes")
+sys.exit(1 if over or not needs else 0)

@@ -1,0 +1,84 @@
+#!/usr/bin/env python3
+"""Compares the numbers that documents and the heads of sources repeat with the place they come from.
+
+usage: check_documents.py SOURCE_DIRECTORY
+
+A line that begins with FAILED says in which file which text is missing or wrong.
+"""
+import argparse
+import re
+import sys
+from pathlib import Path
+
+parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+parser.add_argument("source", type=Path)
+root = parser.parse_args().source
+passed = failed = 0
+
+
+def read(name):
+    return (root / name).read_text()
+
+
+def expect(what, holds):
+    global passed, failed
+    passed, failed = passed + bool(holds), failed + (not holds)
+    if not holds:
+        print("FAILED", what)
+
+
+bounds = {family: (of32f, a50, a53) for family, of32f, a50, a53 in re.findall(
+    r"^QELVM_FAMILY\((\w+),.* ([\d.]+), ([\d.]+), ([\d.]+)\)", read("src/core/families.inc"), re.M)}
+readme = read("README.md")
+
+# Every bound of doubles stands, with its reasons, at the head of the family's source, or of the
+# header beside it that holds the kernel; and no other.
+for family, (_, a50, a53) in bounds.items():
+    snake = re.sub(r"(?<!^)(?=[A-Z])", "_", family).lower()
+    source = next((root / "src").glob(f"*/{snake}.cpp"))
+    head = re.match(r"(//.*\n)*", source.read_text())[0]
+    text = re.sub(r"\s*\n// ?", " ", head)
+    for bound in {a50, a53} - {"0.5"}:
+        expect(f"{source.relative_to(root)}: its head lacks 'below {bound} ulp' or 'the bound is "
+               f"{bound} ulp', the bound in src/core/families.inc",
+               family in ("Powx", "SinCos")  # whose heads refer to another
+               or re.search(rf"(?i)(below|bound is) {re.escape(bound)} ulp", text))
+
+# Accuracy: measured against the bounds of the list, none beyond it.
+seen = set()
+for name, bound, largest in re.findall(
+        r"^\| `(\w+)` \| ([\d.]+) \| ([\d.]+) \|", read("docs/accuracy.md"), re.M):
+    family, kind = name.split("_", 1)
+    seen.add(name)
+    of = bounds[family]["32f 64f_A50 64f_A53".split().index(kind if kind[0] == "6" else "32f")]
+    expect(f"docs/accuracy.md: the bound of {name} is {of} (tools/figures.sh accuracy)",
+           float(bound) == float(of))
+    expect(f"docs/accuracy.md: {name} was off by {largest}, beyond its bound {of}",
+           float(largest) <= max(float(of), 0.50005))
+expect(f"docs/accuracy.md: no row for some export of {sorted(bounds)}",
+       {name.split("_")[0] for name in seen} == set(bounds))
+
+# Every float: the counts, the arguments, and what the README says of them.
+every = read("docs/every-float.md")
+counts = {family: int(wrong) for family, wrong in re.findall(
+    r"^\| (\w+) \| 4294967296 \| \d+ \| (\d+) \|$", every, re.M)}
+arguments = re.findall(r"^\| (\w+) \| (-?0x\S+) \|", every, re.M)
+for family, count in counts.items():
+    listed = sum(of == family for of, _ in arguments)
+    expect(f"docs/every-float.md: {family} has the count {count} and {listed} arguments",
+           listed == count)
+total = sum(counts.values())
+expect(f"README.md: '{total} of the' arguments, as counted in docs/every-float.md",
+       f"\n{total} of the" in readme or f" {total} of the" in readme)
+
+# Speed: the families that the README calls slower than the C library are those that were measured so.
+slower = {name.split("_")[0] for name, ratio in re.findall(
+    r"^\| `(\w+_64f_A53)` \|.*\| ([\d.]+) \|$", read("docs/performance.md"), re.M)
+    if float(ratio) < 0.95}
+said = re.search(r"is faster than `64f_A53` in\s((?:`\w+`(?:, |,\n| and |\n)?)+)", readme)
+told = set(re.findall(r"`(\w+)`", said[1])) if said else set()
+expect("README.md: the sentence 'A loop ... is faster than `64f_A53` in ...' should name "
+       f"{', '.join(sorted(slower))}, below 0.95 in docs/performance.md", told == slower)
+
+print(f"{passed} passed, {failed} failed")
+sys.exit(failed != 0)
