@@ -256,10 +256,6 @@ def main():
     bounds = re.findall(r"^QELVM_FAMILY\((\w+),.* ([\d.]+), ([\d.]+), ([\d.]+)\)",
                         (source / "src/core/families.inc").read_text(), re.M)
     checks.expect("README lists the families and their bounds", set(listed) ^ set(bounds))
-    # Every float has been tried: a bound of 0.5 was found to hold.
-    missed = set(re.findall(r"^\| (\w+) \| -?0x", (source / "docs/every-float.md").read_text(), re.M))
-    checks.expect("float bounds as every float was found",
-                  [family for family, of32f, *_ in bounds if family in missed and of32f == "0.5"])
     stated = re.findall(r"^/\*\* ([\d.]+) ulp\b.* \*/\n.*QELVM_CALL qels(\w+)\(", header, re.M)
     checks.expect("header states the bounds", {(name, bound) for bound, name in stated} ^ {
         (f"{family}_{c}", of32f if c.startswith("32f") else a50 if c == "64f_A50" else a53)

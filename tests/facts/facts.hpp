@@ -1,22 +1,5 @@
-// The facts about each family, from tests/families/<Family>.txt: where to sample it, its hard
-// places, the limits of its golden sequence, its golden hashes and its directed rows. The one
-// reader behind all tests that need them.
-//
-// A line is a word that says what it holds, and its values; a # begins a comment.
-//
-//   like FAMILY                   all facts of that family hold for this one, too
-//   reference FUNCTION            the exact function, one for each destination
-//   (accuracy/references.cpp) doubles LOW HIGH [LOW HIGH]   a region to sample, of one source or
-//   two; floats: the same of floats subnormal-bound CLASS ULPS    where the bound of subnormal
-//   results is not that of the list hard X [Y]                    a point where a kernel may be
-//   worst hard GENERATOR ARGUMENT...    many of them (accuracy/hard_points.cpp) golden X... limits,
-//   tried with their neighbours in the golden sequence hash CLASS HASH               what the
-//   golden sequence gives CLASSES INPUT... = RESULT... STATUS FLAGS [in-place]     a directed row
-//   (library/values.cpp)
-//
-// Numbers are decimal or hexadecimal floats, or, with or without a sign, largest, normal and
-// smallest: the largest finite, the smallest normal and the smallest positive number of the type in
-// question.
+// The facts about each family, from tests/families/<Family>.txt: the one reader behind all tests that
+// need them. tests/families/README.md tells what they are.
 #pragma once
 
 #include <cstddef>

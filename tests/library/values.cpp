@@ -1,13 +1,5 @@
 // The directed rows among the facts about a family: inputs, results, status and exception flags.
-//
-// A row:  CLASSES INPUT... = RESULT... STATUS FLAGS
-// CLASSES is all, or the beginning of some (64f: both double classes), or more of these joined by
-// commas. Numbers are those of facts.hpp and inf, nan, snan; a number is rounded to the element
-// type. A NaN can have a payload, nan(5), in hexadecimal: its fraction bits after the leading one,
-// which is set in a quiet NaN; nan is nan(0) and snan is snan(1). Results are compared bit by bit:
-// -nan is what an invalid operation gives. STATUS is Ok, Overflow, Underflow, Singularity or
-// Domain; FLAGS those that the call raises from clear, joined by commas, or none. With in-place at
-// the end of a row, the (first) destination is the last source.
+// tests/families/README.md tells how they are written.
 
 #include "checks.hpp"
 #include "facts/facts.hpp"
