@@ -1,12 +1,14 @@
 #!/usr/bin/env bash
 # Measures the build in build/linux and writes the tables of docs/.
-#   tools/figures.sh accuracy [INPUTS]   docs/accuracy.md and the pictures in docs/accuracy/, with that
-#                                        many inputs for each family and type; half an hour for the
-#                                        default, one million
-#   tools/figures.sh performance         docs/performance.md, in some minutes; on an idle machine
+#   tools/figures.sh accuracy [INPUTS]     docs/accuracy.md and the pictures in docs/accuracy/, with that
+#                                          many inputs for each family and type; half an hour for the
+#                                          default, one million
+#   tools/figures.sh performance           docs/performance.md, in some minutes; on an idle machine
+#   tools/figures.sh accuracy|performance FAMILY [INPUTS]
+#                                          the rows of that family alone, and its picture
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build=build/linux
+build=${QELVM_BUILD_DIR:-build}/linux
 c_library=$(ldd --version | sed -n '1s/.*(\(.*\)).*/\1/p')
 
 accuracy() {
@@ -54,13 +56,39 @@ EOF
   sed -n '/^## Where the time goes/,$p' docs/performance.md
 }
 
-case ${1:-} in
+# rows TABLE FAMILY: that family's rows, measured again.
+rows() {
+  if [ "$1" = accuracy ]; then
+    "$build/tests/accuracy" "$build/src/libqelvmpx.so.5" --exports "$2_64f" --plots docs/accuracy
+    "$build/tests/accuracy" "$build/src/libqelvmpx.so.5" --exports "$2_" --count "$inputs" \
+      --climb $((inputs / 5)) --peers --markdown
+  else
+    "$build/bench/qelvm_bench" --benchmark_filter="^$2_"
+  fi | grep -F "| \`$2_"
+}
+
+# replace TABLE FAMILY: the document with these rows in the place of the old ones; new ones last in
+# their table.
+replace() {
+  rows "$1" "$2" | awk -v family="| \`$2_" '
+    function print_new() { for (i = 1; i <= count; i++) print new[i]; count = 0 }
+    NR == FNR { new[++count] = $0; next }
+    index($0, family) == 1 { print_new(); next }
+    /^$/ && in_table && !known { print_new() }
+    { in_table = /^\|/; print }
+  ' known="$(grep -cF "| \`$2_" "docs/$1.md")" - "docs/$1.md"
+}
+
+table=${1:-} family=
+case ${2:-} in [A-Z]*) family=$2 && shift ;; esac
+inputs=${2:-1000000}
+case $table in
 accuracy | performance)
-  "$1" "${2:-1000000}" > "docs/$1.md.new"
-  mv "docs/$1.md.new" "docs/$1.md"
+  if [ -n "$family" ]; then replace "$table" "$family"; else "$table" "$inputs"; fi > "docs/$table.md.new"
+  mv "docs/$table.md.new" "docs/$table.md"
   ;;
 *)
-  sed -n '2,/^set/s/^# *//p' "$0"
+  sed -n '2,/^set/s/^# *//p' "$0" | grep -v '^set'
   exit 2
   ;;
 esac
