@@ -134,14 +134,25 @@ windows_tests() {
     skip_platform Windows "no Wine"
     return
   fi
-  local directory=build/windows
-  export WINEPREFIX=$PWD/build/wine WINEARCH=win32 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+  # One prefix runs both; programs find the DLL in WINEPATH.
+  export WINEPREFIX=$PWD/build/wine64 WINEARCH=win64 WINEDEBUG=-all
+  export WINEDLLOVERRIDES="mscoree,mshtml=" WINEPATH
   check Wine wineboot --init || true
-  check_platform Windows "$directory" src/qelvmpx.dll tests/library_checks.exe i686-w64-mingw32- \
-    wine -- --toolchain cmake/mingw-i686.cmake -DQELVM_EXAMPLES=ON
-  export WINEPATH=$PWD/$directory/src # where programs find the DLL
-  check "Windows example" wine "$directory/examples/misra1a/misra1a.exe" \
-    examples/misra1a/misra1a.dat || true
+  local platform processor machine directory
+  while read -r platform processor machine; do
+    directory=build/$platform
+    check_platform "$platform" "$directory" src/qelvmpx.dll tests/library_checks.exe \
+      "$processor-w64-mingw32-" wine -- --toolchain "cmake/mingw-$processor.cmake" \
+      -DQELVM_EXAMPLES=ON
+    WINEPATH=$PWD/$directory/src
+    check "$platform example" wine "$directory/examples/misra1a/misra1a.exe" \
+      examples/misra1a/misra1a.dat || true
+    check "$platform import libraries" tests/windows/import_libraries.sh "$directory" \
+      "$processor" "$machine" || true
+  done << 'END'
+windows i686 i386
+windows64 x86_64 i386:x86-64
+END
 }
 
 # foreign_tests PROCESSOR TRIPLE PACKAGE RUNNER...: Linux on another processor.
