@@ -51,7 +51,7 @@ check() {
   local name=$1 log
   shift
   log=$(mktemp)
-  if "$@" > "$log" 2>&1; then
+  if "$@" > "$log" 2>&1 < /dev/null; then
     passed=$((passed + 1))
     printf 'passed  %s: %s\n' "$name" "$(tail -n 1 "$log" | tr -d '\r')"
     rm -f "$log"
@@ -76,6 +76,13 @@ layer() {
   [ "$layer" != build ] || rows+=("$platform")
   outcome[$platform $layer]=FAILED
   check "$platform $layer" "$@" && outcome[$platform $layer]=passed
+}
+
+# The binary, and where GCC optimised and noted it, the stack.
+check_library() {
+  grep -qx 'CMAKE_BUILD_TYPE:[A-Z]*=Release' "$1/CMakeCache.txt" &&
+    { python3 tests/binary/check_stack.py "$1" 512 || return 1; }
+  python3 tests/binary/check_binary.py "$2" . "$3"
 }
 
 skip_platform() {
@@ -110,7 +117,7 @@ check_platform() {
   shift
   layer "$platform" build build "$directory" -DQELVM_EXPORTS_TESTS_ONLY=ON -DQELVM_TOOL=OFF \
     -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF "$@" || return 0
-  layer "$platform" binary python3 tests/binary/check_binary.py "$library" . "$prefix" || true
+  layer "$platform" binary check_library "$directory" "$library" "$prefix" || true
   layer "$platform" frame "${runner[@]}" "$checks" "$library" frame || true
   layer "$platform" values "${runner[@]}" "$checks" "$library" values tests/families || true
   layer "$platform" golden "${runner[@]}" "$checks" "$library" golden tests/families || true
@@ -204,14 +211,25 @@ windows_tests() {
     skip_platform Windows "no Wine"
     return
   fi
-  local directory=$build_root/windows
-  export WINEPREFIX=$build_root/wine WINEARCH=win32 WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+  # One prefix runs both; programs find the DLL in WINEPATH.
+  export WINEPREFIX=$build_root/wine64 WINEARCH=win64 WINEDEBUG=-all
+  export WINEDLLOVERRIDES="mscoree,mshtml=" WINEPATH
   check Wine wineboot --init || true
-  check_platform Windows "$directory" src/qelvmpx.dll tests/library_checks.exe i686-w64-mingw32- \
-    wine -- --toolchain cmake/mingw-i686.cmake -DQELVM_EXAMPLES=ON
-  export WINEPATH=$directory/src # where programs find the DLL
-  check "Windows example" wine "$directory/examples/misra1a/misra1a.exe" \
-    examples/misra1a/misra1a.dat || true
+  local platform processor machine directory
+  while read -r platform processor machine; do
+    directory=$build_root/$platform
+    check_platform "$platform" "$directory" src/qelvmpx.dll tests/library_checks.exe \
+      "$processor-w64-mingw32-" wine -- --toolchain "cmake/mingw-$processor.cmake" \
+      -DQELVM_EXAMPLES=ON
+    WINEPATH=$directory/src
+    check "$platform example" wine "$directory/examples/misra1a/misra1a.exe" \
+      examples/misra1a/misra1a.dat || true
+    check "$platform import libraries" tests/windows/import_libraries.sh "$directory" \
+      "$processor" "$machine" || true
+  done << 'END'
+windows i686 i386
+windows64 x86_64 i386:x86-64
+END
 }
 
 # foreign_tests PROCESSOR TRIPLE PACKAGE RUNNER...: Linux on another processor.

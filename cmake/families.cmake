@@ -1,17 +1,32 @@
 # Reads src/core/families.inc and writes the lists of exports that linkers want:
 #   qelvmpx.map            the version script (ELF)
-#   qelvmpx.def            the module definition for other toolchains: plain names and ordinals
-#   qelvmpx-link.def       the one for GNU ld: plain names for the decorated symbols
-#   qelvmpx-import.def     the one behind the MinGW import library: decorated names
+#   qelvmpx.def            the module definition that import libraries are made from
+#   qelvmpx-link.def       the one that the DLL is linked with
+# On 32-bit Windows symbols are decorated with the bytes of their arguments and exports are not: a
+# caller's import library has the decorated names and takes the functions by their ordinals.
+
+macro(qelvm_append_export name bytes ordinal)
+  if(decorated)
+    string(APPEND callers "  ${name}@${bytes} @${ordinal} NONAME\n")
+    string(APPEND link "  ${name} = ${name}@${bytes} @${ordinal}\n")
+  else()
+    string(APPEND callers "  ${name} @${ordinal}\n")
+    string(APPEND link "  ${name} @${ordinal}\n")
+  endif()
+endmacro()
 
 function(qelvm_write_export_lists directory)
   set(inventory ${PROJECT_SOURCE_DIR}/src/core/families.inc)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${inventory})
   file(STRINGS ${inventory} rows REGEX "^QELVM_(RESERVED_)?FAMILY")
 
-  set(plain "LIBRARY qelvmpx.dll\nEXPORTS\n")
-  set(link "${plain}")
-  set(import "${plain}")
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    set(decorated TRUE)
+  else()
+    set(decorated FALSE)
+  endif()
+  set(callers "LIBRARY qelvmpx.dll\nEXPORTS\n")
+  set(link "${callers}")
   set(map "QELVM_5.0 {\n  global:\n")
   set(ordinal 0)
   foreach(row IN LISTS rows)
@@ -33,9 +48,7 @@ function(qelvm_write_export_lists directory)
         set(bytes 16)
       endif()
       set(name qels${family}_${class})
-      string(APPEND plain "  ${name} @${ordinal}\n")
-      string(APPEND link "  ${name} = ${name}@${bytes} @${ordinal}\n")
-      string(APPEND import "  ${name}@${bytes} @${ordinal}\n")
+      qelvm_append_export(${name} ${bytes} ${ordinal})
       string(APPEND map "    ${name};\n")
     endforeach()
   endforeach()
@@ -43,13 +56,10 @@ function(qelvm_write_export_lists directory)
     message(FATAL_ERROR "families.inc has ${ordinal} exports, not 135")
   endif()
   set(version qelvmGetLibVersion)
-  string(APPEND plain "  ${version} @136\n")
-  string(APPEND link "  ${version} = ${version}@0 @136\n")
-  string(APPEND import "  ${version}@0 @136\n")
+  qelvm_append_export(${version} 0 136)
   string(APPEND map "    ${version};\n  local: *;\n};\n")
 
-  file(CONFIGURE OUTPUT ${directory}/qelvmpx.def CONTENT "${plain}")
+  file(CONFIGURE OUTPUT ${directory}/qelvmpx.def CONTENT "${callers}")
   file(CONFIGURE OUTPUT ${directory}/qelvmpx-link.def CONTENT "${link}")
-  file(CONFIGURE OUTPUT ${directory}/qelvmpx-import.def CONTENT "${import}")
   file(CONFIGURE OUTPUT ${directory}/qelvmpx.map CONTENT "${map}")
 endfunction()

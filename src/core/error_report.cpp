@@ -18,21 +18,51 @@ std::int32_t joinReportText(const char* prefix, const char* name, const char* su
   return length;
 }
 
+namespace {
+
+#ifdef __i386__
+// The same in the x87 unit, whose status word is all that some callers of 32-bit code read. Its
+// registers have a wider exponent: a double overflows or underflows at the store. The fwait lets an
+// exception that the caller has unmasked trap here.
+void multiplyInX87(double x) {
+  double discarded;
+  asm volatile("fldl %1\n\tfmull %1\n\tfstpl %0\n\tfwait" : "=m"(discarded) : "m"(x) : "st");
+}
+void divideByZeroInX87(double x) {
+  double discarded;
+  const double zero = 0.0;
+  asm volatile("fldl %1\n\tfdivl %2\n\tfstpl %0\n\tfwait"
+               : "=m"(discarded)
+               : "m"(x), "m"(zero)
+               : "st");
+}
+#else
+// Elsewhere there is one unit.
+void multiplyInX87(double) {}
+void divideByZeroInX87(double) {}
+#endif
+
+} // namespace
+
 void raiseFloatingException(const QelErrorReport& report) noexcept {
   // The volatile store is the rounding to a double, and keeps the operation.
   [[maybe_unused]] volatile double discarded;
   switch (report.status) {
   case qelStatusDomain:
     discarded = invalid();
+    divideByZeroInX87(0.0);
     break;
   case qelStatusSingularity:
     discarded = dividedByZero(1.0);
+    divideByZeroInX87(1.0);
     break;
   case qelStatusOverflow:
     discarded = overflowed();
+    multiplyInX87(largestDouble);
     break;
   case qelStatusUnderflow:
     discarded = underflowed();
+    multiplyInX87(tinyDouble);
     break;
   default:
     break;

@@ -92,6 +92,15 @@ std::string flagText(int flags) {
   return text.empty() ? "none" : text;
 }
 
+#ifdef __i386__
+/// The flags that the x87 status word has, by which some callers of 32-bit code go.
+int x87Flags() {
+  unsigned short word;
+  asm volatile("fnstsw %0" : "=am"(word));
+  return word & allFlags;
+}
+#endif
+
 template <class T>
 std::string hexText(const T& value) {
   char text[40];
@@ -122,9 +131,15 @@ void checkRow(const loader::Export& e, const loader::Function& f, const facts::F
   for (std::size_t d = 0; d < destinations; ++d)
     parseNumber(fact, row.outcomes[d], expected[d]);
   std::feclearexcept(FE_ALL_EXCEPT);
+#ifdef __i386__
+  asm volatile("fnclex");
+#endif
   T* const source = e.sources() == 2 ? &y : &x;
   T* const destination = row.inPlace ? source : &computed[0];
   const QelStatus status = f(loader::Operands<T>{&x, &y, y, destination, &computed[1]}, 1);
+#ifdef __i386__
+  const int inX87 = x87Flags();
+#endif
   const int flags = std::fetestexcept(allFlags);
   if (row.inPlace)
     computed[0] = *source;
@@ -134,6 +149,14 @@ void checkRow(const loader::Export& e, const loader::Function& f, const facts::F
   results.expect(status == parseStatus(row.outcomes[destinations]),
                  "status " + loader::statusName(status));
   results.expect(flagText(flags) == row.outcomes[destinations + 1], "flags " + flagText(flags));
+#ifdef __i386__
+  static const std::map<QelStatus, int> reported{{qelStatusOk, 0},
+                                                 {qelStatusOverflow, FE_OVERFLOW | FE_INEXACT},
+                                                 {qelStatusUnderflow, FE_UNDERFLOW | FE_INEXACT},
+                                                 {qelStatusSingularity, FE_DIVBYZERO},
+                                                 {qelStatusDomain, FE_INVALID}};
+  results.expect(inX87 == reported.at(status), "flags in the x87 unit " + flagText(inX87));
+#endif
 }
 
 } // namespace
