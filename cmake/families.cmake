@@ -1,11 +1,11 @@
-# Reads src/core/families.inc and writes the lists of exports that linkers want:
+# Reads families/families.inc and writes the lists of exports that linkers want:
 #   qelvmpx.map            the version script (ELF)
 #   qelvmpx.def            the module definition for other toolchains: plain names and ordinals
 #   qelvmpx-link.def       the one for GNU ld: plain names for the decorated symbols
 #   qelvmpx-import.def     the one behind the MinGW import library: decorated names
 
 function(qelvm_write_export_lists directory)
-  set(inventory ${PROJECT_SOURCE_DIR}/src/core/families.inc)
+  set(inventory ${PROJECT_SOURCE_DIR}/families/families.inc)
   set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${inventory})
   file(STRINGS ${inventory} rows REGEX "^QELVM_(RESERVED_)?FAMILY")
 

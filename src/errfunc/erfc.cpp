@@ -16,7 +16,7 @@
 // 0.508 ulp, 0.5029 seen at 0x1.bcd3757ab2164p+2. Subnormal results are rounded once, where they
 // end.
 #include "core/export.hpp"
-#include "explog/exp_reduction.hpp"
+#include "stages/exp_reduction.hpp"
 
 #include <cstdint>
 #include <type_traits>

@@ -18,9 +18,9 @@
 // than 0.003. 0.7456 seen at 0x1.09b8e06a6e6e4p-1; 0.6194 from 0.546 on.
 
 #include "core/export.hpp"
-#include "core/reciprocal.hpp"
 #include "invtrig/angles.hpp"
 #include "invtrig/arctangent.hpp"
+#include "stages/reciprocal.hpp"
 
 namespace qelvm {
 namespace {

@@ -16,7 +16,7 @@ constexpr int inputsPerColumn = 100;
 /// The range of x: even steps, or even steps of the logarithm where it spans powers of ten.
 class Axis {
 public:
-  explicit Axis(const bench::Interval& range)
+  explicit Axis(const peers::Interval& range)
       : low_(range.low),
         high_(range.high),
         logarithmic_(range.low > 0 && range.high > 100 * range.low) {}
@@ -37,7 +37,7 @@ struct Curve {
 };
 
 std::vector<Curve> curves(const loader::Library& library, const Family& family,
-                          const std::string& pattern, const Axis& axis, const bench::Interval& y) {
+                          const std::string& pattern, const Axis& axis, const peers::Interval& y) {
   Measurement<double> measurement(library, family, pattern);
   if (measurement.records().empty())
     return {};
@@ -66,7 +66,7 @@ std::vector<Curve> curves(const loader::Library& library, const Family& family,
 
 void plotErrors(const loader::Library& library, const Family& family, const std::string& pattern,
                 const std::string& directory) {
-  const bench::Peer* peer = bench::peerOf(family.name);
+  const peers::Peer* peer = peers::peerOf(family.name);
   if (peer == nullptr)
     return;
   const Axis axis(peer->x);

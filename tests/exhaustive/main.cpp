@@ -10,8 +10,8 @@
 
 #include "accuracy/families.hpp"
 #include "accuracy/ulps.hpp"
-#include "bench/peers.hpp"
 #include "loader/loader.hpp"
+#include "peers/peers.hpp"
 
 #include <CLI/CLI.hpp>
 #include <fmt/chrono.h>
@@ -44,7 +44,7 @@ constexpr double estimateTolerance = 0x1p-48; // 16 to 32 ulps; the C library st
 /// One family: its three exports, the C library's function, the exact function.
 struct Subject {
   const accuracy::Family* family;
-  const bench::Peer* peer;
+  const peers::Peer* peer;
   std::vector<const Export*> exports; ///< A11, A21, A24
 };
 
@@ -205,7 +205,7 @@ private:
 std::vector<Subject> subjects(const loader::Library& library, const std::string& pattern) {
   std::vector<Subject> list;
   for (const accuracy::Family& family : accuracy::families()) {
-    Subject subject{&family, bench::peerOf(family.name), {}};
+    Subject subject{&family, peers::peerOf(family.name), {}};
     for (const Export& e : loader::exports())
       if (e.family == family.name && e.single && e.sources() == 1 && !e.hasScalar() &&
           library.has(e) && e.name.find(pattern) != std::string::npos)

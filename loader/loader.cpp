@@ -24,7 +24,7 @@ const Family families[] = {
 #define QELVM_FAMILY(name, shape, statuses, bound32, boundA50, boundA53)                           \
   {#name, Shape::shape, statuses, false, bound32, boundA50, boundA53},
 #define QELVM_RESERVED_FAMILY(name, shape, statuses) {#name, Shape::shape, statuses, true, 0, 0, 0},
-#include "core/families.inc"
+#include "families/families.inc"
 };
 
 std::vector<Export> listExports() {
