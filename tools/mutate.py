@@ -26,7 +26,7 @@ from queue import Queue
 
 ROOT = Path(__file__).resolve().parent.parent
 CONSTANT = re.compile(r"-?0x[0-9a-f](?:\.[0-9a-f]+)?p[+-]?\d+")
-LIMIT = re.compile(r"[<>]|Within|limit|Limit|overflow|underflow|denormal|ordinary|tiny|small", re.I)
+LIMIT = re.compile(r"[<>]|Within|limit|Limit|overflow|underflow|subnormal|ordinary|tiny|small", re.I)
 REPORT = re.compile(r"return (?!qelStatusOk)qelStatus\w+;")
 FAMILIES = re.findall(r"\((\w+),", (ROOT / "families/families.inc").read_text())
 AT_RUN_TIME = re.compile(r"atRunTime\(([\w.]+)\)")
