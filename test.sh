@@ -119,8 +119,8 @@ check_platform() {
     -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF "$@" || return 0
   layer "$platform" binary check_library "$directory" "$library" "$prefix" || true
   layer "$platform" frame "${runner[@]}" "$checks" "$library" frame || true
-  layer "$platform" values "${runner[@]}" "$checks" "$library" values tests/families || true
-  layer "$platform" golden "${runner[@]}" "$checks" "$library" golden tests/families || true
+  layer "$platform" values "${runner[@]}" "$checks" "$library" values families || true
+  layer "$platform" golden "${runner[@]}" "$checks" "$library" golden families || true
 }
 
 base_tests() {
@@ -182,7 +182,7 @@ option_tests() {
       -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF -DQELVM_TESTS=OFF -DCMAKE_BUILD_TYPE=None \
       -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="-O2 $options" &&
       check "$compiler $options golden" "$build_root/linux/tests/library_checks" \
-        "$directory/src/libqelvmpx.so.5" golden tests/families || true
+        "$directory/src/libqelvmpx.so.5" golden families || true
   done << 'END'
 g++ -ffast-math -mfma
 g++ -Ofast -march=native

@@ -4,7 +4,7 @@
 // The runs of both sides are interleaved at random and the fastest of the repetitions counts, so
 // that another load on the machine falls out. Any option of Google Benchmark works too.
 
-#include "peers.hpp"
+#include "peers/peers.hpp"
 
 #include "loader/loader.hpp"
 
@@ -20,8 +20,8 @@
 
 namespace {
 
-using bench::Peer;
 using loader::Export;
+using peers::Peer;
 
 constexpr int elements = 4096; // sources and results stay in the first-level cache
 
@@ -30,7 +30,7 @@ constexpr int elements = 4096; // sources and results stay in the first-level ca
 constexpr int padding = 160;
 
 template <class T>
-std::vector<T> samples(const bench::Interval& interval, unsigned seed) {
+std::vector<T> samples(const peers::Interval& interval, unsigned seed) {
   std::mt19937_64 random(seed);
   std::uniform_real_distribution<double> draw(interval.low, interval.high);
   std::vector<T> values(elements + seed * padding);
@@ -88,7 +88,7 @@ public:
         continue;
       const auto& [own, peer] = times_[e.name];
       fmt::print("| `{}` | {:.2f} | `{}` | {:.2f} | {:.2f} |\n", e.name, own,
-                 bench::peerOf(e.family)->text, peer, peer / own);
+                 peers::peerOf(e.family)->text, peer, peer / own);
     }
   }
 
@@ -120,11 +120,11 @@ int main(int argc, char** argv) {
   try {
     const loader::Library loaded(library);
     for (const Export& e : loader::exports()) {
-      const Peer* peer = bench::peerOf(e.family);
+      const Peer* peer = peers::peerOf(e.family);
       if (!loaded.has(e))
         continue;
       if (peer == nullptr)
-        fmt::print(stderr, "no peer for {} in bench/peers.cpp\n", e.family);
+        fmt::print(stderr, "no peer for {} in peers/peers.cpp\n", e.family);
       else if (e.single)
         registerExport<float>(loaded, e, *peer);
       else

@@ -53,7 +53,7 @@ std::string listExports(const loader::Library& library, const ListOptions& optio
     if (fnmatch(pattern.c_str(), lowerCase(e.symbol()).c_str(), 0) == 0 && library.has(e))
       rows +=
           fmt::format(row, e.name, argumentNames(e.shape),
-                      e.reserved ? "unknown" : fmt::format("{}", e.bound), statusNames(e.statuses));
+                      fmt::format("{}", e.bound), statusNames(e.statuses));
   if (rows.empty())
     throw Error("{} has no export that matches {}", library.path(), quoted(options.pattern));
   return fmt::format(row, "export", "arguments", "bound, ulp", "statuses") + rows;

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "core/floating_point.hpp"
-#include "core/inverse_root.hpp"
+#include "stages/inverse_root.hpp"
 
 namespace qelvm {
 

@@ -1,6 +1,13 @@
 // The call frame: what every vector export does around its kernel. Checks the length, then the
 // pointers, then walks the elements in ascending order. Nothing of a family is in it.
 //
+//   while i < length:
+//     main path   elements i to i + N - 1 ordinary? ──yes──> load, compute, store N ──> i += N
+//                   no
+//                 element i ordinary? ───────────────yes──> load, compute, store 1 ──> i += 1
+//                   no
+//     slow path   store its default result ──> a status? ──yes──> report it ────────> i += 1
+//
 // A kernel is a type with these members (T the element type, double or float; all const or static):
 //
 //   bool isOrdinary(T x)                        the cheap test for the main range
@@ -32,7 +39,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>
-#include <utility>
 
 namespace qelvm {
 
@@ -78,6 +84,13 @@ struct ArrayList {
         return true;
     return false;
   }
+
+  /// f(place of element i in the first array, in the second, ...)
+  template <class F>
+  QELVM_INLINE decltype(auto) withPlaces(std::ptrdiff_t i, F f) const {
+    return withIndices<Count>(
+        [&](auto... k) QELVM_ALWAYS_INLINE -> decltype(auto) { return f(array[k] + i...); });
+  }
 };
 
 template <class T, class... Others>
@@ -100,29 +113,20 @@ struct Arrays {
 
 namespace frame {
 
-template <int Count>
-using Indices = std::make_integer_sequence<int, Count>;
-
-template <class V>
-QELVM_INLINE const V& result(std::integral_constant<int, 0>, const V& only) {
+/// What a kernel's results hold for a destination.
+QELVM_INLINE const auto& resultFor(int /*destination*/, const auto& only) {
   return only;
 }
 template <class V>
-QELVM_INLINE const V& result(std::integral_constant<int, 1>, const TwoResults<V>& both) {
-  return both.second;
+QELVM_INLINE const V& resultFor(int destination, const TwoResults<V>& both) {
+  return destination == 0 ? both.first : both.second;
 }
 template <class V>
-QELVM_INLINE const V& result(std::integral_constant<int, 0>, const TwoResults<V>& both) {
-  return both.first;
-}
-
-template <class V>
-QELVM_INLINE const V& result(std::integral_constant<int, 0>, const Tentative<V>& checked) {
+QELVM_INLINE const V& resultFor(int /*destination*/, const Tentative<V>& checked) {
   return checked.value;
 }
 
-template <class R>
-QELVM_INLINE bool stands(const R&) {
+QELVM_INLINE bool stands(const auto&) {
   return true;
 }
 template <class V>
@@ -130,20 +134,28 @@ QELVM_INLINE bool stands(const Tentative<V>& checked) {
   return checked.valid;
 }
 
-/// The ordinary elements of a call: one, or `Count` in flight.
+/// A kernel's two ordinary ranges under common names.
+template <class Kernel>
+struct MainRange {
+  const Kernel& kernel;
+
+  QELVM_INLINE bool contains(auto... x) const { return kernel.isOrdinary(x...); }
+  QELVM_INLINE auto compute(const auto&... x) const { return kernel.compute(x...); }
+};
+
+template <class Kernel>
+struct SecondRange {
+  const Kernel& kernel;
+
+  QELVM_INLINE bool contains(auto... x) const { return kernel.isInSecondRange(x...); }
+  QELVM_INLINE auto compute(const auto&... x) const { return kernel.computeSecondRange(x...); }
+};
+
+/// The main path: the ordinary elements of a call, one or `Count` in flight.
 template <class Kernel, class T, int S, int D>
-struct Elements {
+struct MainPath {
   const Kernel& kernel;
   Arrays<T, S, D> arrays;
-
-  /// f(source[0][i], ...)
-  template <class F>
-  QELVM_ALWAYS_INLINE decltype(auto) withSources(std::ptrdiff_t i, F f) const {
-    return [&]<int... s>(std::integer_sequence<int, s...>) QELVM_ALWAYS_INLINE->decltype(auto) {
-      return f(arrays.source.array[s][i]...);
-    }
-    (Indices<S>{});
-  }
 
   /// The value type for `Count` elements: double, or Lanes<Count>.
   template <int Count>
@@ -151,78 +163,65 @@ struct Elements {
 
   template <int Count>
   QELVM_INLINE static Value<Count> load(const Stored<T>* source) {
-    if constexpr (Count == 1) {
-      return static_cast<double>(*source);
-    } else {
-      return [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
-        return Lanes<Count>{static_cast<double>(source[I])...};
-      }
-      (Indices<Count>{});
-    }
+    return withIndices<Count>([&](auto... k) QELVM_ALWAYS_INLINE {
+      return Value<Count>{static_cast<double>(source[k])...};
+    });
   }
 
   template <int Count>
   QELVM_INLINE static void store(const Value<Count>& value, Stored<T>* destination) {
-    [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
-      ((destination[I] = static_cast<T>(laneOf<I>(value))), ...);
-    }
-    (Indices<Count>{});
+    withIndices<Count>([&](auto... k) QELVM_ALWAYS_INLINE {
+      ((destination[k] = static_cast<T>(laneOf<k>(value))), ...);
+    });
+  }
+
+  /// All of elements i to i + Count - 1 lie in the range.
+  template <int Count, class Range>
+  QELVM_INLINE bool allIn(Range range, std::ptrdiff_t i) const {
+    const auto contains = [&](auto... source) QELVM_ALWAYS_INLINE {
+      return static_cast<int>(range.contains(source->value...));
+    };
+    return withIndices<Count>([&](auto... k) QELVM_ALWAYS_INLINE {
+      return (arrays.source.withPlaces(i + k, contains) & ...) != 0;
+    });
   }
 
   /// Loads, computes and stores elements i to i + Count - 1; false if the results do not stand.
-  template <int Count, class Compute>
-  QELVM_INLINE bool run(std::ptrdiff_t i, Compute compute) const {
-    const auto results = [&]<int... s>(std::integer_sequence<int, s...>) QELVM_ALWAYS_INLINE {
-      return compute(load<Count>(arrays.source.array[s] + i)...);
-    }
-    (Indices<S>{});
+  template <int Count, class Range>
+  QELVM_INLINE bool run(Range range, std::ptrdiff_t i) const {
+    const auto results = arrays.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
+      return range.compute(load<Count>(source)...);
+    });
     if (!stands(results)) [[unlikely]]
       return false;
-    [&]<int... d>(std::integer_sequence<int, d...>) QELVM_ALWAYS_INLINE {
-      (store<Count>(result(std::integral_constant<int, d>{}, results),
-                    arrays.destination.array[d] + i),
-       ...);
-    }
-    (Indices<D>{});
+    withIndices<D>([&](auto... d) QELVM_ALWAYS_INLINE {
+      (store<Count>(resultFor(d, results), arrays.destination.array[d] + i), ...);
+    });
     return true;
   }
 
-  /// `test` holds for all of elements i to i + Count - 1.
-  template <int Count, class Test>
-  QELVM_INLINE bool all(std::ptrdiff_t i, Test test) const {
-    return [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
-      return (static_cast<int>(withSources(i + I, test)) & ...) != 0;
-    }
-    (Indices<Count>{});
-  }
-
-  template <int Count>
-  QELVM_INLINE bool runSecondRange(std::ptrdiff_t i) const {
-    return run<Count>(i, [&](const auto&... x)
-                             QELVM_ALWAYS_INLINE { return kernel.computeSecondRange(x...); });
-  }
-  /// Source and destination apart travel in registers.
+  /// The second range in a function of its own; source and destination apart travel in registers.
   template <int Count>
   [[gnu::noinline]] static bool
   runSecondRangeApart(const Kernel& kernel, ArrayList<const Stored<T>*, S> source,
                       ArrayList<Stored<T>*, D> destination, std::ptrdiff_t i) {
-    return Elements{kernel, {source, destination}}.template runSecondRange<Count>(i);
+    const MainPath path{kernel, {source, destination}};
+    return path.template run<Count>(SecondRange<Kernel>{kernel}, i);
   }
 
   /// Computes elements i to i + Count - 1 if they all lie in one ordinary range.
   template <int Count>
   QELVM_INLINE bool runOrdinary(std::ptrdiff_t i) const {
-    if (all<Count>(i, [&](auto... x) QELVM_ALWAYS_INLINE { return kernel.isOrdinary(x...); }))
-        [[likely]]
-      return run<Count>(i,
-                        [&](const auto&... x) QELVM_ALWAYS_INLINE { return kernel.compute(x...); });
+    const MainRange<Kernel> mainRange{kernel};
+    if (allIn<Count>(mainRange, i)) [[likely]]
+      return run<Count>(mainRange, i);
     if constexpr (requires { &Kernel::isInSecondRange; }) {
-      if (all<Count>(i,
-                     [&](auto... x) QELVM_ALWAYS_INLINE { return kernel.isInSecondRange(x...); })) {
+      const SecondRange<Kernel> secondRange{kernel};
+      if (allIn<Count>(secondRange, i)) {
         if constexpr (requires { Kernel::secondRangeApart; })
           return runSecondRangeApart<Count>(kernel, arrays.source, arrays.destination, i);
         else
-          return runSecondRange<Count>(i);
+          return run<Count>(secondRange, i);
       }
     }
     return false;
@@ -243,9 +242,9 @@ struct NanReplacement {
   }
 };
 
-/// Stores exceptional element i and returns the status that it reports; void in a family that never
-/// does. Out of line, so that the loop keeps its registers; its stack is free again when the
-/// element is reported.
+/// The slow path: stores exceptional element i and returns the status that it reports; void in a
+/// family that never does. Out of line, so that the loop keeps its registers; its stack is free
+/// again when the element is reported.
 ///
 /// Every NaN result comes by here. Its sign and payload would depend on the processor and on the
 /// order in which a compiler puts operands, so the kernel's NaN is replaced: its arithmetic raises
@@ -253,13 +252,13 @@ struct NanReplacement {
 template <class Kernel, class T, int S, int D, class... Scalars>
 [[gnu::noinline]] auto storeExceptional(const Kernel& kernel, Arrays<T, S, D> arrays,
                                         std::ptrdiff_t i, Scalars... scalars) {
-  return [&]<int... s, int... d>(std::integer_sequence<int, s...>,
-                                 std::integer_sequence<int, d...>) {
-    const NanReplacement<T, D> afterwards{
-        arrays.destination, i, nanResult<T>(arrays.source.array[s][i].value..., scalars...)};
-    return kernel.exceptional(arrays.source.array[s][i]..., arrays.destination.array[d][i]...);
-  }
-  (Indices<S>{}, Indices<D>{});
+  return arrays.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
+    return arrays.destination.withPlaces(i, [&](auto... destination) QELVM_ALWAYS_INLINE {
+      const NanReplacement<T, D> afterwards{arrays.destination, i,
+                                            nanResult<T>(source->value..., scalars...)};
+      return kernel.exceptional(*source..., *destination...);
+    });
+  });
 }
 
 } // namespace frame
@@ -277,16 +276,16 @@ QELVM_INLINE QelStatus call(ArrayList<const Stored<T>*, S> source,
   constexpr int lanes = Kernel::lanes;
   const Kernel kernel{scalars...};
   const Arrays<T, S, D> arrays{source, destination};
-  const frame::Elements<Kernel, T, S, D> elements{kernel, arrays};
+  const frame::MainPath<Kernel, T, S, D> mainPath{kernel, arrays};
   QelStatus status = qelStatusOk;
   for (std::ptrdiff_t i = 0; i < length;) {
     if constexpr (lanes > 1) {
-      if (length - i >= lanes && elements.template runOrdinary<lanes>(i)) [[likely]] {
+      if (length - i >= lanes && mainPath.template runOrdinary<lanes>(i)) [[likely]] {
         i += lanes;
         continue;
       }
     }
-    if (!elements.template runOrdinary<1>(i)) [[unlikely]] {
+    if (!mainPath.template runOrdinary<1>(i)) [[unlikely]] {
       const auto exceptional = [&] {
         return frame::storeExceptional(kernel, arrays, i, scalars...);
       };

@@ -10,6 +10,7 @@
 #error "qelvm needs g++ 12 or clang++ 14, or a later one"
 #endif
 
+#include <algorithm>
 #include <cstdint>
 #include <type_traits>
 #include <utility>
@@ -19,6 +20,16 @@
 #define QELVM_INLINE inline QELVM_ALWAYS_INLINE
 
 namespace qelvm {
+
+/// f(0, 1, ..., N - 1), each argument a constant in a type of its own: a pack of indices, with
+/// which a loop is unrolled by pack expansion.
+template <int N, class F>
+QELVM_INLINE constexpr decltype(auto) withIndices(F f) {
+  return [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE->decltype(auto) {
+    return f(std::integral_constant<int, I>{}...);
+  }
+  (std::make_integer_sequence<int, N>{});
+}
 
 /// N values. Copied member by member: copied as blocks, they would go through memory.
 template <class T, int N>
@@ -83,19 +94,11 @@ QELVM_INLINE constexpr auto lanewise(F f, const Args&... args) {
   if constexpr (!(isLanes<Args> || ...)) {
     return f(args...);
   } else {
-    constexpr int count = []<int... counts>(std::integer_sequence<int, counts...>) {
-      int most = 0;
-      ((most = counts > most ? counts : most), ...);
-      return most;
-    }
-    (std::integer_sequence<int, LaneTraits<Args>::count...>{});
-    const auto one = [&]<int I>(std::integral_constant<int, I>)
-                         QELVM_ALWAYS_INLINE { return f(laneOf<I>(args)...); };
-    return [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
-      return LaneArray<decltype(one(std::integral_constant<int, 0>{})), count>{
-          one(std::integral_constant<int, I>{})...};
-    }
-    (std::make_integer_sequence<int, count>{});
+    constexpr int count = std::max({LaneTraits<Args>::count...});
+    const auto one = [&](auto i) QELVM_ALWAYS_INLINE { return f(laneOf<i>(args)...); };
+    return withIndices<count>([&](auto first, auto... others) QELVM_ALWAYS_INLINE {
+      return LaneArray<decltype(one(first)), count>{one(first), one(others)...};
+    });
   }
 }
 
@@ -108,10 +111,8 @@ QELVM_INLINE constexpr bool allLanes(F test, const Args&... args) {
   if constexpr (!isLanes<Holds>) {
     return holds != 0;
   } else {
-    return [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
-      return (laneOf<I>(holds) & ...) != 0;
-    }
-    (std::make_integer_sequence<int, LaneTraits<Holds>::count>{});
+    return withIndices<LaneTraits<Holds>::count>(
+        [&](auto... i) QELVM_ALWAYS_INLINE { return (laneOf<i>(holds) & ...) != 0; });
   }
 }
 

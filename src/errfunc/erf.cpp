@@ -2,7 +2,7 @@
 //
 // Ranges: below 2^-40 a product of two double-words; below 1/8 an odd series whose first two terms
 // are such products; from there to 5.92 one of 22 polynomials, each fitted over a quarter of a
-// binade (core/quarter_binades.hpp); beyond, one.
+// binade (stages/quarter_binades.hpp); beyond, one.
 //
 // Rows: off by at most 2^-60.1 of the function (row 20, the limit of its degree), the others by
 // 2^-64, row by row in erf_rows.inc; the series by 2^-69.9 (tools/bounds/tanh_erf.sollya).
@@ -12,7 +12,7 @@
 // and row 20 adds 2^-7.1. Below 0.51 ulp, 0.5067 seen at 0x1.02ab0111a47fep+2. Subnormal results
 // are rounded once.
 #include "core/export.hpp"
-#include "core/quarter_binades.hpp"
+#include "stages/quarter_binades.hpp"
 
 namespace qelvm {
 namespace {

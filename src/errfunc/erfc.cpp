@@ -16,11 +16,10 @@
 // 0.508 ulp, 0.5029 seen at 0x1.bcd3757ab2164p+2. Subnormal results are rounded once, where they
 // end.
 #include "core/export.hpp"
-#include "explog/exp_reduction.hpp"
+#include "stages/exp_reduction.hpp"
 
 #include <cstdint>
 #include <type_traits>
-#include <utility>
 
 namespace qelvm {
 namespace {
@@ -90,28 +89,21 @@ QELVM_INLINE DoubleDoubleOf<V> erfcPolynomial(const V& a) {
                          QELVM_ALWAYS_INLINE { return lookUp(rowsOfErfc<Export>() + k, row); };
 
   const DoubleDoubleOf<V> t = twoSum(a, field(0));
-  V tail = t.hi * field(22) + field(21);
-  [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
-    ((tail = tail * t.hi + field(20 - I)), ...);
-  }
-  (std::make_integer_sequence<int, 8>{});
-  tail = tail * t.hi;
+  const V fromSixth = horner<10>([&](int k) QELVM_ALWAYS_INLINE { return field(13 + k); }, t.hi);
+  const V tail = fromSixth * t.hi;
 
   const DoubleDoubleOf<V> split = splitHiLo(t.hi, split26Bits);
   const V tLo = t.lo + split.lo;
   DoubleDoubleOf<V> sum = fastTwoSum(field(11), tail);
   sum.lo = sum.lo + field(12);
-  [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
-    const auto step = [&](int hi) QELVM_ALWAYS_INLINE {
-      const DoubleDoubleOf<V> sums = splitHiLo(sum.hi, split26Bits);
-      const V sumLo = sums.lo + sum.lo;
-      const V low = (sums.hi * tLo + sumLo * split.hi) + sumLo * tLo;
-      sum = fastTwoSum(field(hi), sums.hi * split.hi);
-      sum.lo = (sum.lo + low) + field(hi + 1);
-    };
-    (step(9 - 2 * I), ...);
-  }
-  (std::make_integer_sequence<int, 5>{});
+  const auto step = [&](int hi) QELVM_ALWAYS_INLINE {
+    const DoubleDoubleOf<V> sums = splitHiLo(sum.hi, split26Bits);
+    const V sumLo = sums.lo + sum.lo;
+    const V low = (sums.hi * tLo + sumLo * split.hi) + sumLo * tLo;
+    sum = fastTwoSum(field(hi), sums.hi * split.hi);
+    sum.lo = (sum.lo + low) + field(hi + 1);
+  };
+  withIndices<5>([&](auto... i) QELVM_ALWAYS_INLINE { (step(9 - 2 * i), ...); });
   return fastTwoSum(sum.hi, sum.lo);
 }
 

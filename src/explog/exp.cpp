@@ -22,7 +22,7 @@
 // seen at -0x1.623e8e5146cfep+9.
 
 #include "core/export.hpp"
-#include "explog/exp_reduction.hpp"
+#include "stages/exp_reduction.hpp"
 
 namespace qelvm {
 namespace {
@@ -36,7 +36,7 @@ template <>
 struct ExpLimits<double> {
   static constexpr double overflow = 0x1.62e42fefa39efp9;   // 709.782712893384, ln of the largest
   static constexpr double underflow = -0x1.74910d52d3052p9; // -745.1332191019412, -1075 ln 2
-  static constexpr double denormal = -0x1.6232bdd7abcd2p9;  // -708.3964185322641, -1022 ln 2
+  static constexpr double subnormal = -0x1.6232bdd7abcd2p9; // -708.3964185322641, -1022 ln 2
   static constexpr double ordinary = 708.0;
 };
 
@@ -44,7 +44,7 @@ template <>
 struct ExpLimits<float> {
   static constexpr float overflow = 0x1.62e42ep6f;   // 88.7228317, below ln of the largest float
   static constexpr float underflow = -0x1.9fe368p6f; // -103.972076, above -150 ln 2
-  static constexpr float denormal = -0x1.5d589ep6f;  // -87.3365402, above -126 ln 2
+  static constexpr float subnormal = -0x1.5d589ep6f; // -87.3365402, above -126 ln 2
   static constexpr float ordinary = 87.0f;
 };
 
@@ -86,7 +86,7 @@ struct ExpShort {
   }
 
   QELVM_INLINE V value() const { return significand; }
-  double denormal() const { return (significand * denormalScale(m)) * denormalUnscale; }
+  double subnormal() const { return (significand * subnormalScale(m)) * subnormalUnscale; }
 };
 
 /// A53 and 32f: the significand as power + rest, where power is the leading part of 2^(j/64).
@@ -110,17 +110,17 @@ struct ExpLong {
   QELVM_INLINE V value() const { return power + rest; }
 
   /// (power + rest) 2^m, rounded once at the place where the subnormal result ends.
-  double denormal() const {
-    const double scale = denormalScale(m);
+  double subnormal() const {
+    const double scale = subnormalScale(m);
     const double a = rest * scale;
     const double b = power * scale;
     if (exponentField(scale) <= 50) // below 2^-1032: the sum has more bits than the result
-      return (b + a) * denormalUnscale;
+      return (b + a) * subnormalUnscale;
     // The leading 21 bits scale exactly, so the only rounding of the final sum is that of the rest.
     const DoubleDouble sum = fastTwoSum(b, a);
     const double hi = keepLeadingBits(sum.hi, 0x1.8p32);
     const double lo = sum.lo + (sum.hi - hi);
-    return hi * denormalUnscale + lo * denormalUnscale;
+    return hi * subnormalUnscale + lo * subnormalUnscale;
   }
 };
 
@@ -160,8 +160,8 @@ struct Exponential {
       return qelStatusUnderflow;
     }
     const Method<Export, double> power(static_cast<double>(x));
-    result = static_cast<Element>(x < Limits::denormal ? power.denormal()
-                                                       : scaleTwoStep(power.value(), power.m));
+    result = static_cast<Element>(x < Limits::subnormal ? power.subnormal()
+                                                        : scaleTwoStep(power.value(), power.m));
     return qelStatusOk;
   }
 };

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "core/call_frame.hpp"
-#include "explog/table_logarithm.hpp"
+#include "stages/table_logarithm.hpp"
 
 #include <cstdint>
 #include <limits>

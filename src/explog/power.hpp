@@ -190,7 +190,7 @@ struct Power {
 
   /// The result below the normal range, where its exponent is the given one, with the sign of s,
   /// +-1; raises underflow and inexact.
-  double belowNormal(std::int32_t exponent, double s) const {
+  double subnormal(std::int32_t exponent, double s) const {
     if (exponent < -1084)
       return underflowed() * s;
     const double scale = withExponent(n() + 200 + 1023, 1.0);
@@ -216,7 +216,7 @@ QELVM_INLINE Tentative<V> ordinaryPower(const V& a, const PowExponent<Y>& expone
 /// x^y for finite x other than zero and 1, finite y other than zero, and the sign s = +-1.
 template <class Export>
 double generalPower(double x, double y, double s) {
-  const Prescaled<double> a = prescaleDenormal(magnitude(x), twoTo200, -200);
+  const Prescaled<double> a = prescaleSubnormal(magnitude(x), twoTo200, -200);
   const Log2<double> log = log2Of<Export>(a.x, a.adjustment);
   const std::int32_t size = exponentField(y) + exponentField(log.leading);
   if (size >= 0x809) // |y log2 x| >= 2048, or nearly
@@ -228,7 +228,7 @@ double generalPower(double x, double y, double s) {
   if (exponent > 1023)
     return overflowed() * s;
   if (exponent < -1022)
-    return power.belowNormal(exponent, s);
+    return power.subnormal(exponent, s);
   return power.value() * s;
 }
 

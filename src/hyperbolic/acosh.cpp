@@ -3,9 +3,9 @@
 // Ranges: for 1 < x < 17/16 a series, sqrt(2t) (1 + t Q(t)) with t = x - 1; for 17/16 <= x < 2^28
 // ln(x + sqrt(x^2 - 1)); from there ln 2x.
 //
-// Root: in two parts, from a table of 513 reciprocals and a polynomial (core/seeded_root.hpp).
+// Root: in two parts, from a table of 513 reciprocals and a polynomial (stages/seeded_root.hpp).
 // Logarithm: of the sum in two parts, from a table of 65 reciprocals and a polynomial
-// (explog/table_logarithm.hpp).
+// (stages/table_logarithm.hpp).
 //
 // Polynomial of the series: off by 2^-63.2 (tools/bounds/inverse.sollya).
 //

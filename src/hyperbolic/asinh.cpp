@@ -4,8 +4,8 @@
 // |x|; from there ln 2a; below 2^-57 x itself.
 //
 // Root: of a^2 + 1 in two parts, from a table of 513 reciprocals and a polynomial
-// (core/seeded_root.hpp). Logarithm: of the sum in two parts, from a table of 65 reciprocals and a
-// polynomial (explog/table_logarithm.hpp).
+// (stages/seeded_root.hpp). Logarithm: of the sum in two parts, from a table of 65 reciprocals and
+// a polynomial (stages/table_logarithm.hpp).
 //
 // Polynomial of the series: off by 2^-60.9 (tools/bounds/inverse.sollya).
 //

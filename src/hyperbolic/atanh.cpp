@@ -4,7 +4,7 @@
 // (1 + a) / (1 - a), a = |x|; below 2^-57 x itself.
 //
 // Quotient: in two parts, from one division and one correction of the reciprocal. Logarithm: of
-// both parts, from a table of 65 reciprocals and a polynomial (explog/table_logarithm.hpp).
+// both parts, from a table of 65 reciprocals and a polynomial (stages/table_logarithm.hpp).
 //
 // Polynomial of the series: off by 2^-62.4 (tools/bounds/inverse.sollya).
 //
@@ -13,8 +13,8 @@
 // The logarithm's roundings are below 2^-66: 0.501 ulp.
 
 #include "core/export.hpp"
-#include "core/reciprocal.hpp"
 #include "hyperbolic/inverse.hpp"
+#include "stages/reciprocal.hpp"
 
 namespace qelvm {
 namespace {

@@ -1,8 +1,8 @@
 // What the inverse hyperbolic functions share: a logarithm of an unevaluated sum.
 #pragma once
 
-#include "core/seeded_root.hpp"
-#include "explog/table_logarithm.hpp"
+#include "stages/seeded_root.hpp"
+#include "stages/table_logarithm.hpp"
 
 namespace qelvm {
 namespace {

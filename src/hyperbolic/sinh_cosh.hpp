@@ -3,7 +3,7 @@
 #pragma once
 
 #include "core/floating_point.hpp"
-#include "explog/exp_reduction.hpp"
+#include "stages/exp_reduction.hpp"
 
 namespace qelvm {
 

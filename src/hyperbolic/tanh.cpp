@@ -1,7 +1,7 @@
 // Hyperbolic tangent: no exponential, no division.
 //
 // Ranges: below 1/8 an odd series; from there to 19.06 one of 29 polynomials, each fitted over a
-// quarter of a binade (core/quarter_binades.hpp); beyond, one.
+// quarter of a binade (stages/quarter_binades.hpp); beyond, one.
 //
 // Rows: off by at most 2^-64.1 of the function, row by row in tanh_rows.inc; the series by 2^-64.2
 // (tools/bounds/tanh_erf.sollya).
@@ -11,7 +11,7 @@
 // 0x1.beceb4a5cd7ecp-4. On the intervals only the last sum rounds by more than 2^-8 ulp: 0.5005
 // seen at 0x1.3c3ba01f037e9p+1.
 #include "core/export.hpp"
-#include "core/quarter_binades.hpp"
+#include "stages/quarter_binades.hpp"
 
 namespace qelvm {
 namespace {

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "core/call_frame.hpp"
-#include "core/seeded_root.hpp"
 #include "invtrig/angles.hpp"
+#include "stages/seeded_root.hpp"
 
 #include <limits>
 

@@ -3,7 +3,7 @@
 // Ranges: for 2^-53 < |x| < 1/2 a series in x; for 1/2 <= |x| <= 1 the half angle,
 // asin a = pi/2 - 2 asin(u), u = sqrt((1 - a) / 2), with a series in u; from 2^-53 down x itself.
 //
-// Root: from a table of 513 reciprocals and a polynomial (core/seeded_root.hpp).
+// Root: from a table of 513 reciprocals and a polynomial (stages/seeded_root.hpp).
 //
 // Polynomials: off by 2^-63.6 of the series and by 2^-63.1 of the half angle
 // (tools/bounds/inverse.sollya).

@@ -19,9 +19,9 @@
 // 0x1.09b8e06a6e6e4p-1; 0.6194 ulp for x from 0.546 on.
 
 #include "core/export.hpp"
-#include "core/reciprocal.hpp"
 #include "invtrig/angles.hpp"
 #include "invtrig/arctangent.hpp"
+#include "stages/reciprocal.hpp"
 
 namespace qelvm {
 namespace {

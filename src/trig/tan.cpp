@@ -65,12 +65,7 @@ QELVM_INLINE V tangentPolynomial(const IntegerOf<V>& j, const V& r) {
     return lanewise(
         [k](std::int32_t row) QELVM_ALWAYS_INLINE { return tangentRows<Export>[row].c[k]; }, j);
   };
-  V sum = c(13);
-  [&]<int... k>(std::integer_sequence<int, k...>) QELVM_ALWAYS_INLINE {
-    ((sum = sum * r + c(12 - k)), ...);
-  }
-  (std::make_integer_sequence<int, 13>{});
-  return sum;
+  return horner<14>(c, r);
 }
 
 template <class Export>

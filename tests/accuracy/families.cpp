@@ -61,7 +61,7 @@ const std::vector<Family>& families() {
   static const std::vector<Family> all = [] {
     std::vector<Family> list;
     for (const loader::Export& e : loader::exports())
-      if (!e.reserved && (list.empty() || list.back().name != e.family))
+      if (list.empty() || list.back().name != e.family)
         list.push_back(familyOf(e));
     return list;
   }();

@@ -2,9 +2,9 @@
 // worst inputs.
 #pragma once
 
-#include "bench/peers.hpp"
 #include "families.hpp"
 #include "loader/loader.hpp"
+#include "peers/peers.hpp"
 #include "ulps.hpp"
 
 #include <algorithm>
@@ -56,7 +56,7 @@ public:
   }
 
   void addPeer() {
-    if (const bench::Peer* peer = bench::peerOf(family_.name))
+    if (const peers::Peer* peer = peers::peerOf(family_.name))
       records_.push_back(
           {nullptr,
            [peer](const loader::Operands<T>& operands) { peer->loop(T{})(operands, 1); },

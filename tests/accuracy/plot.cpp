@@ -25,7 +25,7 @@ constexpr int inputsPerColumn = 100;
 /// The range of x: even steps, or even steps of the logarithm where it spans powers of ten.
 class Axis {
 public:
-  explicit Axis(const bench::Interval& range)
+  explicit Axis(const peers::Interval& range)
       : low_(range.low),
         high_(range.high),
         logarithmic_(range.low > 0 && range.high > 100 * range.low) {}
@@ -47,7 +47,7 @@ struct Curve {
 };
 
 std::vector<Curve> curves(const loader::Library& library, const Family& family,
-                          const std::string& pattern, const Axis& axis, const bench::Interval& y) {
+                          const std::string& pattern, const Axis& axis, const peers::Interval& y) {
   Measurement<double> measurement(library, family, pattern);
   if (measurement.records().empty())
     return {};
@@ -73,7 +73,7 @@ std::vector<Curve> curves(const loader::Library& library, const Family& family,
 }
 
 /// What the horizontal axis shows, and where the other source lies.
-std::string sourceText(const Export& e, const bench::Peer& peer) {
+std::string sourceText(const Export& e, const peers::Peer& peer) {
   if (e.sources() == 2)
     return fmt::format("src1; src2 anywhere from {} to {}", peer.y.low, peer.y.high);
   if (e.hasScalar())
@@ -85,7 +85,7 @@ std::string sourceText(const Export& e, const bench::Peer& peer) {
 
 void plotErrors(const loader::Library& library, const Family& family, const std::string& pattern,
                 const std::string& directory) {
-  const bench::Peer* peer = bench::peerOf(family.name);
+  const peers::Peer* peer = peers::peerOf(family.name);
   if (peer == nullptr)
     return;
   const Axis axis(peer->x);

@@ -98,7 +98,7 @@ int main(int argc, char** argv) {
   std::vector<std::string> numbers;
   CLI::App app{
       "Prints the exact result of a family for given arguments, its rounding to float and to "
-      "double, and what the library gives, as directed rows for tests/families"};
+      "double, and what the library gives, as directed rows for families"};
   app.add_option("library", library, "the build")->required();
   app.add_option("family", name, "such as Exp")->required();
   app.add_option("numbers", numbers, "arguments; two for each result in families of two")

@@ -115,11 +115,11 @@ TEST(Scaling, TwoStepRoundsOnce) {
 }
 
 TEST(Scaling, SubnormalsArePrescaledExactly) {
-  const auto subnormal = prescaleDenormal(0x1.8p-1070, twoTo200, -100);
+  const auto subnormal = prescaleSubnormal(0x1.8p-1070, twoTo200, -100);
   EXPECT_EQ(subnormal.x, 0x1.8p-870);
   EXPECT_EQ(subnormal.x * twoToMinus200, 0x1.8p-1070);
   EXPECT_EQ(subnormal.adjustment, -100);
-  const auto normal = prescaleDenormal(0x1p-1022, twoTo200, -100);
+  const auto normal = prescaleSubnormal(0x1p-1022, twoTo200, -100);
   EXPECT_EQ(normal.x, 0x1p-1022);
   EXPECT_EQ(normal.adjustment, 0);
 }
@@ -141,7 +141,7 @@ TEST(LanesTest, AgreeWithSingleElements) {
     const auto rounded = roundShifter(exact.lo * 1e17, integerShifter);
     const auto index = (lowWord(rounded.sum) >> 3 | highWord(x)) & 3;
     const auto scaled = scaleTwoStep(horner(c, x), exponentField(x) - 1100);
-    const auto prescaled = prescaleDenormal(scaled, twoTo200, -100);
+    const auto prescaled = prescaleSubnormal(scaled, twoTo200, -100);
     return scaleByPowerOfTwo(keepLeadingBits(prescaled.x, 0x1.8p32) + lookUp(table, index),
                              prescaled.adjustment + (1 << (index - 1 + 1)));
   };

@@ -28,8 +28,32 @@ def expect(what, holds):
 
 
 bounds = {family: (of32f, a50, a53) for family, of32f, a50, a53 in re.findall(
-    r"^QELVM_FAMILY\((\w+),.* ([\d.]+), ([\d.]+), ([\d.]+)\)", read("src/core/families.inc"), re.M)}
+    r"^QELVM_FAMILY\((\w+),.* ([\d.]+), ([\d.]+), ([\d.]+)\)", read("families/families.inc"), re.M)}
 readme = read("README.md")
+
+# The list in its order; header, README and facts say the same of every family.
+header = read("include/qelvm.h")
+classes = ("32f_A11", "32f_A21", "32f_A24", "64f_A50", "64f_A53")
+names = [f"qels{family}_{c}" for family in bounds for c in classes]
+expect("families/families.inc: the rows are not in the order of the exports' names",
+       names == sorted(names))
+listed = dict((row[0], row[1:]) for row in re.findall(
+    r"^\| `(\w+)` \|.*\| ([\d.]+) \| ([\d.]+) \| ([\d.]+) \|$", readme, re.M))
+for family, (of32f, a50, a53) in bounds.items():
+    expect(f"README.md: the row of {family} in the table of families ends with "
+           f"| {of32f} | {a50} | {a53} |", listed.pop(family, None) == (of32f, a50, a53))
+    expect(f"families/{family}.txt is missing: families/README.md tells what it holds",
+           (root / f"families/{family}.txt").exists())
+    expect(f"include/qelvm.h: a group '@defgroup {family.lower()} {family}: ...' is missing",
+           re.search(rf"@defgroup \w+ {family}: ", header))
+    for c in classes:
+        bound = of32f if c.startswith("32f") else a50 if c == "64f_A50" else a53
+        expect(f"include/qelvm.h: '/** {bound} ulp */' and the prototype of qels{family}_{c} under it",
+               re.search(rf"^/\*\* {re.escape(bound)} ulp\b.* \*/\n.*QELVM_CALL qels{family}_{c}\(",
+                         header, re.M))
+expect(f"README.md: rows of families that families/families.inc lacks: {sorted(listed)}", not listed)
+expect("include/qelvm.h: prototypes that families/families.inc lacks",
+       set(re.findall(r"QELVM_CALL qels(\w+)\(", header)) == {name[4:] for name in names})
 
 # Every bound of doubles stands, with its reasons, at the head of the family's source, or of the
 # header beside it that holds the kernel; and no other.
@@ -40,7 +64,7 @@ for family, (_, a50, a53) in bounds.items():
     text = re.sub(r"\s*\n// ?", " ", head)
     for bound in {a50, a53} - {"0.5"}:
         expect(f"{source.relative_to(root)}: its head lacks 'below {bound} ulp' or 'the bound is "
-               f"{bound} ulp', the bound in src/core/families.inc",
+               f"{bound} ulp', the bound in families/families.inc",
                family in ("Powx", "SinCos")  # whose heads refer to another
                or re.search(rf"(?i)(below|bound is) {re.escape(bound)} ulp", text))
 
@@ -68,10 +92,10 @@ for family, count in counts.items():
     expect(f"docs/every-float.md: {family} has the count {count} and {listed} arguments",
            listed == count)
 for family, (of32f, _, _) in bounds.items():
-    proof = re.search(r"^float-proof (.+)", read(f"tests/families/{family}.txt"), re.M)
-    expect(f"src/core/families.inc: {family} has the bound 0.5 for floats, but docs/every-float.md has "
+    proof = re.search(r"^float-proof (.+)", read(f"families/{family}.txt"), re.M)
+    expect(f"families/families.inc: {family} has the bound 0.5 for floats, but docs/every-float.md has "
            "no run over all of them that found every one correctly rounded (tools/every_float.sh, an "
-           f"hour): write 0.5000001, or name a proof in tests/families/{family}.txt (float-proof ...)",
+           f"hour): write 0.5000001, or name a proof in families/{family}.txt (float-proof ...)",
            of32f != "0.5" or counts.get(family) == 0 or proof)
 total = sum(counts.values())
 expect(f"README.md: '{total} of the' arguments, as counted in docs/every-float.md",

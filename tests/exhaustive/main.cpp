@@ -14,8 +14,8 @@
 
 #include "accuracy/families.hpp"
 #include "accuracy/ulps.hpp"
-#include "bench/peers.hpp"
 #include "loader/loader.hpp"
+#include "peers/peers.hpp"
 
 #include <CLI/CLI.hpp>
 #include <fmt/chrono.h>
@@ -48,7 +48,7 @@ constexpr double estimateTolerance = 0x1p-48; // 16 to 32 ulps; the C library st
 /// One family: its three exports, the C library's function, the exact function.
 struct Subject {
   const accuracy::Family* family;
-  const bench::Peer* peer;
+  const peers::Peer* peer;
   std::vector<const Export*> exports; ///< A11, A21, A24
 };
 
@@ -251,7 +251,7 @@ std::vector<std::string> contradictions(const std::vector<Subject>& subjects,
 std::vector<Subject> subjects(const loader::Library& library, const std::string& pattern) {
   std::vector<Subject> list;
   for (const accuracy::Family& family : accuracy::families()) {
-    Subject subject{&family, bench::peerOf(family.name), {}};
+    Subject subject{&family, peers::peerOf(family.name), {}};
     for (const Export& e : loader::exports())
       if (e.family == family.name && e.single && e.sources() == 1 && !e.hasScalar() &&
           library.has(e) && e.name.find(pattern) != std::string::npos)

@@ -9,9 +9,9 @@
 namespace facts {
 namespace {
 
-const std::set<std::string> words = {"like",   "reference",       "doubles",
-                                     "floats", "subnormal-bound", "float-proof",
-                                     "hard",   "golden",          "hash"};
+const std::set<std::string> words = {
+    "like",        "reference", "doubles", "floats", "subnormal-bound",
+    "float-proof", "tables",    "hard",    "golden", "hash"};
 
 [[noreturn]] void fail(const std::string& place, const std::string& what) {
   throw std::runtime_error(place + ": " + what);
@@ -28,7 +28,7 @@ std::vector<Fact> of(const std::string& directory, const std::string& family) {
   std::ifstream in(path);
   if (!in)
     throw std::runtime_error("no facts about " + family + ": write " + path +
-                             " (tests/families/README.md tells how)");
+                             " (families/README.md tells how)");
   std::vector<Fact> facts;
   int number = 0;
   for (std::string line; std::getline(in, line);) {

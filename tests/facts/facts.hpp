@@ -1,5 +1,5 @@
-// The facts about each family, from tests/families/<Family>.txt: the one reader behind all tests that
-// need them. tests/families/README.md tells what they are.
+// The facts about each family, from families/<Family>.txt: the one reader behind all tests that
+// need them. families/README.md tells what they are.
 #pragma once
 
 #include <cstddef>

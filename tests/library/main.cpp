@@ -7,7 +7,7 @@ namespace {
 
 const char usage[] = "usage: library_checks LIBRARY frame\n"
                      "       library_checks LIBRARY values|golden|print-golden FACTS\n"
-                     "FACTS is the folder of the families' facts, tests/families\n";
+                     "FACTS is the folder of the families' facts, families\n";
 
 bool run(const loader::Library& library, std::string_view what, const std::string& data) {
   checks::Results results;

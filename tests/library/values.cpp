@@ -1,5 +1,5 @@
 // The directed rows among the facts about a family: inputs, results, status and exception flags.
-// tests/families/README.md tells how they are written.
+// families/README.md tells how they are written.
 
 #include "checks.hpp"
 #include "facts/facts.hpp"

@@ -1,4 +1,4 @@
-// Generates src/explog/ln_rows.inc on standard output.
+// Generates src/stages/ln_rows.inc on standard output.
 
 #include "split_logarithm.hpp"
 

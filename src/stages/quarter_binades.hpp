@@ -5,7 +5,6 @@
 #include "core/floating_point.hpp"
 
 #include <cstdint>
-#include <utility>
 
 namespace qelvm {
 
@@ -25,12 +24,8 @@ QELVM_INLINE V quarterBinadePolynomial(const double* rows, const V& a) {
   const auto f = [&](int k) QELVM_ALWAYS_INLINE { return lookUp(rows + k, row); };
 
   const V t = a + f(0);
-  V high = f(18) * t + f(17);
-  [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE {
-    ((high = high * t + f(16 - I)), ...);
-  }
-  (std::make_integer_sequence<int, 10>{});
-  high = ((high * t) * t) * t;
+  const V fromCube = horner<12>([&](int k) QELVM_ALWAYS_INLINE { return f(7 + k); }, t);
+  const V high = ((fromCube * t) * t) * t;
 
   const DoubleDoubleOf<V> split = splitHiLo(t, split26Bits);
   const DoubleDoubleOf<V> bend = productOfShort(DoubleDoubleOf<V>{f(5), f(6)}, split);

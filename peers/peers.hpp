@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-namespace bench {
+namespace peers {
 
 struct Interval {
   double low, high;
@@ -31,4 +31,4 @@ struct Peer {
 /// Null if the family has none yet.
 const Peer* peerOf(const std::string& family);
 
-} // namespace bench
+} // namespace peers

@@ -30,7 +30,6 @@ struct Export {
   Shape shape;
   unsigned statuses; ///< StatusSet
   double bound;      ///< largest error in ulps
-  bool reserved;     ///< not built yet: no bound, and absent from the library
   int ordinal;       ///< in the DLL
 
   int sources() const { return shape == Shape::TwoSources ? 2 : 1; }
@@ -39,7 +38,7 @@ struct Export {
   std::string symbol() const { return "qels" + name; }
 };
 
-/// All 135 vector exports in the order of their ordinals, reserved ones included.
+/// All vector exports, in the order of the list of families.
 const std::vector<Export>& exports();
 
 /// The export of that name, with or without the prefix "qels"; null if there is none.

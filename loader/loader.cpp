@@ -1,6 +1,7 @@
 #include "loader/loader.hpp"
 
 #include <array>
+#include <map>
 #include <stdexcept>
 
 #ifdef _WIN32
@@ -16,23 +17,27 @@ struct Family {
   const char* name;
   Shape shape;
   unsigned statuses;
-  bool reserved;
   double bound32, boundA50, boundA53;
 };
 
 const Family families[] = {
 #define QELVM_FAMILY(name, shape, statuses, bound32, boundA50, boundA53)                           \
-  {#name, Shape::shape, statuses, false, bound32, boundA50, boundA53},
-#define QELVM_RESERVED_FAMILY(name, shape, statuses) {#name, Shape::shape, statuses, true, 0, 0, 0},
-#include "core/families.inc"
+  {#name, Shape::shape, statuses, bound32, boundA50, boundA53},
+#include "families/families.inc"
+};
+
+const std::map<std::string, int> ordinals = {
+#define QELVM_ORDINAL(number, name) {#name, number},
+#include "families/ordinals.inc"
 };
 
 std::vector<Export> listExports() {
   std::vector<Export> list;
   for (const Family& f : families) {
     const auto add = [&](const char* suffix, bool single, double bound) {
-      list.push_back({std::string(f.name) + suffix, f.name, single, f.shape, f.statuses, bound,
-                      f.reserved, static_cast<int>(list.size()) + 1});
+      const std::string name = std::string(f.name) + suffix;
+      list.push_back(
+          {name, f.name, single, f.shape, f.statuses, bound, ordinals.at("qels" + name)});
     };
     add("_32f_A11", true, f.bound32);
     add("_32f_A21", true, f.bound32);

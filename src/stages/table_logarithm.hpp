@@ -47,7 +47,7 @@ QELVM_INLINE LogarithmSum<V> reduceLogarithm(const V& m, const IntegerOf<V>& exp
 template <class Export>
 QELVM_TABLE LogarithmRow lnRows[65] = {
 #define QELVM_LN_ROW(r, hi, lo) {r, hi, lo},
-#include "explog/ln_rows.inc"
+#include "stages/ln_rows.inc"
 #undef QELVM_LN_ROW
 };
 

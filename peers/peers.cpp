@@ -1,9 +1,9 @@
-#include "peers.hpp"
+#include "peers/peers.hpp"
 
 #include <cmath>
 #include <vector>
 
-namespace bench {
+namespace peers {
 namespace {
 
 /// destination[i] = f(source[i], secondSource[i]).
@@ -81,4 +81,4 @@ const Peer* peerOf(const std::string& family) {
   return nullptr;
 }
 
-} // namespace bench
+} // namespace peers

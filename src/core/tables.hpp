@@ -1,0 +1,57 @@
+// Tables, of which each export owns its copies, and polynomials, whose coefficients may come from
+// them.
+#pragma once
+
+#include "core/lanes.hpp"
+
+#include <cstdint>
+
+namespace qelvm {
+
+/// Stands before a table that is a template on the export: keeps compilers from merging the copies
+/// of several exports into one.
+#define QELVM_TABLE [[gnu::used]] inline constexpr
+
+/// A table whose entries are a rule that compilers evaluate exactly.
+template <int N>
+struct Table {
+  double entry[N];
+};
+template <int N>
+consteval Table<N> tabulate(double (*rule)(int)) {
+  Table<N> table{};
+  for (int i = 0; i < N; ++i)
+    table.entry[i] = rule(i);
+  return table;
+}
+
+/// Entry `index` of a table of doubles, or one field of row `index` of a table of records.
+template <class I>
+QELVM_INLINE constexpr auto lookUp(const double* table, const I& index) {
+  return lanewise([table](std::int32_t i)
+                      QELVM_ALWAYS_INLINE { return table[static_cast<std::uint32_t>(i)]; },
+                  index);
+}
+template <class Row, class Field, class I>
+QELVM_INLINE constexpr auto lookUp(const Row* table, const I& index, Field Row::*field) {
+  return lanewise([=](std::int32_t i)
+                      QELVM_ALWAYS_INLINE { return table[static_cast<std::uint32_t>(i)].*field; },
+                  index);
+}
+
+/// c(0) + x (c(1) + x (c(2) + ... x c(N - 1))), from the innermost coefficient outwards, each
+/// product and each sum rounded; c is a function of the degree or an array.
+template <int N, class Coefficient, class V>
+QELVM_INLINE constexpr V horner(Coefficient c, const V& x) {
+  return withIndices<N - 2>([&](auto... i) QELVM_ALWAYS_INLINE {
+    V sum = x * c(N - 1) + c(N - 2);
+    ((sum = sum * x + c(N - 3 - i)), ...);
+    return sum;
+  });
+}
+template <class V, int N>
+QELVM_INLINE constexpr V horner(const double (&c)[N], const V& x) {
+  return horner<N>([&](int k) QELVM_ALWAYS_INLINE { return c[k]; }, x);
+}
+
+} // namespace qelvm
