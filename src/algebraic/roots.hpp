@@ -6,6 +6,7 @@
 #include "stages/inverse_root.hpp"
 
 namespace qelvm {
+namespace {
 
 /// round(32 (m - 1)), 0 to 32, for a significand m in [1, 2): the row of a table whose steps are
 /// centred on their entries.
@@ -48,4 +49,5 @@ QelStatus exceptionalRoot(const Stored<Element>& source, Stored<Element>& result
   return qelStatusOk;
 }
 
+} // namespace
 } // namespace qelvm
