@@ -1,4 +1,4 @@
-// The road of a block: reader, call of the library, warnings, writer.
+// The path of a block: reader, call of the library, warnings, writer.
 #include "block.hpp"
 #include "commands.hpp"
 #include "formats.hpp"

@@ -92,6 +92,7 @@ template <class Export>
 struct CubeRoot {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
+  static constexpr bool ofNegative = true, reciprocal = false;
 
   static bool isOrdinary(Element x) {
     return magnitudeWithin(x, std::numeric_limits<Element>::min(),
@@ -103,14 +104,10 @@ struct CubeRoot {
     return cubeRoot<Export>(x, 0);
   }
 
-  static void exceptional(const Stored<Element>& source, Stored<Element>& result) {
-    const Element x = source;
-    if (isInfiniteOrNan(x))
-      result = x + x;
-    else if (isZero(x))
-      result = x;
-    else
-      result = static_cast<Element>(cubeRoot<Export>(static_cast<double>(x) * 0x1p300, -100));
+  static double ofSubnormal(double x) { return cubeRoot<Export>(x * 0x1p300, -100); }
+
+  static void exceptional(const Stored<Element>& x, Stored<Element>& result) {
+    exceptionalRoot<CubeRoot>(x, result);
   }
 };
 

@@ -35,7 +35,7 @@ struct DivDouble {
 };
 
 /// Single precision: the quotient of the widened operands, rounded again, is the correctly rounded
-/// one. The divisor is tested before the store, and what is not finite is off the main road.
+/// one. The divisor is tested before the store, and what is not finite takes the slow path.
 template <class Export>
 struct DivSingle {
   static constexpr int lanes = 4;

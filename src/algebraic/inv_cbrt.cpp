@@ -68,6 +68,7 @@ template <class Export>
 struct InverseCubeRoot {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
+  static constexpr bool ofNegative = true, reciprocal = true;
 
   static bool isOrdinary(Element x) {
     return magnitudeWithin(x, smallestWidenedNormal<Element>,
@@ -79,18 +80,10 @@ struct InverseCubeRoot {
     return inverseCubeRoot<Export>(x, 0);
   }
 
-  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
-    const Element x = source;
-    if (isInfiniteOrNan(x)) {
-      result = fractionIsZero(x) ? Element{0} / x : x / x;
-      return qelStatusOk;
-    }
-    if (isZero(x)) {
-      result = Element{1} / x;
-      return qelStatusSingularity;
-    }
-    result = static_cast<Element>(inverseCubeRoot<Export>(static_cast<double>(x) * 0x1p90, 30));
-    return qelStatusOk;
+  static double ofSubnormal(double x) { return inverseCubeRoot<Export>(x * 0x1p90, 30); }
+
+  static QelStatus exceptional(const Stored<Element>& x, Stored<Element>& result) {
+    return exceptionalRoot<InverseCubeRoot>(x, result);
   }
 };
 

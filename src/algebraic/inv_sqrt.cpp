@@ -64,6 +64,7 @@ template <class Export>
 struct InverseSquareRoot {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 4;
+  static constexpr bool ofNegative = false, reciprocal = true;
 
   static bool isOrdinary(Element x) {
     return positiveWithin(x, smallestWidenedNormal<Element>,
@@ -75,23 +76,10 @@ struct InverseSquareRoot {
     return inverseSquareRoot<Export>(x, 0);
   }
 
-  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
-    const Element x = source;
-    if (isInfiniteOrNan(x)) {
-      const bool infinite = fractionIsZero(x);
-      result = infinite && !signBit(x) ? Element{0} / x : x / x;
-      return infinite && signBit(x) ? qelStatusDomain : qelStatusOk;
-    }
-    if (isZero(x)) {
-      result = Element{1} / x;
-      return qelStatusSingularity;
-    }
-    if (signBit(x)) {
-      result = static_cast<Element>(invalid());
-      return qelStatusDomain;
-    }
-    result = static_cast<Element>(inverseSquareRoot<Export>(static_cast<double>(x) * 0x1p60, 30));
-    return qelStatusOk;
+  static double ofSubnormal(double x) { return inverseSquareRoot<Export>(x * 0x1p60, 30); }
+
+  static QelStatus exceptional(const Stored<Element>& x, Stored<Element>& result) {
+    return exceptionalRoot<InverseSquareRoot>(x, result);
   }
 };
 

@@ -1,11 +1,12 @@
 // What the square and cube roots and their reciprocals share: the rule of their tables, the third
-// of an exponent, the row that is nearest to a significand.
+// of an exponent, the row that is nearest to a significand, the slow path.
 #pragma once
 
-#include "core/floating_point.hpp"
+#include "core/call_frame.hpp"
 #include "stages/inverse_root.hpp"
 
 namespace qelvm {
+namespace {
 
 /// round(32 (m - 1)), 0 to 32, for a significand m in [1, 2): the row of a table whose steps are
 /// centred on their entries.
@@ -29,4 +30,24 @@ QELVM_INLINE constexpr ExponentThird<IntegerOf<V>> thirdOfExponent(const V& x) {
   return {third - 341, field - third * 3};
 }
 
+/// Everything that is not ordinary. `Kernel` has
+///   bool ofNegative             of a negative argument too: a cube root
+///   bool reciprocal
+///   double ofSubnormal(x)       the result for a subnormal x of its domain
+template <class Kernel, class Element>
+QelStatus exceptionalRoot(const Stored<Element>& source, Stored<Element>& result) {
+  const Element x = source;
+  if (!Kernel::ofNegative && signBit(x) && !isZero(x) && !isNan(x)) {
+    result = static_cast<Element>(invalid());
+    return qelStatusDomain;
+  }
+  if (isZero(x) || isInfiniteOrNan(x)) {
+    result = Kernel::reciprocal ? Element{1} / x : x + x;
+    return Kernel::reciprocal && isZero(x) ? qelStatusSingularity : qelStatusOk;
+  }
+  result = static_cast<Element>(Kernel::ofSubnormal(static_cast<double>(x)));
+  return qelStatusOk;
+}
+
+} // namespace
 } // namespace qelvm

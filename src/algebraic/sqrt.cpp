@@ -55,6 +55,7 @@ template <class Export>
 struct SquareRoot {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 3 : 4;
+  static constexpr bool ofNegative = false, reciprocal = false;
 
   static bool isOrdinary(Element x) {
     return positiveWithin(x, std::numeric_limits<Element>::min(),
@@ -66,23 +67,10 @@ struct SquareRoot {
     return squareRoot<Export>(x, 0);
   }
 
-  static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
-    const Element x = source;
-    const bool minusInfinity = isInfiniteOrNan(x) && signBit(x) && fractionIsZero(x);
-    if (isInfiniteOrNan(x) && !minusInfinity) {
-      result = x + x;
-      return qelStatusOk;
-    }
-    if (isZero(x)) {
-      result = x;
-      return qelStatusOk;
-    }
-    if (signBit(x)) {
-      result = static_cast<Element>(invalid());
-      return qelStatusDomain;
-    }
-    result = static_cast<Element>(squareRoot<Export>(static_cast<double>(x) * twoTo200, -100));
-    return qelStatusOk;
+  static double ofSubnormal(double x) { return squareRoot<Export>(x * twoTo200, -100); }
+
+  static QelStatus exceptional(const Stored<Element>& x, Stored<Element>& result) {
+    return exceptionalRoot<SquareRoot>(x, result);
   }
 };
 

@@ -14,7 +14,7 @@ QELVM_INLINE constexpr V scaleByPowerOfTwo(const V& r, const I& m) {
   return r * withExponent(m + 1023, 1.0);
 }
 
-/// The scale 2^(m + 60) that keeps a result below the normal range a normal double, and the factor
+/// The scale 2^(m + 60) with which a subnormal result is still a normal double, and the factor
 /// 2^-60 that then rounds it once.
 template <class I>
 QELVM_INLINE constexpr auto subnormalScale(const I& m) {

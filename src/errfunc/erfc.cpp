@@ -8,8 +8,8 @@
 // Gaussian: -a^2 = n ln2/64 + r, n = 64 m + j; e^(-a^2) = 2^m 2^(j/64) e^r, with a^2, r, e^r - 1
 // and the power in double-words. For negative x the result is 2 - erfc(|x|).
 //
-// Ranges: the Gaussian's road is the ordinary one, smaller arguments the second; subnormal results,
-// with a scale of their own, and what is beyond run off the main road.
+// Ranges: arguments with the Gaussian are the main range, smaller ones the second; subnormal
+// results, with a scale of their own, and what is beyond take the slow path.
 //
 // Error: the terms from the sixth degree on, up to 2^-8.8 of the result in rows 3 to 5, round up to
 // 0.005 ulp; everything else but the last sum stays below 2^-60, row 5 adds 2^-11 ulp: below

@@ -10,7 +10,7 @@
 // interval (tools/bounds/exp.sollya).
 //
 // Ranges: the ordinary elements have a normal result, well away from overflow; near overflow and
-// below the normal range the same steps run with their own scalings, off the main road.
+// where it is subnormal the same steps run with their own scalings, on the slow path.
 //
 // Error: A50 rounds the entry of the table, 1 + (r + q) and their product, which with the
 // polynomial comes to 2.01 ulp if all are worst at once, which they are not: below 2.0 ulp, 1.936
@@ -117,6 +117,8 @@ struct ExpLong {
     if (exponentField(scale) <= 50) // below 2^-1032: the sum has more bits than the result
       return (b + a) * subnormalUnscale;
     // The leading 21 bits scale exactly, so the only rounding of the final sum is that of the rest.
+    // (roundedOnceTimes2ToMinus200 would round the rest of 26 bits, with other bits here and
+    // there.)
     const DoubleDouble sum = fastTwoSum(b, a);
     const double hi = keepLeadingBits(sum.hi, 0x1.8p32);
     const double lo = sum.lo + (sum.hi - hi);

@@ -188,20 +188,16 @@ struct Power {
   /// The result, where it is normal.
   QELVM_INLINE V value() const { return addToExponent(significand, n()); }
 
-  /// The result below the normal range, where its exponent is the given one, with the sign of s,
-  /// +-1; raises underflow and inexact.
+  /// The subnormal result, where its exponent is the given one, with the sign of s, +-1; raises
+  /// underflow and inexact.
   double subnormal(std::int32_t exponent, double s) const {
     if (exponent < -1084)
       return underflowed() * s;
     const double scale = withExponent(n() + 200 + 1023, 1.0);
-    const double unscale = s * twoToMinus200;
     if (exponent < -1032)
-      return (significand * scale) * unscale + underflowed();
-    // The leading 26 bits scale exactly, so the only rounding of the final sum is that of the rest.
-    const DoubleDouble parts = splitHiLo(significand, split26Bits);
-    const double lo = ((power - significand) + rest) + parts.lo;
-    const double scaledLo = (lo * scale) * unscale;
-    return ((parts.hi * scale) * unscale + scaledLo) + underflowed();
+      return ((significand * scale) * twoToMinus200) * s + underflowed();
+    const double lo = (power - significand) + rest;
+    return roundedOnceTimes2ToMinus200({significand * scale, lo * scale}) * s + underflowed();
   }
 };
 

@@ -10,7 +10,7 @@
 // 2^-70.2 (tools/bounds/exp.sollya).
 //
 // Ranges: below 2^-53 the result is one; from 31 ln 2 on e^-x is below 2^-62 of e^x and is left
-// out. From 710 on the power of two is applied in two steps, off the main road.
+// out. From 710 on the power of two is applied in two steps, on the slow path.
 //
 // Error: A50 rounds the table's entries (each up to 1/2 ulp of a or b), their sum and difference
 // and the last sum, and r (a - b) loses with the difference: below 1.8 ulp, 1.7133 seen at

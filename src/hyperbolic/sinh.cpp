@@ -12,8 +12,8 @@
 // (tools/bounds/hyperbolic.sollya).
 //
 // Ranges: below 2^-53 the result is x; below 0.06 (A50) or 2^-5.2 the series; from 31 ln 2 on e^-x
-// is below 2^-62 of e^x and is left out. From 710 on the power of two is applied in two steps, off
-// the main road.
+// is below 2^-62 of e^x and is left out. From 710 on the power of two is applied in two steps, on
+// the slow path.
 //
 // Error: in A50 r carries its rounding, a - b and the terms that are added to it one each, and they
 // all count where a - b is not much more than r (a + b): below 2.0 ulp, 1.9011 seen at

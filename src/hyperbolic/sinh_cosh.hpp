@@ -6,6 +6,7 @@
 #include "stages/exp_reduction.hpp"
 
 namespace qelvm {
+namespace {
 
 /// The ranges of |x|, widened to double, and where a type's results overflow.
 template <class Element>
@@ -141,4 +142,5 @@ struct HyperbolicKernel : Method {
   }
 };
 
+} // namespace
 } // namespace qelvm

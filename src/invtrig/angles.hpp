@@ -4,6 +4,7 @@
 #include "core/floating_point.hpp"
 
 namespace qelvm {
+namespace {
 
 inline constexpr DoubleDouble quarterPi = {0x1.921fb54442d18p-1, 0x1.1a62633145c07p-55};
 inline constexpr DoubleDouble halfPi = {0x1.921fb54442d18p0, 0x1.1a62633145c07p-54};
@@ -15,4 +16,5 @@ QELVM_INLINE double roundedAngle(const DoubleDouble& angle) {
   return atRunTime(angle.hi) + angle.lo;
 }
 
+} // namespace
 } // namespace qelvm

@@ -4,6 +4,7 @@
 #include "core/floating_point.hpp"
 
 namespace qelvm {
+namespace {
 
 /// arctan b as hi + lo, hi to 26 bits: row 0 for b = 0, then for the centre b of each half-binade
 /// from 1/8 to 2^54.
@@ -51,4 +52,5 @@ QELVM_INLINE V arctanTail(const V& square) {
   return square * horner(c, square);
 }
 
+} // namespace
 } // namespace qelvm

@@ -13,7 +13,7 @@
 // (tools/bounds/arctangent.sollya).
 //
 // Ranges: the ordinary elements are normal and have a quotient within 53 binades of one; y at the
-// ends of the exponent range and subnormal arguments run the same steps off the main road. Where
+// ends of the exponent range and subnormal arguments run the same steps on the slow path. Where
 // the exponents are 54 or more apart, the angle is the quotient, pi/2 less its reciprocal, pi/2 or
 // pi.
 //

@@ -5,6 +5,7 @@
 #include "core/floating_point.hpp"
 
 namespace qelvm {
+namespace {
 
 /// x = n ln2/64 + r, |r| <= ln2/128 (and a little for the rounding of n), n = 64 m + j.
 template <class V>
@@ -51,4 +52,5 @@ QELVM_INLINE V expTail(const V& r) {
   return (horner(Polynomial::c, r) * r) * r;
 }
 
+} // namespace
 } // namespace qelvm

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 namespace qelvm {
+namespace {
 
 enum class TableRounding { down, nearest };
 
@@ -28,4 +29,5 @@ consteval double inverseRoot(int degree, std::int64_t numerator, std::int64_t de
   return static_cast<double>(n) / static_cast<double>(std::int64_t{1} << bits);
 }
 
+} // namespace
 } // namespace qelvm

@@ -7,6 +7,7 @@
 #include <cstdint>
 
 namespace qelvm {
+namespace {
 
 /// A row: -c; the coefficients of 1, t and t^2 as pairs, hi before lo; those of t^3 to t^14. The hi
 /// of t^2 has at most 26 bits.
@@ -37,4 +38,5 @@ QELVM_INLINE V quarterBinadePolynomial(const double* rows, const V& a) {
   return value.hi + (high + ((rise.lo + value.lo) + f(2)));
 }
 
+} // namespace
 } // namespace qelvm

@@ -4,6 +4,7 @@
 #include "core/floating_point.hpp"
 
 namespace qelvm {
+namespace {
 
 /// 1 / (hi + lo), hi to 26 bits, as seed + correction, the seed to 26 bits.
 template <class V>
@@ -18,4 +19,5 @@ struct Reciprocal {
   }
 };
 
+} // namespace
 } // namespace qelvm

@@ -17,6 +17,7 @@
 #include "stages/inverse_root.hpp"
 
 namespace qelvm {
+namespace {
 
 /// For w = 1 + i/256 up to 2, then for every second of them up to 4.
 consteval double rootSeed(int i) {
@@ -52,4 +53,5 @@ QELVM_INLINE DoubleDoubleOf<V> seededRoot(const V& u, const Rest&... rest) {
   return {(part.hi * g) * scale, (wLo * g + wFull * (g * p)) * scale};
 }
 
+} // namespace
 } // namespace qelvm
