@@ -4,7 +4,7 @@
 build_packages=(g++ cmake ninja-build libfmt-dev libcli11-dev)
 test_packages=(libgtest-dev libbenchmark-dev libmpfr-dev pkg-config binutils python3)
 fit_packages=(sollya)
-windows_packages=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 llvm python3)
+windows_packages=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 llvm python3) # llvm: its dlltool
 wine_packages=(wine wine32:i386 wine64)
 clang_packages=(clang)
 emulator_packages=(qemu-user)
