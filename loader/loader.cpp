@@ -1,6 +1,7 @@
 #include "loader/loader.hpp"
 
 #include <array>
+#include <filesystem>
 #include <map>
 #include <stdexcept>
 
@@ -87,7 +88,14 @@ std::string statusName(QelStatus status) {
 
 #ifdef _WIN32
 
-Library::Library(const std::string& path) : path_(path), handle_(LoadLibraryA(path.c_str())) {
+namespace {
+std::filesystem::path fromUtf8(const std::string& path) {
+  return std::u8string(path.begin(), path.end());
+}
+} // namespace
+
+Library::Library(const std::string& path)
+    : path_(path), handle_(LoadLibraryW(fromUtf8(path).make_preferred().c_str())) {
   if (handle_ == nullptr)
     throw std::runtime_error("cannot load " + path + ": error " + std::to_string(GetLastError()));
 }
@@ -96,6 +104,12 @@ Library::~Library() {
 }
 void* Library::symbol(const std::string& name) const {
   return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(handle_), name.c_str()));
+}
+std::string Library::file() const {
+  std::array<wchar_t, 32768> path; // none is longer
+  const DWORD length = GetModuleFileNameW(static_cast<HMODULE>(handle_), path.data(), path.size());
+  const auto text = std::filesystem::path(path.data(), path.data() + length).u8string();
+  return {text.begin(), text.end()};
 }
 std::string Library::defaultName() {
   return "qelvmpx.dll";
@@ -113,6 +127,14 @@ Library::~Library() {
 }
 void* Library::symbol(const std::string& name) const {
   return dlsym(handle_, name.c_str());
+}
+std::string Library::file() const {
+  Dl_info info;
+  if (dladdr(symbol("qelvmGetLibVersion"), &info) == 0)
+    return path_;
+  std::error_code none;
+  const auto file = std::filesystem::canonical(info.dli_fname, none);
+  return none ? info.dli_fname : file.string();
 }
 std::string Library::defaultName() {
   return "libqelvmpx.so.5";

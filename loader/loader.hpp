@@ -101,7 +101,10 @@ public:
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
 
+  /// As it was given.
   const std::string& path() const { return path_; }
+  /// The full path of the file that was loaded, links resolved.
+  std::string file() const;
   bool has(const Export& e) const { return symbol(e.symbol()) != nullptr; }
 
   /// Throws std::runtime_error if the library does not have it.

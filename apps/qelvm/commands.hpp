@@ -13,6 +13,7 @@ enum ExitStatus { success = 0, warned = 1, failed = 2 };
 
 struct ListOptions {
   std::string pattern;
+  bool json = false;
 };
 
 struct EvalOptions {
@@ -29,7 +30,8 @@ struct ApplyOptions {
   std::vector<std::string> resultColumns;
   std::optional<std::string> delimiter;
   std::optional<std::string> second, secondInput, scalar;
-  bool inPlace = false;
+  std::string badRows = "stop"; ///< or "skip", "mark"
+  bool inPlace = false, noHeader = false;
 };
 
 /// The text for standard output.
@@ -41,7 +43,7 @@ struct Evaluation {
 };
 Evaluation evaluate(const loader::Library& library, const EvalOptions& options);
 
-/// Whether a warning was returned.
+/// Whether a warning was returned or a row was bad.
 bool apply(const loader::Library& library, const ApplyOptions& options);
 
 /// The export of that name; the error names the way to find the right one.

@@ -1,8 +1,10 @@
 #include "csv_records.hpp"
 
 #include "error.hpp"
+#include "number_text.hpp"
 
 #include <algorithm>
+#include <charconv>
 
 namespace tool {
 namespace {
@@ -10,33 +12,59 @@ namespace {
 constexpr auto incomplete = std::string_view::npos;
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
+/// The positive number that the whole text is, or 0.
+std::size_t columnNumber(const std::string& text) {
+  std::size_t number = 0;
+  const char* const last = text.data() + text.size();
+  const auto [end, error] = std::from_chars(text.data(), last, number);
+  return error == std::errc{} && end == last ? number : 0;
+}
+
 } // namespace
 
-CsvRecords::CsvRecords(Input& input, char delimiter) : input_(input), delimiter_(delimiter) {
+CsvRecords::CsvRecords(Input& input, CsvLayout layout) : input_(input), layout_(layout) {
+  if (!hasHeader())
+    return;
   const auto record = nextOfAnyWidth(true);
   if (!record)
     throw Error("{}:1: no header line", input.name());
   header_ = record->content;
   headerLineEnd_ = record->lineEnd;
+  width_ = fields_.size();
   for (const std::string_view field : fields_)
     columnNames_.push_back(unquoted(field));
 }
 
 std::size_t CsvRecords::column(const std::string& name) const {
   const auto count = std::count(columnNames_.begin(), columnNames_.end(), name);
-  if (count != 1)
-    throw Error("{}:1: {} column {}", input_.name(), count == 0 ? "no" : "more than one",
-                quoted(name));
-  const auto found = std::find(columnNames_.begin(), columnNames_.end(), name);
-  return static_cast<std::size_t>(found - columnNames_.begin());
+  if (count > 1)
+    throw Error("{}:1: more than one column {}", input_.name(), inQuotes(name));
+  if (count == 1) {
+    const auto found = std::find(columnNames_.begin(), columnNames_.end(), name);
+    return static_cast<std::size_t>(found - columnNames_.begin());
+  }
+  const std::size_t number = columnNumber(name);
+  if (number == 0 && !hasHeader())
+    throw Error("{}: without a header, columns have numbers from 1 and no names", inQuotes(name));
+  if (number == 0 || (hasHeader() && number > width_))
+    throw Error("{}:1: no column {}", input_.name(), inQuotes(name));
+  return number - 1;
 }
 
 std::optional<CsvRecord> CsvRecords::next(bool wait) {
   const auto record = nextOfAnyWidth(wait);
-  if (record && fields_.size() != columnNames_.size())
-    throw Error("{}: {} fields, but the header has {}", input_.place(), fields_.size(),
-                columnNames_.size());
+  if (record && width_ == 0)
+    width_ = fields_.size();
+  if (record && fields_.size() != width_)
+    throw Error("{}: {} fields, but the {} has {}", input_.place(), fields_.size(),
+                hasHeader() ? "header" : "first record", width_);
   return record;
+}
+
+std::string_view CsvRecords::field(std::size_t column) const {
+  if (column >= fields_.size())
+    throw Error("{}: no column {}", input_.place(), column + 1);
+  return fields_[column];
 }
 
 std::optional<CsvRecord> CsvRecords::nextOfAnyWidth(bool wait) {
@@ -59,7 +87,7 @@ Cut CsvRecords::cutRecord(std::string_view bytes, bool ended) {
       return {};
     fields_.push_back(bytes.substr(begin, end - begin));
     begin = end;
-    if (end == bytes.size() || bytes[end] != delimiter_)
+    if (end == bytes.size() || bytes[end] != delimiter())
       break;
   }
   const std::string_view content(bytes.data(), fields_.back().data() + fields_.back().size());
@@ -72,15 +100,16 @@ Cut CsvRecords::cutRecord(std::string_view bytes, bool ended) {
 std::size_t CsvRecords::endOfPlainField(std::string_view bytes, std::size_t begin,
                                         bool ended) const {
   const auto stop = std::find_if(bytes.begin() + begin, bytes.end(),
-                                 [&](char c) { return c == delimiter_ || c == '\n' || c == '"'; });
+                                 [&](char c) { return c == delimiter() || c == '\n' || c == '"'; });
   if (stop == bytes.end() && !ended)
     return incomplete;
   auto end = static_cast<std::size_t>(stop - bytes.begin());
   if (stop != bytes.end() && *stop == '"')
     throw Error("{}: a quote inside a field that does not begin with one", input_.nextPlace());
-  const bool atLineEnd = stop == bytes.end() || *stop == '\n';
-  if (atLineEnd && end > begin && bytes[end - 1] == '\r')
+  if (stop != bytes.end() && *stop == '\n' && end > begin && bytes[end - 1] == '\r')
     --end;
+  if (bytes.substr(begin, end - begin).find('\r') != incomplete)
+    throwBareReturn(input_.nextPlace());
   return end;
 }
 
@@ -96,7 +125,7 @@ std::size_t CsvRecords::endOfQuotedField(std::string_view bytes, std::size_t beg
   const std::string_view rest = bytes.substr(quote + 1);
   if (!ended && (rest.empty() || rest == "\r"))
     return incomplete;
-  if (!rest.empty() && !rest.starts_with(delimiter_) && !rest.starts_with('\n') &&
+  if (!rest.empty() && !rest.starts_with(delimiter()) && !rest.starts_with('\n') &&
       !rest.starts_with("\r\n"))
     throw Error("{}: text between a closing quote and the end of the field", input_.nextPlace());
   return quote + 1;
@@ -104,7 +133,7 @@ std::size_t CsvRecords::endOfQuotedField(std::string_view bytes, std::size_t beg
 
 std::string CsvRecords::quotedAsNeeded(const std::string& text) const {
   if (text.find_first_of("\"\r\n") == std::string::npos &&
-      text.find(delimiter_) == std::string::npos)
+      text.find(delimiter()) == std::string::npos)
     return text;
   std::string result = "\"";
   for (const char c : text)

@@ -1,4 +1,4 @@
-// Comma-separated values as RFC 4180 has them: a header, records of as many fields as it has,
+// Comma-separated values as RFC 4180 has them: a header or none, records of equally many fields,
 // fields in quotes that can hold delimiters, doubled quotes and line ends.
 #pragma once
 
@@ -18,23 +18,29 @@ struct CsvRecord {
   std::uint64_t line;
 };
 
+struct CsvLayout {
+  char delimiter = ',';
+  bool hasHeader = true;
+};
+
 class CsvRecords {
 public:
-  /// Reads the header.
-  CsvRecords(Input& input, char delimiter);
+  /// Reads the header, if there is one.
+  CsvRecords(Input& input, CsvLayout layout);
 
-  char delimiter() const { return delimiter_; }
+  char delimiter() const { return layout_.delimiter; }
+  bool hasHeader() const { return layout_.hasHeader; }
   const std::vector<std::string>& columnNames() const { return columnNames_; }
   const std::string& header() const { return header_; }
   const std::string& headerLineEnd() const { return headerLineEnd_; }
 
-  /// The index of the one column of that name.
+  /// The index of the one column of that name; where there is none, of that number, from 1.
   std::size_t column(const std::string& name) const;
 
   /// The next record; see Input::next about `wait`.
   std::optional<CsvRecord> next(bool wait);
   /// Of the record of the latest next(), as it stands in the file.
-  std::string_view field(std::size_t column) const { return fields_[column]; }
+  std::string_view field(std::size_t column) const;
 
   /// A text as a field.
   std::string quotedAsNeeded(const std::string& text) const;
@@ -46,7 +52,8 @@ private:
   std::size_t endOfQuotedField(std::string_view bytes, std::size_t begin, bool ended) const;
 
   Input& input_;
-  char delimiter_;
+  CsvLayout layout_;
+  std::size_t width_ = 0; ///< fields of every record; 0 before the first
   std::vector<std::string> columnNames_;
   std::string header_, headerLineEnd_;
   std::vector<std::string_view> fields_;

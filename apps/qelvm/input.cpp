@@ -1,8 +1,8 @@
 #include "input.hpp"
 
 #include "error.hpp"
+#include "files.hpp"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -29,7 +29,7 @@ std::uint64_t remainingSize(int descriptor) {
 
 Input::Input(const std::string& path)
     : name_(path == "-" ? "standard input" : path),
-      descriptor_(path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC)),
+      descriptor_(path == "-" ? STDIN_FILENO : files::openForReading(path)),
       buffer_(std::make_unique_for_overwrite<char[]>(capacity)) {
   if (descriptor_ < 0)
     throw Error("{}: {}", name_, std::strerror(errno));
@@ -55,10 +55,10 @@ void Input::readMore() {
   begin_ = 0;
   if (end_ == capacity)
     throw Error("{}: more than {} MiB without an end of line", nextPlace(), capacity >> 20);
-  ssize_t got;
-  do
-    got = read(descriptor_, buffer_.get() + end_, std::min(readSize, capacity - end_));
-  while (got < 0 && errno == EINTR);
+  const std::ptrdiff_t got =
+      files::read(descriptor_, buffer_.get() + end_, std::min(readSize, capacity - end_));
+  if (got < 0 && errno == EBADF)
+    throw Error("{}: is not open for reading", name_);
   if (got < 0)
     throw Error("{}: {}", name_, std::strerror(errno));
   ended_ = got == 0;

@@ -1,8 +1,6 @@
 // A file or standard input, read in one pass through a buffer of bounded size.
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstdint>
 #include <memory>
 #include <optional>

@@ -1,8 +1,6 @@
 #include "commands.hpp"
 #include "error.hpp"
 
-#include <fnmatch.h>
-
 #include <algorithm>
 #include <cctype>
 
@@ -15,48 +13,95 @@ std::string lowerCase(std::string text) {
   return text;
 }
 
-const char* argumentNames(loader::Shape shape) {
+/// Whether the whole text is as the pattern says: * stands for any text, ? for any character.
+bool matches(std::string_view pattern, std::string_view text) {
+  std::size_t p = 0, t = 0;
+  // After the latest *, and where the text goes on that it does not stand for.
+  std::size_t afterStar = std::string_view::npos, resume = 0;
+  while (t < text.size()) {
+    if (p < pattern.size() && pattern[p] == '*') {
+      afterStar = ++p;
+      resume = t;
+    } else if (p < pattern.size() && (pattern[p] == '?' || pattern[p] == text[t])) {
+      ++p;
+      ++t;
+    } else if (afterStar != std::string_view::npos) {
+      p = afterStar;
+      t = ++resume;
+    } else {
+      return false;
+    }
+  }
+  return pattern.find_first_not_of('*', p) == std::string_view::npos;
+}
+
+using Names = std::vector<std::string>;
+
+Names argumentNames(loader::Shape shape) {
   switch (shape) {
   case loader::Shape::TwoSources:
-    return "src1, src2, dst";
+    return {"src1", "src2", "dst"};
   case loader::Shape::SourceAndScalar:
-    return "src, scalar, dst";
+    return {"src", "scalar", "dst"};
   case loader::Shape::TwoDestinations:
-    return "src, dst1, dst2";
+    return {"src", "dst1", "dst2"};
   case loader::Shape::OneSource:
     break;
   }
-  return "src, dst";
+  return {"src", "dst"};
 }
 
-std::string statusNames(unsigned statuses) {
+Names statusNames(unsigned statuses) {
   constexpr std::pair<loader::StatusSet, QelStatus> all[] = {
       {loader::Overflow, qelStatusOverflow},
       {loader::Underflow, qelStatusUnderflow},
       {loader::Singularity, qelStatusSingularity},
       {loader::Domain, qelStatusDomain}};
-  std::string names = loader::statusName(qelStatusOk);
+  Names names = {loader::statusName(qelStatusOk)};
   for (const auto& [bit, status] : all)
     if ((statuses & bit) != 0)
-      names.append(" ").append(loader::statusName(status));
+      names.push_back(loader::statusName(status));
   return names;
 }
 
-constexpr auto row = "{:<16}{:<18}{:<12}{}\n";
+using Exports = std::vector<const loader::Export*>;
+
+std::string joined(const Names& names, const char* between) {
+  return fmt::format("{}", fmt::join(names, between));
+}
+
+std::string table(const Exports& exports) {
+  constexpr auto row = "{:<17}{:<9}{:<18}{:<12}{}\n";
+  std::string text = fmt::format(row, "export", "ordinal", "arguments", "bound, ulp", "statuses");
+  for (const loader::Export* e : exports)
+    text += fmt::format(row, e->name, e->ordinal, joined(argumentNames(e->shape), ", "),
+                        fmt::format("{}", e->bound), joined(statusNames(e->statuses), " "));
+  return text;
+}
+
+/// Names and numbers only: nothing that JSON would want escaped.
+std::string json(const Exports& exports) {
+  std::string text;
+  for (const loader::Export* e : exports)
+    text += fmt::format(R"({}  {{"name": "{}", "ordinal": {}, "family": "{}", "type": "{}", )"
+                        R"("arguments": ["{}"], "bound": {}, "statuses": ["{}"]}})",
+                        text.empty() ? "" : ",\n", e->symbol(), e->ordinal, e->family,
+                        e->single ? "float" : "double", joined(argumentNames(e->shape), R"(", ")"),
+                        fmt::format("{}", e->bound), joined(statusNames(e->statuses), R"(", ")"));
+  return fmt::format("[\n{}\n]\n", text);
+}
 
 } // namespace
 
 std::string listExports(const loader::Library& library, const ListOptions& options) {
   const std::string pattern = fmt::format("*{}*", lowerCase(options.pattern));
-  std::string rows;
+  Exports exports;
   for (const loader::Export& e : loader::exports())
-    if (fnmatch(pattern.c_str(), lowerCase(e.symbol()).c_str(), 0) == 0 && library.has(e))
-      rows +=
-          fmt::format(row, e.name, argumentNames(e.shape),
-                      fmt::format("{}", e.bound), statusNames(e.statuses));
-  if (rows.empty())
-    throw Error("{} has no export that matches {}", library.path(), quoted(options.pattern));
-  return fmt::format(row, "export", "arguments", "bound, ulp", "statuses") + rows;
+    if (matches(pattern, lowerCase(e.symbol())) && library.has(e))
+      exports.push_back(&e);
+  if (exports.empty())
+    throw Error("{} has no export that matches {}", library.path(), inQuotes(options.pattern));
+  return options.json ? json(exports) : table(exports);
 }
 
 } // namespace tool

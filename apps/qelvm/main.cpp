@@ -1,21 +1,22 @@
 // The command line of qelvm.
 #include "commands.hpp"
 #include "error.hpp"
+#include "files.hpp"
 #include "number_text.hpp"
 #include "output.hpp"
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include <csignal>
-#include <cstdio>
+#include <cstring>
 #include <filesystem>
+#include <sstream>
 
 namespace tool {
 namespace {
 
 struct Options {
-  std::string libraryPath = loader::Library::defaultName();
+  std::optional<std::string> libraryPath;
   bool strict = false;
   bool version = false;
   ListOptions list;
@@ -36,12 +37,14 @@ constexpr auto examples = R"(Examples:
   seq 1 10 | qelvm apply Exp_64f_A53
 `qelvm COMMAND --help` has more.
 
-Exit status: 0; 1 when a warning status was returned and --strict was given; 2 on an error.)";
+Exit status: 0; 1 when --strict was given and a warning status was returned or a row was
+bad; 2 on an error.)";
 
 constexpr auto listExamples = R"(Examples:
   qelvm list              every export
   qelvm list exp          those with "exp" in their names, in upper or lower case
-  qelvm list 'exp*a5?'    * stands for any text, ? for any character)";
+  qelvm list 'exp*a5?'    * stands for any text, ? for any character
+  qelvm list --json       for programs)";
 
 constexpr auto evalExamples =
     R"(Prints a row for each element: the source, the result in shortest decimal and in hexadecimal, the
@@ -59,11 +62,13 @@ Examples:
 
 constexpr auto applyExamples = R"(Formats:
   text  one number a line; the default. Two results stand on one line with a space between.
-  csv   a header line, then records, as RFC 4180 has them; chosen by --column too. Every byte of
-        the input is kept and the result appended as a new last column.
+  csv   a header line (but for --no-header), then records, as RFC 4180 has them; chosen by --column
+        too. Every byte of the input is kept and the result appended as a new last column.
   raw   little-endian float or double elements; two results alternate.
 
 Elements that overflowed, underflowed, hit a pole or left the domain are counted on standard error.
+A row that is not a number ends the work, or is left out (--bad-rows skip), or has nan, in CSV an
+empty field, for a result (mark); then such rows are counted, too.
 An output file is replaced when all is done, and not at all after an error.
 
 Examples:
@@ -71,6 +76,7 @@ Examples:
   seq 1 10 | qelvm apply Inv_64f_A50
   qelvm apply Exp_64f_A53 --input data.csv --column t --result-column growth --output out.csv
   qelvm apply Div_64f_A50 --input data.csv --column mass --second-column volume
+  qelvm apply Ln_64f_A53 --input data.csv --no-header --column 2 --bad-rows mark
   qelvm apply Div_64f_A50 --input x.txt --second 3
   qelvm apply Div_64f_A50 --input x.txt --second-input y.txt
   qelvm apply Exp_32f_A24 --format raw --input samples.f32 --in-place)";
@@ -88,7 +94,7 @@ void addExport(CLI::App* command, std::string& name, Options& options) {
   command->add_option("EXPORT", name, "Such as Exp_64f_A53; `qelvm list` shows all")
       ->required()
       ->type_name("");
-  command->add_flag("--strict", options.strict, "Exit with 1 if a warning status was returned");
+  command->add_flag("--strict", options.strict, "Exit with 1 after a warning status or a bad row");
 }
 
 void addScalar(CLI::App* command, std::optional<std::string>& scalar) {
@@ -101,6 +107,7 @@ CLI::App* addList(CLI::App& app, Options& options) {
                               listExamples, options);
   list->add_option("PATTERN", options.list.pattern, "Part of a name, case ignored; * and ? allowed")
       ->type_name("");
+  list->add_flag("--json", options.list.json, "An array of objects for programs");
   return list;
 }
 
@@ -129,21 +136,25 @@ CLI::App* addApply(CLI::App& app, Options& options) {
   add("-o,--output", apply.output, "FILE", "Where results go; -, the default, is stdout");
   add("--format", apply.format, "text|csv|raw", "Of input and output")
       ->check(CLI::IsMember({"text", "csv", "raw"}).description(""));
-  add("--column", apply.column, "NAME", "CSV: the column of the source");
+  add("--column", apply.column, "NAME|NUMBER",
+      "CSV: the column of the source; numbers count from 1");
   add("--result-column", apply.resultColumns, "NAME",
       "CSV: the name of the new column; twice for an export with two results")
       ->expected(1)
       ->take_all();
   add("--delimiter", apply.delimiter, "CHAR", "CSV: what parts fields instead of a comma; or tab");
+  command->add_flag("--no-header", apply.noHeader, "CSV: the first line is a record like others");
+  add("--bad-rows", apply.badRows, "stop|skip|mark",
+      "What becomes of a row that is not a number; stop is the default")
+      ->check(CLI::IsMember({"stop", "skip", "mark"}).description(""));
   const auto second = add("--second", apply.second, "VALUE", "The second source: one for all");
   const auto column =
-      add("--second-column", apply.secondColumn, "NAME", "CSV: the second source's column");
+      add("--second-column", apply.secondColumn, "NAME|NUMBER", "CSV: the second source's column");
   const auto input = add("--second-input", apply.secondInput, "FILE",
                          "The second source: a file of as many elements, of the same format");
   second->excludes(column)->excludes(input);
   addScalar(command, apply.scalar);
-  command->add_flag("--in-place", apply.inPlace,
-                    "Replace the input file by the output; needed to do so with raw files");
+  command->add_flag("--in-place", apply.inPlace, "Replace the input file by the output");
   return command;
 }
 
@@ -174,11 +185,10 @@ bool isNumberList(std::string_view text) {
 
 /// The arguments, last first, as CLI11 wants them. It takes -inf and -.5 for options; with a blank
 /// before, which numbers may have, they are values, with or without "--" before them.
-std::vector<std::string> argumentList(int count, char** arguments) {
+std::vector<std::string> argumentList(const std::vector<std::string>& arguments) {
   std::vector<std::string> list;
   bool inEval = false;
-  for (int i = 1; i < count; ++i) {
-    const std::string argument = arguments[i];
+  for (const std::string& argument : arguments) {
     if (inEval && argument == "--")
       continue;
     const bool protect = inEval && argument.starts_with('-') && isNumberList(argument);
@@ -188,18 +198,24 @@ std::vector<std::string> argumentList(int count, char** arguments) {
   return {list.rbegin(), list.rend()};
 }
 
-/// A name without a slash means a file here, if there is one, before any library of that name.
-std::string loadable(const std::string& path) {
+/// A name without a folder means a file here, if there is one, before any library of that name; but
+/// only a name that was given.
+std::string loadable(const std::optional<std::string>& name) {
+  if (!name)
+    return loader::Library::defaultName();
+  const std::filesystem::path path = files::pathOf(*name);
   std::error_code none;
-  const bool isHere = path.find('/') == std::string::npos && std::filesystem::exists(path, none);
-  return isHere ? "./" + path : path;
+  return !path.has_parent_path() && std::filesystem::exists(path, none) ? "./" + *name : *name;
 }
 
 std::string versions(const loader::Library& library) {
   const QelLibVersion& v = library.version();
   const std::string cpu(v.cpuCode, strnlen(v.cpuCode, sizeof v.cpuCode));
-  return fmt::format("qelvm {}\n{}: {} {}, version {}.{}, build {}.{}, {}, {}\n",
-                     QELVM_TOOL_VERSION, library.path(), v.libraryFile, v.versionText,
+  return fmt::format("qelvm {}\n"
+                     "library: {}\n"
+                     "its version record: {} {}, version {}.{}, build {}.{}, {}, {}\n"
+                     "(The date is a fixed part of the record, not that of this build.)\n",
+                     QELVM_TOOL_VERSION, printable(library.file()), v.libraryFile, v.versionText,
                      v.versionMajor, v.versionMinor, v.buildMajor, v.buildNumber, cpu,
                      v.buildDateText);
 }
@@ -222,14 +238,17 @@ bool run(const Commands& commands, const Options& options) {
   return answer.warned;
 }
 
-int runCommandLine(int count, char** arguments) {
+int runCommandLine(const std::vector<std::string>& arguments) {
   Options options;
   Commands commands;
   describe(commands, options);
   try {
-    commands.app.parse(argumentList(count, arguments));
+    commands.app.parse(argumentList(arguments));
   } catch (const CLI::CallForHelp& help) {
-    return commands.app.exit(help);
+    std::ostringstream text;
+    commands.app.exit(help, text);
+    Output("-").write(text.str());
+    return success;
   } catch (const CLI::ParseError& error) {
     const auto chosen = commands.app.get_subcommands();
     throw Error("{} (see qelvm {}--help)", error.what(),
@@ -242,11 +261,13 @@ int runCommandLine(int count, char** arguments) {
 } // namespace tool
 
 int main(int count, char** arguments) {
-  std::signal(SIGPIPE, SIG_IGN); // a closed pipe is an error like others
+  tool::files::prepareStandardStreams();
   try {
-    return tool::runCommandLine(count, arguments);
+    return tool::runCommandLine(tool::files::arguments(count, arguments));
+  } catch (const tool::ClosedPipe&) {
+    return tool::files::endByClosedPipe();
   } catch (const std::exception& error) {
-    fmt::print(stderr, "qelvm: {}\n", tool::printable(error.what()));
+    tool::files::tell(fmt::format("qelvm: {}\n", tool::printable(error.what())));
     return tool::failed;
   }
 }

@@ -83,11 +83,16 @@ T numberAt(std::string_view text, Place&& place) {
   const Reading reading = readNumber(text, value);
   if (reading == Reading::Number) [[likely]]
     return value;
-  const std::string shown = quoted(withoutBlanks(text));
+  const std::string shown = inQuotes(withoutBlanks(text));
   if (reading == Reading::NotANumber)
     throw Error("{}: {} is not a number", place(), shown);
   throw Error("{}: {} is beyond the range of {} (write inf for infinity)", place(), shown,
               std::is_same_v<T, float> ? "float" : "double");
+}
+
+/// A line that ended here in the manner of old systems would hide those after it.
+[[noreturn]] inline void throwBareReturn(const std::string& place) {
+  throw Error("{}: a carriage return without a line feed: lines end with LF or CR LF", place);
 }
 
 /// No number is longer, in either notation.

@@ -6,7 +6,7 @@ namespace tool {
 const loader::Export& exportNamed(const std::string& name) {
   const loader::Export* found = loader::findExport(name);
   if (found == nullptr)
-    throw Error("unknown export {} (qelvm list shows all)", quoted(name));
+    throw Error("unknown export {} (qelvm list shows all)", inQuotes(name));
   return *found;
 }
 

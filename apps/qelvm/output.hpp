@@ -2,12 +2,16 @@
 // beside its destination and renamed at the end. Pipes, terminals and devices are written directly.
 #pragma once
 
-#include <sys/stat.h>
+#include "input.hpp"
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
 namespace tool {
+
+/// Nobody reads the output any more, and the tool is to end as others then do.
+struct ClosedPipe {};
 
 class Output {
 public:
@@ -19,21 +23,21 @@ public:
   Output& operator=(const Output&) = delete;
 
   void write(std::string_view bytes);
+  /// The input must be closed by now where this replaces it.
   void commit();
 
   bool isDirect() const { return temporary_.empty(); }
   bool isTerminal() const;
-  /// Whether the descriptor is open on the file that this writes.
-  bool isSameFile(int descriptor) const;
+  /// Whether the input is the file that this writes.
+  bool isSameFile(const Input& input) const;
 
 private:
-  /// `old` is what stands at the path, if anything.
-  void createTemporary(const std::string& path, const struct stat* old);
-  [[noreturn]] void fail() const;
+  void createTemporary(const std::filesystem::path& path);
+  [[noreturn]] void fail(int error) const;
 
-  std::string name_;      ///< for messages
-  std::string path_;      ///< of the destination, links resolved
-  std::string temporary_; ///< empty when direct
+  std::string name_;                ///< for messages
+  std::filesystem::path path_;      ///< of the destination, links resolved
+  std::filesystem::path temporary_; ///< empty when direct
   int descriptor_ = -1;
 };
 

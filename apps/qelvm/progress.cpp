@@ -1,10 +1,10 @@
 #include "progress.hpp"
 
+#include "files.hpp"
+
 #include <fmt/format.h>
 
 #include <unistd.h>
-
-#include <cstdio>
 
 namespace tool {
 namespace {
@@ -54,8 +54,7 @@ std::string Progress::line(std::uint64_t elements, double seconds) const {
 }
 
 void Progress::show(const std::string& text) {
-  fmt::print(stderr, "\r{:{}}", text, shown_);
-  std::fflush(stderr);
+  files::tell(fmt::format("\r{:{}}", text, shown_));
   shown_ = text.size();
 }
 

@@ -45,7 +45,7 @@ void encode(char* bytes, const T* values, std::size_t count, std::size_t width) 
 template <class T>
 class RawReader final : public Reader<T> {
 public:
-  using Reader<T>::Reader;
+  explicit RawReader(const std::string& path) : Reader<T>(path, BadRows::Stop) {}
 
   std::size_t read(const Columns<T>& columns, std::size_t most) override {
     const auto wholeElements = [&](std::string_view bytes, bool ended) {
@@ -76,7 +76,8 @@ class RawWriter final : public Writer<T> {
 public:
   explicit RawWriter(Output& output) : output_(output) {}
 
-  void write(const Columns<const T>& columns, std::size_t count) override {
+  void write(const Columns<const T>& columns, std::span<const Row> rows) override {
+    const std::size_t count = rows.size();
     const std::size_t width = columns[1] == nullptr ? sizeof(T) : 2 * sizeof(T);
     bytes_.resize(count * width);
     for (std::size_t k = 0; k * sizeof(T) < width; ++k)

@@ -1,5 +1,4 @@
 #include "formats.hpp"
-#include "number_text.hpp"
 
 namespace tool {
 namespace {
@@ -15,9 +14,7 @@ Cut cutLine(std::string_view bytes, bool ended) {
 
 std::string_view withoutLineEnd(std::string_view line) {
   if (line.ends_with('\n'))
-    line.remove_suffix(1);
-  if (line.ends_with('\r'))
-    line.remove_suffix(1);
+    line.remove_suffix(line.ends_with("\r\n") ? 2 : 1);
   return line;
 }
 
@@ -27,12 +24,14 @@ public:
   using Reader<T>::Reader;
 
   std::size_t read(const Columns<T>& columns, std::size_t most) override {
+    this->beginBlock();
     std::size_t count = 0;
     while (count < most) {
       const auto line = this->input_.next(count == 0, cutLine);
       if (!line)
         break;
-      columns[0][count++] = number(withoutLineEnd(*line));
+      columns[0][count] = this->numberIn(content(*line), count);
+      ++count;
     }
     lineAfterBlock_ = this->input_.line() + 1;
     count_ = count;
@@ -44,11 +43,14 @@ public:
   }
 
 private:
-  T number(std::string_view text) const {
+  std::string_view content(std::string_view line) const {
     const Input& input = this->input_;
-    if (input.line() == 1 && text.starts_with(byteOrderMark))
-      text.remove_prefix(byteOrderMark.size());
-    return numberAt<T>(text, [&] { return input.place(); });
+    line = withoutLineEnd(line);
+    if (line.find('\r') != std::string_view::npos) [[unlikely]]
+      throwBareReturn(input.place());
+    if (input.line() == 1 && line.starts_with(byteOrderMark))
+      line.remove_prefix(byteOrderMark.size());
+    return line;
   }
 
   std::uint64_t lineAfterBlock_ = 0;
@@ -60,13 +62,15 @@ class TextWriter final : public Writer<T> {
 public:
   explicit TextWriter(Output& output) : output_(output) {}
 
-  void write(const Columns<const T>& columns, std::size_t count) override {
+  void write(const Columns<const T>& columns, std::span<const Row> rows) override {
     text_.clear();
-    for (std::size_t i = 0; i < count; ++i) {
-      appendShortest(text_, columns[0][i]);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      if (rows[i] == Row::None)
+        continue;
+      append(columns[0][i], rows[i]);
       if (columns[1] != nullptr) {
         text_ += ' ';
-        appendShortest(text_, columns[1][i]);
+        append(columns[1][i], rows[i]);
       }
       text_ += '\n';
     }
@@ -74,6 +78,13 @@ public:
   }
 
 private:
+  void append(T result, Row row) {
+    if (row == Row::Mark)
+      text_ += "nan";
+    else
+      appendShortest(text_, result);
+  }
+
   Output& output_;
   std::string text_;
 };
@@ -81,16 +92,16 @@ private:
 } // namespace
 
 template <class T>
-std::unique_ptr<Reader<T>> textReader(const std::string& path) {
-  return std::make_unique<TextReader<T>>(path);
+std::unique_ptr<Reader<T>> textReader(const std::string& path, BadRows badRows) {
+  return std::make_unique<TextReader<T>>(path, badRows);
 }
 template <class T>
 std::unique_ptr<Writer<T>> textWriter(Output& output) {
   return std::make_unique<TextWriter<T>>(output);
 }
 
-template std::unique_ptr<Reader<float>> textReader(const std::string&);
-template std::unique_ptr<Reader<double>> textReader(const std::string&);
+template std::unique_ptr<Reader<float>> textReader(const std::string&, BadRows);
+template std::unique_ptr<Reader<double>> textReader(const std::string&, BadRows);
 template std::unique_ptr<Writer<float>> textWriter(Output&);
 template std::unique_ptr<Writer<double>> textWriter(Output&);
 

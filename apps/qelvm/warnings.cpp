@@ -1,5 +1,7 @@
 #include "warnings.hpp"
 
+#include "error.hpp"
+
 #include <fmt/format.h>
 
 namespace tool {
@@ -22,12 +24,17 @@ const char* event(QelStatus status) {
 
 } // namespace
 
-std::string Warnings::report(std::uint64_t elements) const {
+std::string Warnings::report(std::uint64_t elements, BadRows badRows) const {
   std::string text;
+  const auto add = [&](const Entry& entry, const char* what, const std::string& reason) {
+    text +=
+        fmt::format("qelvm: {} of {} elements {} ({}), the first at index {} ({})\n", entry.count,
+                    elements, what, reason, entry.firstIndex, printable(entry.firstPlace));
+  };
   for (const auto& [status, entry] : entries_)
-    text += fmt::format("qelvm: {} of {} elements {} ({}), the first at index {} ({})\n",
-                        entry.count, elements, event(status), loader::statusName(status),
-                        entry.firstIndex, entry.firstPlace);
+    add(entry, event(status), loader::statusName(status));
+  if (bad_.count > 0)
+    add(bad_, badRows == BadRows::Skip ? "skipped" : "marked", "not a number");
   return text;
 }
 

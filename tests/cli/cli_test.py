@@ -1,12 +1,15 @@
-"""Tests of the command-line tool, as its users see it: cli_test.py TOOL STAND_IN_LIBRARY"""
+"""Tests of the command-line tool, as its users see it: cli_test.py TOOL STAND_IN_LIBRARY [RUNNER...]
+
+RUNNER is a command prefix, such as wine. What a Windows program cannot be tested for is skipped."""
 
 import contextlib
+import json
 import math
 import os
-import pty
 import random
 import re
 import select
+import shutil
 import signal
 import stat
 import struct
@@ -19,22 +22,36 @@ import unittest
 
 SOURCE = os.path.realpath(os.path.join(os.path.dirname(__file__), "../.."))
 TOOL, STAND_IN = map(os.path.abspath, sys.argv[1:3])
+COMMAND = [*sys.argv[3:], TOOL]
+WINDOWS = TOOL.endswith(".exe")
+LIBRARY = "qelvmpx.dll" if WINDOWS else "libqelvmpx.so.5"
 ADD = ["SinCos_32f_A11", "--library", STAND_IN]  # x + 1 and x - 1
 TIMES = ["Powx_64f_A50", "--library", STAND_IN]  # x times the scalar
 SAME = ["Exp_64f_A50", "--library", STAND_IN]  # x, with the status of number x
 EXP, DIV, INV = "Exp_64f_A53", "Div_64f_A50", "Inv_64f_A50"
 
 
-def qelvm(*arguments, stdin=b"", stdout=subprocess.PIPE):
-    done = subprocess.run([TOOL, *arguments], input=stdin, stdout=stdout, stderr=subprocess.PIPE,
-                          timeout=20)
+def posix(what):
+    return unittest.skipIf(WINDOWS, f"Windows has no {what}")
+
+
+def qelvm(*arguments, stdin=b"", stdout=subprocess.PIPE, stderr=subprocess.PIPE):
+    done = subprocess.run([*COMMAND, *arguments], input=stdin, stdout=stdout, stderr=stderr,
+                          timeout=60)
+    return done.returncode, done.stdout, (done.stderr or b"").decode()
+
+
+def shell(command, *arguments):
+    """What a shell makes of `command`, in which "$@" is the tool with these arguments."""
+    done = subprocess.run(["sh", "-c", command, "sh", *COMMAND, *arguments], timeout=20,
+                          stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
     return done.returncode, done.stdout, done.stderr.decode()
 
 
 @contextlib.contextmanager
 def running(*arguments, **pipes):
     """The tool while the test talks to it; killed if that takes too long."""
-    with subprocess.Popen([TOOL, *arguments], bufsize=0, **pipes) as tool:
+    with subprocess.Popen([*COMMAND, *arguments], bufsize=0, **pipes) as tool:
         limit = threading.Timer(20, tool.kill)
         limit.start()
         yield tool
@@ -94,9 +111,27 @@ class Help(ToolTest):
                 self.assertIn(b"Examples:\n  qelvm ", self.succeed(*command, option))
 
     def test_version(self):
-        out = self.succeed("--version").decode()
-        self.assertRegex(out, r"^qelvm 5\.0\.11\.35\n.*qelvmpx\.dll v5\.0, version 5\.0, "
-                              r"build 11\.35, px, Sep  7 2005\n$")
+        first, library, record, date = self.succeed("--version").decode().splitlines()
+        self.assertEqual(first, "qelvm 5.0.11.35")
+        self.assertEqual(record, "its version record: qelvmpx.dll v5.0, version 5.0, build 11.35, px, "
+                                 "Sep  7 2005")
+        self.assertIn("fixed part of the record", date)
+        path = library.removeprefix("library: ")
+        self.assertTrue(path.endswith("\\qelvmpx.dll") if WINDOWS else os.path.isfile(path), path)
+
+    @posix("symbolic links here")
+    def test_version_tells_the_file_that_was_loaded(self):
+        path = self.succeed("--version").decode().splitlines()[1].removeprefix("library: ")
+        os.mkdir("a\x1bb")
+        shutil.copy(path, "a\x1bb/copy.so")
+        os.symlink("a\x1bb/copy.so", "link.so")
+        out = self.succeed("--version", "--library", "link.so").decode()
+        self.assertIn(f"library: {os.path.realpath('.')}/a\\x1bb/copy.so\n", out)
+
+    def test_a_library_that_happens_to_be_here_is_not_loaded(self):
+        self.write(LIBRARY, b"none")
+        self.succeed("list")
+        self.refuse("cannot load", "--library", LIBRARY, "list")
 
     def test_wrong_usage(self):
         for message, *arguments in (
@@ -105,12 +140,12 @@ class Help(ToolTest):
             ["EXPORT is required", "apply"],
             ["VALUES is required (see qelvm eval --help)", "eval", EXP],
             ['unknown export "Expp"', "eval", "Expp", "1"],
-            ["cannot load the library: ./none", "--library", "./none", "list"],
-            ["./plain does not have qelvmGetLibVersion", "--library", "plain", "--version"],
+            ["cannot load ", "--library", "./none", "list"],
+            ["./plain.dll does not have qelvmGetLibVersion", "--library", "plain.dll", "--version"],
             [f"{STAND_IN} does not have qelsTan_64f_A50", "eval", "--library", STAND_IN,
              "Tan_64f_A50", "1"],
         ):
-            os.path.lexists("plain") or os.symlink(STAND_IN, "plain")
+            shutil.copy(STAND_IN, "plain.dll")
             self.refuse(message, *arguments)
 
 
@@ -123,16 +158,29 @@ class List(ToolTest):
         self.assertEqual(self.names("--library", STAND_IN), own)
         self.assertEqual(self.names("--library", STAND_IN, "64F"), own[:2])
         self.assertEqual(self.names("--library", STAND_IN, "o*a?1"), own[2:])
+        self.assertEqual(self.names("--library", STAND_IN, "s?*x*_6*5"), own[:2])
         self.assertEqual(self.names("qelsdiv"), ["Div_32f_A11", "Div_32f_A21", "Div_32f_A24",
                                                  "Div_64f_A50", "Div_64f_A53"])
-        self.refuse('libqelvmpx.so.5 has no export that matches "nope"', "list", "nope")
+        self.refuse(f'{LIBRARY} has no export that matches "nope"', "list", "nope")
         with open(os.path.join(SOURCE, "include/qelvm.h")) as header:
             declared = re.findall(r"QELVM_CALL qels(\w+)\(", header.read())
         self.assertEqual(sorted(self.names()), sorted(declared))
 
     def test_rows(self):
         out = self.succeed("list", EXP).decode().splitlines()[1]
-        self.assertRegex(out, r"src, dst +0\.5\d* +qelStatusOk qelStatusOverflow qelStatusUnderflow$")
+        self.assertRegex(out, r"Exp_64f_A53 +70 +src, dst +0\.5\d* +qelStatusOk qelStatusOverflow "
+                              r"qelStatusUnderflow$")
+
+    def test_json_says_what_the_table_says(self):
+        table = self.succeed("list").decode().splitlines()[1:]
+        objects = json.loads(self.succeed("list", "--json"))
+        self.assertEqual([o["ordinal"] for o in objects], list(range(1, 136)))
+        for o, row in zip(objects, table, strict=True):
+            self.assertEqual(re.split("  +", row), [
+                o["name"].removeprefix("qels"), str(o["ordinal"]), ", ".join(o["arguments"]),
+                f"{o['bound']:.8g}", " ".join(o["statuses"])])
+            family, kind, _ = row.split()[0].split("_")
+            self.assertEqual((o["family"], o["type"]), (family, {"32f": "float", "64f": "double"}[kind]))
 
 
 class Eval(ToolTest):
@@ -211,14 +259,20 @@ class Text(ToolTest):
 
     def test_errors(self):
         for text, message in ((b"1\n\n2\n", ':2: "" is'), (b"1\n2\n3 4\n", ':3: "3 4" is'),
-                              (b"1\n# c\n", ':2: "# c" is'), (b"1\n2\r\r\n", r':2: "2\x0d" is'),
+                              (b"1\n# c\n", ':2: "# c" is'), (b"1\n2\r\r\n", ":2: a carriage return without"),
+                              (b"1\r2\r", ":1: a carriage return without"),
+                              (b"1\n2\r", ":2: a carriage return without"),
+                              ("\x9b\xe9\u20ac\n".encode(), ':1: "\\xc2\\x9b\xe9\u20ac" is'),
+                              (b"\xe9\x1b[1m\n", ':1: "\\xe9\\x1b[1m" is'),
+                              (b"x" * 39 + "\u20ac".encode(), ':1: "' + "x" * 39 + '..." is'),
                               (b"1\n" * 30000 + b"1e999", ':30001: "1e999" is beyond'),
                               (b"\0" * 99, r':1: "\x00\x00'),
                               (b"1\n" + b"1" * (17 << 20), ":2: more than 16 MiB without an end")):
             self.refuse("standard input" + message, "apply", EXP, stdin=text)
         self.refuse('t:2: "b" is not a number', "apply", EXP, "--input", self.write("t", b"1\nb\n"))
-        self.refuse("none\\x0a: No such file", "apply", EXP, "--input", "none\n")
-        self.refuse(".: Is a directory", "apply", EXP, "--input", ".")
+        self.refuse("none\\x0a: " + ("" if WINDOWS else "No such file"), "apply", EXP, "--input", "none\n")
+        self.refuse(".: " + ("Permission denied" if WINDOWS else "Is a directory"), "apply", EXP,
+                    "--input", ".")
 
     def test_second_source(self):
         self.write("x", b"6\n" * 40000)
@@ -253,6 +307,11 @@ class Blocks(ToolTest):
         status, _, err = qelvm("apply", *SAME, "--strict", "-i", "t", "-o", "out")
         self.assertEqual((status, err), (1, expected))
         self.same(self.read("out"), text)
+
+    @posix("control characters in names")
+    def test_names_in_warnings_are_printable(self):
+        self.write("a\n\x1b", b"12\n")
+        self.assertIn("(a\\x0a\\x1b:1)\n", qelvm("apply", *SAME, "-i", "a\n\x1b")[2])
 
     def test_strict(self):
         for values, status in ("1", 0), ("12,1", 1):
@@ -311,6 +370,7 @@ class Csv(ToolTest):
             ([*TIMES, "--scalar", "2"], b'x,y,"Powx_64f_A50(x,2)"\n6,3,12\n8,2,16\n'),
             (ADD, b"x,y,SinCos_32f_A11(x).1,SinCos_32f_A11(x).2\n6,3,7,5\n8,2,9,7\n"),
             ([*ADD, "--result-column", "a", "--result-column", "b"], b"x,y,a,b\n6,3,7,5\n8,2,9,7\n"),
+            ([DIV, "--second-column", "2"], b'x,y,"Div_64f_A50(x,2)"\n6,3,2\n8,2,4\n'),
         ):
             with self.subTest(options):
                 self.assertEqual(self.succeed("apply", "-i", both, "--column", "x", *options), result)
@@ -318,6 +378,30 @@ class Csv(ToolTest):
                   "--result-column", "a")
         self.refuse("name the column of --second-input", "apply", DIV, "-i", both, "--column", "x",
                   "--second-input", other)
+
+    def test_columns_by_number(self):
+        for text, options, result in (
+            (b"a,b\n1,2\n", ["--column", "2"], b"a,b,Inv_64f_A50(2)\n1,2,0.5\n"),
+            (b"2,b\n4,8\n", ["--column", "2"], b"2,b,Inv_64f_A50(2)\n4,8,0.25\n"),  # a name first
+            (b"1,2\r\n3,4", ["--column", "2", "--no-header"], b"1,2,0.5\r\n3,4,0.25"),
+            (b'\xef\xbb\xbf"2"\n', ["--column", "1", "--no-header"], b'\xef\xbb\xbf"2",0.5\n'),
+            (b"", ["--column", "9", "--no-header"], b""),
+        ):
+            with self.subTest(text):
+                self.assertEqual(self.succeed("apply", INV, *options, stdin=text), result)
+        other = self.write("other", b"0,5\n0,2\n")
+        self.assertEqual(self.succeed("apply", DIV, "--no-header", "--column", "1", "--second-column",
+                                      "2", "--second-input", other, stdin=b"10\n8\n"), b"10,2\n8,4\n")
+        for column, message in (("3", ":1: no column 3"), ("0", None), ("x", None), ("1x", None),
+                                ("99999999999999999999", None)):
+            self.refuse(f"standard input{message}" if message else f'"{column}": without a header',
+                        "apply", INV, "--no-header", "--column", column, stdin=b"1,2\n")
+            self.refuse(f'standard input:1: no column "{column}"', "apply", INV, "--column", column,
+                        stdin=b"a,b\n")
+        self.refuse("standard input:2: 1 fields, but the first record has 2", "apply", INV,
+                    "--no-header", "--column", "1", stdin=b"1,2\n3\n")
+        self.refuse("--no-header: there is no line for the name", "apply", INV, "--no-header",
+                    "--column", "1", "--result-column", "r", stdin=b"1,2\n")
 
     def test_many_records(self):
         lines = [b'%d,"line\nbreak",%d' % (i, i + 1) for i in range(50000)]
@@ -342,14 +426,71 @@ class Csv(ToolTest):
             (b'x,y\n1,"a\nb"\nz,2\n', ':4: "z" is not a number'), (b"x\n\n", ':2: "" is not a number'),
             (b'x\n1\n"2\n', ":3: a quote is not closed"), (b'x\n1"2"\n', ":2: a quote inside a field"),
             (b'x\n"1"2\n', ":2: text between a closing quote"),
+            (b"x\r1\r2\r", ":1: a carriage return without"),
+            (b"x,y\r1,2\r", ":1: a carriage return without"),
+            (b"x,y,z\r1,2,3", ":1: a carriage return without"),
+            (b"x,y\n1,\r\r\n", ":2: a carriage return without"),
             (b"x,Inv_64f_A50(x)\n1,2\n", ':1: there is a column "Inv_64f_A50(x)" already'),
         ):
             self.refuse("standard input" + message, "apply", INV, "--column", "x", stdin=text)
         self.refuse("name the column of a CSV", "apply", INV, "--format", "csv")
-        self.refuse("--column, --second-column, --result-column and --delimiter are for", "apply", INV,
+        self.refuse("--column, --second-column, --result-column, --delimiter and --no-header are for", "apply", INV,
                   "--format", "text", "--column", "x")
         for delimiter in (",,", "", "e", "5", "-", ".", '"', "\n"):
             self.refuse("--delimiter: ", "apply", INV, "--column", "x", "--delimiter", delimiter)
+
+
+class BadRows(ToolTest):
+    def test_what_becomes_of_them(self):
+        text = b"4\n\nx\n1e999\nnan\n2"
+        table = b'n,x\na,4\nb,\nc,"1\n2"\nd,nan\ne,2'
+        pairs = b"x,y\n8,2\n8,\n,\n6,3\n"
+        for arguments, data, skipped, marked, bad in (
+            ([INV], text, b"0.25\nnan\n0.5\n", b"0.25\nnan\nnan\nnan\nnan\n0.5\n", (3, 6, 1, 2)),
+            ([INV], b"x\ny", b"", b"nan\nnan\n", (2, 2, 0, 1)),
+            (ADD, b"1\nx\n", b"2 0\n", b"2 0\nnan nan\n", (1, 2, 1, 2)),
+            ([INV, "--column", "x", "--result-column", "r"], table,
+             b"n,x,r\na,4,0.25\nd,nan,nan\ne,2,0.5",
+             b'n,x,r\na,4,0.25\nb,,\nc,"1\n2",\nd,nan,nan\ne,2,0.5', (2, 5, 1, 3)),
+            ([*ADD, "--column", "2", "--no-header"], b"p,1\nq,-\n", b"p,1,2,0\n",
+             b"p,1,2,0\nq,-,,\n", (1, 2, 1, 2)),
+            ([DIV, "--column", "x", "--second-column", "y", "--result-column", "r"], pairs,
+             b"x,y,r\n8,2,4\n6,3,2\n", b"x,y,r\n8,2,4\n8,,\n,,\n6,3,2\n", (2, 4, 1, 3)),
+        ):
+            for fate, result in ("skip", skipped), ("mark", marked):
+                with self.subTest(data, fate=fate):
+                    count, rows, index, line = bad
+                    told = (f"qelvm: {count} of {rows} elements {'skipp' if fate == 'skip' else 'mark'}ed "
+                            f"(not a number), the first at index {index} (standard input:{line})\n")
+                    self.assertEqual(self.succeed("apply", *arguments, "--bad-rows", fate, stdin=data,
+                                                  errors=told), result)
+                    self.assertEqual(qelvm("apply", *arguments, "--bad-rows", fate, "--strict",
+                                           stdin=data), (1, result, told))
+            self.refuse("standard input:", "apply", *arguments, "--bad-rows", "stop", stdin=data)
+
+    def test_two_files_stay_side_by_side(self):
+        first = self.write("first", b"".join(b"x\n" if i == 20000 else b"%d\n" % i for i in range(40000)))
+        second = self.write("second", b"".join(b"?\n" if i in (9, 20000, 30000) else b"2\n"
+                                               for i in range(40000)))
+        result = self.succeed("apply", DIV, "-i", first, "--second-input", second, "--bad-rows", "skip",
+                              errors="qelvm: 3 of 40000 elements skipped (not a number), the first at "
+                                     "index 9 (second:10)\n")
+        self.same([float(line) for line in result.split()],
+                  [i / 2 for i in range(40000) if i not in (9, 20000, 30000)])
+
+    def test_report_nothing_else(self):
+        """A NaN in a bad row's place would be 1 to the power of nothing, or leave a domain."""
+        self.assertEqual(
+            self.succeed("apply", "Pow_64f_A53", "--second", "0", "--bad-rows", "mark", stdin=b"2\nx\n",
+                         errors="qelvm: 1 of 2 elements marked (not a number), the first at index 1 "
+                                "(standard input:2)\n"), b"1\nnan\n")
+
+    def test_what_is_no_row_still_ends_all(self):
+        for text, message in (b"1\r2\n", ":1: a carriage return"), (b"1\nx,\n", ":2: 2 fields, but"):
+            self.refuse("standard input" + message, "apply", INV, "--column", "1", "--no-header",
+                        "--bad-rows", "skip", stdin=text)
+        self.refuse("--bad-rows is for text and CSV", "apply", INV, "--format", "raw", "--bad-rows", "skip")
+        self.refuse("--bad-rows: ", "apply", INV, "--bad-rows", "keep")
 
 
 class Raw(ToolTest):
@@ -376,39 +517,82 @@ class Raw(ToolTest):
                           f"of element {size // width}\n", "apply", export, "--format", "raw",
                           stdin=b"\1" * size)
 
-    def test_in_place(self):
-        for name, path in ("r", "r"), ("r", "./link"), ("link", "r"):
-            content = self.raw("d", *range(1, 50000))
-            self.write("r", content)
-            os.path.islink("link") or os.symlink("r", "link")
-            self.refuse(f"{name}: is input and output; --in-place", "apply", INV, "--format", "raw",
-                      "--input", name, "--output", path)
+
+class InPlace(ToolTest):
+    RAW = ["apply", INV, "--format", "raw"]
+
+    def content(self, values):
+        return struct.pack("<49999d", *values)
+
+    @posix("links that need no rights")
+    def test_links(self):
+        content = self.content(range(1, 50000))
+        self.write("r", content)
+        os.symlink("r", "link")
+        os.link("r", "hard")
+        for name, path in ("r", "./link"), ("link", "r"), ("r", "hard"), ("hard", "link"):
+            self.refuse(f"{name}: is input and output; --in-place", *self.RAW, "--input", name,
+                        "--output", path)
             self.same(self.read("r"), content)
-        self.succeed("apply", INV, "--format", "raw", "-i", "r", "-o", "link", "--in-place")
-        inverses = self.raw("d", *[1 / x for x in range(1, 50000)])
-        self.same(self.read("r"), inverses)
+        self.succeed(*self.RAW, "-i", "r", "-o", "link", "--in-place")
+        self.same(self.read("r"), self.content(1 / x for x in range(1, 50000)))
         self.assertTrue(os.path.islink("link"))
-        self.succeed("apply", INV, "--format", "raw", "-i", "r", "--in-place")
-        self.assertEqual(self.read("r")[:8], self.raw("d", 1.0))
+
+    def test_a_file_is_replaced_only_when_that_is_asked_for(self):
+        for options, content, result in (
+            ([], b"2\n", b"0.5\n"),
+            (["--column", "x", "--result-column", "r"], b"x\n2\n", b"x,r\n2,0.5\n"),
+            (["--format", "raw"], self.content(range(1, 50000)),
+             self.content(1 / x for x in range(1, 50000))),
+        ):
+            with self.subTest(options):
+                self.write("r", content)
+                self.refuse("r: is input and output; --in-place", "apply", INV, *options, "-i", "r",
+                            "--output", "r")
+                self.same(self.read("r"), content)
+                self.succeed("apply", INV, *options, "-i", "r", "--in-place")
+                self.same(self.read("r"), result)
+                self.assertEqual(sorted(os.listdir()), ["old", "r"])
+
+    def test_wrong_usage(self):
+        self.write("r", b"")
         self.refuse("--in-place needs an --input file", "apply", INV, "--in-place")
         self.refuse("r: --in-place, but the output is another", "apply", INV, "-i", "r", "--in-place",
                     "--output", "old")
-        self.refuse("r: is input and output; --in-place", "apply", DIV, "--format", "raw", "-i", "old",
-                  "--second-input", "r", "--output", "r")
+        self.refuse("r: is input and output; --in-place", "apply", DIV, "-i", "old", "--second-input",
+                    "r", "--output", "r")
+        self.refuse(".: is not a regular file", "apply", INV, "-i", ".", "--in-place")
+
+    @posix("named pipes among files")
+    def test_pipe(self):
+        os.mkfifo("pipe")
+        self.refuse("pipe: is not a regular file", "apply", INV, "-i", "pipe", "--in-place")
 
 
 class Destination(ToolTest):
-    def test_replaces_a_file_and_keeps_its_mode_and_links(self):
-        self.write("t", b"2\n")
+    def test_replaces_another_file(self):
+        self.write("t", b"a longer text\n")
+        self.succeed("apply", INV, "-o", "t", stdin=b"2\n")
+        self.assertEqual((self.read("t"), os.listdir()), (b"0.5\n", ["t"]))
+
+    def test_names_in_any_script(self):
+        self.write("\u03b2 \u4e2d.txt", b"2\n")
+        self.succeed("apply", INV, "-i", "\u03b2 \u4e2d.txt", "-o", "\u00e9\u20ac.txt")
+        self.assertEqual(self.read("\u00e9\u20ac.txt"), b"0.5\n")
+
+    @posix("modes and links")
+    def test_keeps_mode_and_links(self):
+        self.write("t", b"5\n")
         os.chmod("t", 0o640)
         os.symlink("t", "link")
-        self.succeed("apply", INV, "-i", "t", "-o", "link")
+        self.succeed("apply", INV, "-o", "link", stdin=b"2\n")
         self.assertEqual((self.read("t"), os.path.islink("link"), sorted(os.listdir())),
                          (b"0.5\n", True, ["link", "t"]))
         self.assertEqual(stat.S_IMODE(os.stat("t").st_mode), 0o640)
-        subprocess.run(["sh", "-c", 'umask 027; "$0" apply "$@"', TOOL, INV, "-i", "t", "-o", "new"])
+        shell('umask 027; "$@"', "apply", INV, "-i", "t", "-o", "new")
         self.assertEqual((self.read("new"), stat.S_IMODE(os.stat("new").st_mode)), (b"2\n", 0o640))
 
+    @posix("/dev")
     def test_written_directly(self):
         for name in "/dev/stdout", "/dev/fd/1", "-":
             self.assertEqual(self.succeed("apply", INV, "-o", name, stdin=b"2\n"), b"0.5\n")
@@ -418,26 +602,63 @@ class Destination(ToolTest):
                 qelvm("apply", INV, "-o", name, stdin=b"2\n", stdout=log)
             self.assertEqual(self.read("log"), b"before\n0.5\n")
 
+    def test_null_device(self):
+        self.succeed("apply", INV, "-o", "NUL" if WINDOWS else "/dev/null", stdin=b"2\n")
+        self.assertEqual(os.listdir(), [])
+
     def test_cannot_be_written(self):
         self.refuse("none/x: cannot write: No such file", "apply", INV, "--output", "none/x", stdin=b"2\n")
         self.refuse(".: cannot write: Is a directory", "apply", INV, "--output", ".", stdin=b"2\n")
+
+    @posix("/dev/full")
+    def test_full(self):
         self.refuse("/dev/full: cannot write: No space", "apply", INV, "--output", "/dev/full", stdin=b"2\n")
         with open("/dev/full", "wb") as full:
-            for arguments in ["list"], ["eval", INV, "2"], ["apply", INV]:
+            for arguments in (["list"], ["list", "--json"], ["eval", INV, "2"], ["apply", INV], ["--help"],
+                              ["apply", "--help"], ["--version"]):
                 self.assertEqual(
                     qelvm(*arguments, stdin=b"2\n", stdout=full),
                     (2, None, "qelvm: standard output: cannot write: No space left on device\n"))
 
-    def test_closed_pipe(self):
-        with running("apply", INV, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
-                     stderr=subprocess.PIPE) as tool:
-            tool.stdout.close()
-            tool.stdin.write(b"2\n")
-            tool.stdin.close()
-            self.assertEqual(tool.stderr.read(),
-                             b"qelvm: standard output: cannot write: Broken pipe\n")
-        self.assertEqual(tool.returncode, 2)
+    @posix("links that need no rights")
+    def test_link_to_nothing(self):
+        os.symlink("none", "dangling")
+        os.symlink("loop", "loop")
+        for name in "dangling", "loop":
+            self.refuse(f"{name}: is a symbolic link to nothing", "apply", INV, "--output", name,
+                        stdin=b"2\n")
 
+    @posix("descriptors that a shell closes")
+    def test_closed_streams(self):
+        self.write("t", b"2\n")
+        self.write("w", b"12\n")
+        for arguments in ["--help"], ["list"], ["apply", INV, "-i", "t"]:
+            self.assertEqual(shell('"$@" >&-', *arguments),
+                             (2, b"", "qelvm: standard output: is not open for writing\n"))
+        self.assertEqual(shell('"$@" <&-', "apply", INV),
+                         (2, b"", "qelvm: standard input: is not open for reading\n"))
+        for full in "2>&-", "2>/dev/full":
+            self.assertEqual(shell(f'"$@" {full}', "frob")[0], 2)
+            self.assertEqual(shell(f'"$@" {full}', "apply", *SAME, "-i", "w"), (0, b"12\n", ""))
+            # The message must not get into the output, whose descriptor could be that of messages.
+            self.assertEqual(shell(f'"$@" {full}', "apply", *SAME, "-i", "w", "-o", "new")[0], 0)
+            self.assertEqual(self.read("new"), b"12\n")
+
+    @posix("SIGPIPE")
+    def test_closed_pipe(self):
+        for ignored, status, message in (
+            (False, -signal.SIGPIPE, b""),
+            (True, 2, b"qelvm: standard output: cannot write: Broken pipe\n"),
+        ):
+            with running("apply", INV, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                         stderr=subprocess.PIPE, restore_signals=not ignored) as tool:
+                tool.stdout.close()
+                tool.stdin.write(b"2\n")
+                tool.stdin.close()
+                self.assertEqual(tool.stderr.read(), message)
+            self.assertEqual(tool.returncode, status)
+
+    @posix("descriptors that append")
     def test_output_that_is_appended_to_the_input(self):
         self.write("t", b"2\n")
         with open("t", "ab") as end:
@@ -445,6 +666,7 @@ class Destination(ToolTest):
         self.assertEqual(done, (2, None, "qelvm: t: is input and output at once\n"))
         self.assertEqual(self.read("t"), b"2\n")
 
+    @posix("signals from outside")
     def test_signal_leaves_nothing(self):
         with running("apply", INV, "-o", "new", stdin=subprocess.PIPE) as tool:
             deadline = time.monotonic() + 10
@@ -454,8 +676,9 @@ class Destination(ToolTest):
             tool.send_signal(signal.SIGTERM)
         self.assertEqual((tool.returncode, os.listdir()), (-signal.SIGTERM, []))
 
+    @posix("terminal that a test can make")
     def test_progress_on_a_terminal_once_the_work_is_long(self):
-        control, terminal = pty.openpty()
+        control, terminal = os.openpty()
         quiet = {"stdin": subprocess.PIPE, "stdout": subprocess.DEVNULL}
         with running("apply", INV, **quiet, stderr=terminal) as tool, \
                 running("apply", INV, **quiet, stderr=subprocess.PIPE) as elsewhere:
