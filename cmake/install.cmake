@@ -16,10 +16,28 @@ install(FILES include/qelvm.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(WIN32)
   install(FILES ${PROJECT_BINARY_DIR}/src/qelvmpx.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
-# The guide with the tables and pictures that it and the header refer to.
-install(FILES LICENSE README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md"
-                                                                        PATTERN "*.svg")
+# What callers read: the guides, with the tables and pictures that they refer to, and the reference.
+install(FILES LICENSE docs/using.md docs/command-line.md docs/accuracy.md docs/every-float.md
+              docs/performance.md docs/mutations.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs/accuracy DESTINATION ${CMAKE_INSTALL_DOCDIR})
+find_program(DOXYGEN doxygen)
+mark_as_advanced(DOXYGEN)
+if(DOXYGEN AND PROJECT_IS_TOP_LEVEL)
+  file(READ docs/Doxyfile doxyfile)
+  # A reference with a warning of another version's is better than none.
+  file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/Doxyfile CONTENT
+       "${doxyfile}OUTPUT_DIRECTORY = \"${PROJECT_BINARY_DIR}\"\nWARN_AS_ERROR = NO\n")
+  file(GLOB pictures CONFIGURE_DEPENDS docs/accuracy/*.svg)
+  add_custom_command(
+    OUTPUT reference/index.html
+    COMMAND ${DOXYGEN} ${PROJECT_BINARY_DIR}/Doxyfile
+    WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
+    DEPENDS include/qelvm.h ${pictures} ${PROJECT_BINARY_DIR}/Doxyfile
+    COMMENT "Writing the reference of the header"
+    VERBATIM)
+  add_custom_target(reference_pages ALL DEPENDS reference/index.html)
+  install(DIRECTORY ${PROJECT_BINARY_DIR}/reference DESTINATION ${CMAKE_INSTALL_DOCDIR})
+endif()
 
 install(EXPORT qelvm-targets NAMESPACE qelvm:: DESTINATION ${package_dir})
 # The build tree serves as a package too: -Dqelvm_DIR=<build directory>.

@@ -3,7 +3,8 @@
 set(folders_note ${PROJECT_BINARY_DIR}/install_folders.txt)
 install(CODE "
   foreach(folder ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_INCLUDEDIR} ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-                 ${CMAKE_INSTALL_LIBDIR}/cmake/qelvm ${CMAKE_INSTALL_DOCDIR}/docs/accuracy
+                 ${CMAKE_INSTALL_LIBDIR}/cmake/qelvm ${CMAKE_INSTALL_DOCDIR}/accuracy
+                 ${CMAKE_INSTALL_DOCDIR}/reference/search
                  ${CMAKE_INSTALL_MANDIR}/man1
                  ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
     cmake_path(ABSOLUTE_PATH folder BASE_DIRECTORY \"\${CMAKE_INSTALL_PREFIX}\")

@@ -58,6 +58,24 @@ static_only() {
     with_pkg_config "$work/apart" && static_package only "$work/apart" qelvm::qelvmpx &&
     cmake --build "$tree" --target uninstall && [ ! -e "$work/apart" ] && [ ! -e "$work/alone" ]
 }
+# Nothing of another library is needed, and no other name is offered than by the shared library.
+archive_alone() {
+  local all=$work/all.o
+  ld -r --whole-archive "$prefix"/lib*/libqelvmpx.a -o "$all" &&
+    ! nm -u "$all" | grep -v _GLOBAL_OFFSET_TABLE_ &&
+    diff <(readelf -sW "$all" | awk '$5 == "GLOBAL" && $6 == "DEFAULT" && $7 != "UND" { print $8 }' | sort) \
+      <(nm -D --defined-only "$prefix"/lib*/libqelvmpx.so | awk '$2 != "A" { sub(/@.*/, "", $3); print $3 }' | sort)
+}
+documents() { # their links lead somewhere
+  local document link missing=0 folder=$prefix/share/doc/qelvm
+  for document in "$folder"/*.md; do
+    while read -r link; do
+      [ -e "$folder/$link" ] || { echo "${document##*/} links $link" && missing=1; }
+    done < <(grep -o '](\([^)#]*\)' "$document" | sed 's/^](//' | grep -v : | grep .)
+  done
+  [ -e "$folder/LICENSE" ] && [ -e "$folder/using.md" ] && [ "$missing" -eq 0 ] &&
+    { ! command -v doxygen > /dev/null || [ -e "$folder/reference/index.html" ]; }
+}
 tool_works() { "$prefix/bin/qelvm" eval Exp_64f_A53 1 | grep -q 2.718281828459045; }
 nothing_left() {
   cmake --build "$build" --target uninstall
@@ -77,6 +95,8 @@ step "pkg-config" with_pkg_config "$prefix"
 step "pkg-config, static" with_pkg_config "$prefix" -Wl,-Bstatic
 step "CMake package, static" static_package static "$prefix" qelvm::static
 step "static only" static_only
+step "archive" archive_alone
+step "documents" documents
 step "installed tool" tool_works
 step "example by itself" cmake -G Ninja -S "$source/examples/misra1a" -B "$work/example" \
   -DCMAKE_PREFIX_PATH="$prefix"
