@@ -1,8 +1,8 @@
 // What the square and cube roots and their reciprocals share: the rule of their tables, the third
-// of an exponent, the row that is nearest to a significand, the slow path.
+// of an exponent, the row that is nearest to a significand.
 #pragma once
 
-#include "core/call_frame.hpp"
+#include "core/floating_point.hpp"
 #include "stages/inverse_root.hpp"
 
 namespace qelvm {
@@ -28,25 +28,6 @@ QELVM_INLINE constexpr ExponentThird<IntegerOf<V>> thirdOfExponent(const V& x) {
   const IntegerOf<V> field = exponentField(x); // the bias is 3 times 341
   const IntegerOf<V> third = field / 3;
   return {third - 341, field - third * 3};
-}
-
-/// Everything that is not ordinary. `Kernel` has
-///   bool ofNegative             of a negative argument too: a cube root
-///   bool reciprocal
-///   double ofSubnormal(x)       the result for a subnormal x of its domain
-template <class Kernel, class Element>
-QelStatus exceptionalRoot(const Stored<Element>& source, Stored<Element>& result) {
-  const Element x = source;
-  if (!Kernel::ofNegative && signBit(x) && !isZero(x) && !isNan(x)) {
-    result = static_cast<Element>(invalid());
-    return qelStatusDomain;
-  }
-  if (isZero(x) || isInfiniteOrNan(x)) {
-    result = Kernel::reciprocal ? Element{1} / x : x + x;
-    return Kernel::reciprocal && isZero(x) ? qelStatusSingularity : qelStatusOk;
-  }
-  result = static_cast<Element>(Kernel::ofSubnormal(static_cast<double>(x)));
-  return qelStatusOk;
 }
 
 } // namespace

@@ -83,8 +83,4 @@ struct InverseTangent {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Atanh, 32f, A11, qelvm::InverseTangent)
-QELVM_ONE_SOURCE(Atanh, 32f, A21, qelvm::InverseTangent)
-QELVM_ONE_SOURCE(Atanh, 32f, A24, qelvm::InverseTangent)
-QELVM_ONE_SOURCE(Atanh, 64f, A50, qelvm::InverseTangent)
-QELVM_ONE_SOURCE(Atanh, 64f, A53, qelvm::InverseTangent)
+QELVM_ONE_SOURCE(Atanh, InverseTangent, InverseTangent, InverseTangent)

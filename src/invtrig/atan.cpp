@@ -75,8 +75,4 @@ struct ArcTangent {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Atan, 32f, A11, qelvm::ArcTangent)
-QELVM_ONE_SOURCE(Atan, 32f, A21, qelvm::ArcTangent)
-QELVM_ONE_SOURCE(Atan, 32f, A24, qelvm::ArcTangent)
-QELVM_ONE_SOURCE(Atan, 64f, A50, qelvm::ArcTangent)
-QELVM_ONE_SOURCE(Atan, 64f, A53, qelvm::ArcTangent)
+QELVM_ONE_SOURCE(Atan, ArcTangent, ArcTangent, ArcTangent)

@@ -171,8 +171,4 @@ struct ArcTangentOfTwo {
 } // namespace
 } // namespace qelvm
 
-QELVM_TWO_SOURCES(Atan2, 32f, A11, qelvm::ArcTangentOfTwo)
-QELVM_TWO_SOURCES(Atan2, 32f, A21, qelvm::ArcTangentOfTwo)
-QELVM_TWO_SOURCES(Atan2, 32f, A24, qelvm::ArcTangentOfTwo)
-QELVM_TWO_SOURCES(Atan2, 64f, A50, qelvm::ArcTangentOfTwo)
-QELVM_TWO_SOURCES(Atan2, 64f, A53, qelvm::ArcTangentOfTwo)
+QELVM_TWO_SOURCES(Atan2, ArcTangentOfTwo, ArcTangentOfTwo, ArcTangentOfTwo)
