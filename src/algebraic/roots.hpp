@@ -8,8 +8,7 @@
 namespace qelvm {
 namespace {
 
-/// round(32 (m - 1)), 0 to 32, for a significand m in [1, 2): the row of a table whose steps are
-/// centred on their entries.
+/// round(32 (m - 1)), 0 to 32, for m in [1, 2): the row of a table centred on its entries.
 template <class V>
 QELVM_INLINE constexpr IntegerOf<V> nearestThirtySecond(const V& m) {
   constexpr double shifter = 0x1.000000000002p47; // 2^47 + 1: its last place is 1/32
@@ -19,8 +18,7 @@ QELVM_INLINE constexpr IntegerOf<V> nearestThirtySecond(const V& m) {
 /// x = m 2^(3 quotient + remainder) with m in [1, 2) and remainder 0, 1 or 2, for a normal x.
 template <class I>
 struct ExponentThird {
-  I quotient;
-  I remainder;
+  I quotient, remainder;
 };
 
 template <class V>

@@ -50,6 +50,7 @@ struct ArcTangent {
     const DoubleDoubleOf<V> uHi = splitHiLo(u.hi, split26Bits);
     const Reciprocal<V> inverse({uHi.hi, (sLow + u.lo) + uHi.lo});
 
+    // Sums of its own: those of quotient() in stages/reciprocal.hpp would give other bits.
     const V main =
         (dHi.hi * inverse.seed + inverse.correction * dHi.hi) + dHi.lo * inverse.correction;
     const DoubleDoubleOf<V> q = fastTwoSum(main, inverse.seed * dHi.lo);
