@@ -16,6 +16,7 @@
 // below 0.503 ulp, 0.50214 seen at 0x1.37c1baa209606p+2 after a search of 10^10 arguments next to
 // midpoints.
 
+#include "algebraic/exceptional_root.hpp"
 #include "algebraic/roots.hpp"
 #include "core/export.hpp"
 
@@ -114,8 +115,4 @@ struct CubeRoot {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Cbrt, 32f, A11, qelvm::CubeRoot)
-QELVM_ONE_SOURCE(Cbrt, 32f, A21, qelvm::CubeRoot)
-QELVM_ONE_SOURCE(Cbrt, 32f, A24, qelvm::CubeRoot)
-QELVM_ONE_SOURCE(Cbrt, 64f, A50, qelvm::CubeRoot)
-QELVM_ONE_SOURCE(Cbrt, 64f, A53, qelvm::CubeRoot)
+QELVM_ONE_SOURCE(Cbrt, CubeRoot, CubeRoot, CubeRoot)

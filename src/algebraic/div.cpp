@@ -62,8 +62,4 @@ struct DivSingle {
 } // namespace
 } // namespace qelvm
 
-QELVM_TWO_SOURCES(Div, 32f, A11, qelvm::DivSingle)
-QELVM_TWO_SOURCES(Div, 32f, A21, qelvm::DivSingle)
-QELVM_TWO_SOURCES(Div, 32f, A24, qelvm::DivSingle)
-QELVM_TWO_SOURCES(Div, 64f, A50, qelvm::DivDouble)
-QELVM_TWO_SOURCES(Div, 64f, A53, qelvm::DivDouble)
+QELVM_TWO_SOURCES(Div, DivSingle, DivDouble, DivDouble)

@@ -33,8 +33,4 @@ struct Reciprocal {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Inv, 32f, A11, qelvm::Reciprocal)
-QELVM_ONE_SOURCE(Inv, 32f, A21, qelvm::Reciprocal)
-QELVM_ONE_SOURCE(Inv, 32f, A24, qelvm::Reciprocal)
-QELVM_ONE_SOURCE(Inv, 64f, A50, qelvm::Reciprocal)
-QELVM_ONE_SOURCE(Inv, 64f, A53, qelvm::Reciprocal)
+QELVM_ONE_SOURCE(Inv, Reciprocal, Reciprocal, Reciprocal)

@@ -16,6 +16,7 @@
 // together below 2^-64; the last place of a result in [1/2, 1] is 2^-53: below 0.502 ulp, 0.50109
 // seen at 0x1.0c31a5f6dc54ep+92.
 
+#include "algebraic/exceptional_root.hpp"
 #include "algebraic/roots.hpp"
 #include "core/export.hpp"
 
@@ -86,8 +87,4 @@ struct InverseSquareRoot {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(InvSqrt, 32f, A11, qelvm::InverseSquareRoot)
-QELVM_ONE_SOURCE(InvSqrt, 32f, A21, qelvm::InverseSquareRoot)
-QELVM_ONE_SOURCE(InvSqrt, 32f, A24, qelvm::InverseSquareRoot)
-QELVM_ONE_SOURCE(InvSqrt, 64f, A50, qelvm::InverseSquareRoot)
-QELVM_ONE_SOURCE(InvSqrt, 64f, A53, qelvm::InverseSquareRoot)
+QELVM_ONE_SOURCE(InvSqrt, InverseSquareRoot, InverseSquareRoot, InverseSquareRoot)

@@ -1,15 +1,14 @@
 // What the square and cube roots and their reciprocals share: the rule of their tables, the third
-// of an exponent, the row that is nearest to a significand, the slow path.
+// of an exponent, the row that is nearest to a significand.
 #pragma once
 
-#include "core/call_frame.hpp"
+#include "core/floating_point.hpp"
 #include "stages/inverse_root.hpp"
 
 namespace qelvm {
 namespace {
 
-/// round(32 (m - 1)), 0 to 32, for a significand m in [1, 2): the row of a table whose steps are
-/// centred on their entries.
+/// round(32 (m - 1)), 0 to 32, for m in [1, 2): the row of a table centred on its entries.
 template <class V>
 QELVM_INLINE constexpr IntegerOf<V> nearestThirtySecond(const V& m) {
   constexpr double shifter = 0x1.000000000002p47; // 2^47 + 1: its last place is 1/32
@@ -19,8 +18,7 @@ QELVM_INLINE constexpr IntegerOf<V> nearestThirtySecond(const V& m) {
 /// x = m 2^(3 quotient + remainder) with m in [1, 2) and remainder 0, 1 or 2, for a normal x.
 template <class I>
 struct ExponentThird {
-  I quotient;
-  I remainder;
+  I quotient, remainder;
 };
 
 template <class V>
@@ -28,25 +26,6 @@ QELVM_INLINE constexpr ExponentThird<IntegerOf<V>> thirdOfExponent(const V& x) {
   const IntegerOf<V> field = exponentField(x); // the bias is 3 times 341
   const IntegerOf<V> third = field / 3;
   return {third - 341, field - third * 3};
-}
-
-/// Everything that is not ordinary. `Kernel` has
-///   bool ofNegative             of a negative argument too: a cube root
-///   bool reciprocal
-///   double ofSubnormal(x)       the result for a subnormal x of its domain
-template <class Kernel, class Element>
-QelStatus exceptionalRoot(const Stored<Element>& source, Stored<Element>& result) {
-  const Element x = source;
-  if (!Kernel::ofNegative && signBit(x) && !isZero(x) && !isNan(x)) {
-    result = static_cast<Element>(invalid());
-    return qelStatusDomain;
-  }
-  if (isZero(x) || isInfiniteOrNan(x)) {
-    result = Kernel::reciprocal ? Element{1} / x : x + x;
-    return Kernel::reciprocal && isZero(x) ? qelStatusSingularity : qelStatusOk;
-  }
-  result = static_cast<Element>(Kernel::ofSubnormal(static_cast<double>(x)));
-  return qelStatusOk;
 }
 
 } // namespace

@@ -14,6 +14,7 @@
 // samples and for the 200,000 arguments whose roots come closest to midpoints between doubles, to
 // 2^-55 ulp.
 
+#include "algebraic/exceptional_root.hpp"
 #include "algebraic/roots.hpp"
 #include "core/export.hpp"
 
@@ -77,8 +78,4 @@ struct SquareRoot {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Sqrt, 32f, A11, qelvm::SquareRoot)
-QELVM_ONE_SOURCE(Sqrt, 32f, A21, qelvm::SquareRoot)
-QELVM_ONE_SOURCE(Sqrt, 32f, A24, qelvm::SquareRoot)
-QELVM_ONE_SOURCE(Sqrt, 64f, A50, qelvm::SquareRoot)
-QELVM_ONE_SOURCE(Sqrt, 64f, A53, qelvm::SquareRoot)
+QELVM_ONE_SOURCE(Sqrt, SquareRoot, SquareRoot, SquareRoot)

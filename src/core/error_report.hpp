@@ -1,5 +1,4 @@
-// The report that an exceptional element makes after its default result is stored: it raises the
-// IEEE exception flag that belongs to the status.
+// The report of an exceptional element, once its default result is stored: the flag of its status.
 #pragma once
 
 #include "qelvm.h"
@@ -8,7 +7,8 @@
 
 namespace qelvm {
 
-/// One event, built on the stack of reportElementError. Only `status` has a reader.
+/// One event, built on the stack of reportElementError. Only `status` is read; the rest is formed
+/// so that another handler could take raiseFloatingException's place and no kernel would change.
 struct QelErrorReport {
   QelStatus status;
   std::int32_t elementIndex;

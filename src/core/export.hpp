@@ -1,8 +1,11 @@
-// One line per export: its family, type, class and kernel, by the shape of its argument list.
+// One line per family: the kernels of its five exports, by the shape of their argument list.
 //
-// Each export has its own tag type, and tables are variable templates on the tag: so each export
-// owns its copies, in the binary too, while the text stands once. A kernel is a template on the
-// tag.
+// An export stands alone: its kernel and its tables are its own, in the binary too, so that nothing
+// done to one touches another. Each has a tag type; kernels are templates on the tag and tables
+// variable templates on it: the text stands once, and every export owns its copies. For the same
+// reason the headers of stages and subjects are in an anonymous namespace: what they define is part
+// of the source that includes them, and no linker merges it with another's. (core/ and
+// reduce_trig_argument.hpp are not: their types pass between sources.)
 #pragma once
 
 #include "core/call_frame.hpp"
@@ -10,50 +13,39 @@
 
 #include <cstdint>
 
-#define QELVM_ELEMENT_32f float
-#define QELVM_ELEMENT_64f double
+// A family, and the kernels (in namespace qelvm) of 32f, 64f_A50 and 64f_A53:
+// QELVM_ONE_SOURCE(Exp, ExpA53, ExpA50, ExpA53)
+#define QELVM_ONE_SOURCE(...)                                                                      \
+  QELVM_EXPORTS(QELVM_SRC_DST, (sources(src), destinations(dst), length), __VA_ARGS__)
+#define QELVM_TWO_SOURCES(...)                                                                     \
+  QELVM_EXPORTS(QELVM_SRC_SRC_DST, (sources(src1, src2), destinations(dst), length), __VA_ARGS__)
+#define QELVM_SOURCE_AND_SCALAR(...)                                                               \
+  QELVM_EXPORTS(QELVM_SRC_SCALAR_DST, (sources(src), destinations(dst), length, scalar),           \
+                __VA_ARGS__)
+#define QELVM_TWO_DESTINATIONS(...)                                                                \
+  QELVM_EXPORTS(QELVM_SRC_DST_DST, (sources(src), destinations(dst1, dst2), length), __VA_ARGS__)
 
-/// (src, dst, length)
-#define QELVM_ONE_SOURCE(family, type, accuracy, Kernel)                                           \
-  QELVM_EXPORT(family, type, accuracy, Kernel,                                                     \
-               (QELVM_SOURCE(type, src), QELVM_DESTINATION(type, dst), std::int32_t length),       \
-               (src), (dst), length)
+#define QELVM_SRC_DST(T) const T *src, T *dst, std::int32_t length
+#define QELVM_SRC_SRC_DST(T) const T *src1, const T *src2, T *dst, std::int32_t length
+#define QELVM_SRC_SCALAR_DST(T) const T *src, T scalar, T *dst, std::int32_t length
+#define QELVM_SRC_DST_DST(T) const T *src, T *dst1, T *dst2, std::int32_t length
 
-/// (src1, src2, dst, length)
-#define QELVM_TWO_SOURCES(family, type, accuracy, Kernel)                                          \
-  QELVM_EXPORT(family, type, accuracy, Kernel,                                                     \
-               (QELVM_SOURCE(type, src1), QELVM_SOURCE(type, src2), QELVM_DESTINATION(type, dst),  \
-                std::int32_t length),                                                              \
-               (src1, src2), (dst), length)
+#define QELVM_EXPORTS(parameters, arguments, family, Single, Fast, Accurate)                       \
+  QELVM_EXPORT(family##_32f_A11, float, Single, parameters, arguments)                             \
+  QELVM_EXPORT(family##_32f_A21, float, Single, parameters, arguments)                             \
+  QELVM_EXPORT(family##_32f_A24, float, Single, parameters, arguments)                             \
+  QELVM_EXPORT(family##_64f_A50, double, Fast, parameters, arguments)                              \
+  QELVM_EXPORT(family##_64f_A53, double, Accurate, parameters, arguments)
 
-/// (src, scalar by value, dst, length)
-#define QELVM_SOURCE_AND_SCALAR(family, type, accuracy, Kernel)                                    \
-  QELVM_EXPORT(family, type, accuracy, Kernel,                                                     \
-               (QELVM_SOURCE(type, src), QELVM_ELEMENT_##type scalar,                              \
-                QELVM_DESTINATION(type, dst), std::int32_t length),                                \
-               (src), (dst), length, scalar)
-
-/// (src, dst1, dst2, length)
-#define QELVM_TWO_DESTINATIONS(family, type, accuracy, Kernel)                                     \
-  QELVM_EXPORT(family, type, accuracy, Kernel,                                                     \
-               (QELVM_SOURCE(type, src), QELVM_DESTINATION(type, dst1),                            \
-                QELVM_DESTINATION(type, dst2), std::int32_t length),                               \
-               (src), (dst1, dst2), length)
-
-#define QELVM_SOURCE(type, name) const QELVM_ELEMENT_##type* name
-#define QELVM_DESTINATION(type, name) QELVM_ELEMENT_##type* name
-
-/// The tag and the definition; after the array lists come the length and the kernel's scalars.
-#define QELVM_EXPORT(family, type, accuracy, Kernel, parameters, sourceList, destinationList, ...) \
+#define QELVM_EXPORT(name, T, Kernel, parameters, arguments)                                       \
   namespace qelvm {                                                                                \
   namespace {                                                                                      \
-  struct family##_##type##_##accuracy {                                                            \
-    using Element = QELVM_ELEMENT_##type;                                                          \
+  struct name {                                                                                    \
+    using Element = T;                                                                             \
   };                                                                                               \
   }                                                                                                \
   }                                                                                                \
-  extern "C" QELVM_API QelStatus QELVM_CALL qels##family##_##type##_##accuracy parameters {        \
-    using Export = qelvm::family##_##type##_##accuracy;                                            \
-    return qelvm::call<Export, Kernel<Export>>(qelvm::sources sourceList,                          \
-                                               qelvm::destinations destinationList, __VA_ARGS__);  \
+  extern "C" QELVM_API QelStatus QELVM_CALL qels##name(parameters(T)) {                            \
+    using namespace qelvm;                                                                         \
+    return call<name, Kernel<name>> arguments;                                                     \
   }

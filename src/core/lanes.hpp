@@ -21,8 +21,7 @@
 
 namespace qelvm {
 
-/// f(0, 1, ..., N - 1), each argument a constant in a type of its own: a pack of indices, with
-/// which a loop is unrolled by pack expansion.
+/// f(0, 1, ..., N - 1), each a constant of its own type: unrolls a loop by pack expansion.
 template <int N, class F>
 QELVM_INLINE constexpr decltype(auto) withIndices(F f) {
   return [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE->decltype(auto) {

@@ -96,8 +96,4 @@ private:
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Erf, 32f, A11, qelvm::ErfKernel)
-QELVM_ONE_SOURCE(Erf, 32f, A21, qelvm::ErfKernel)
-QELVM_ONE_SOURCE(Erf, 32f, A24, qelvm::ErfKernel)
-QELVM_ONE_SOURCE(Erf, 64f, A50, qelvm::ErfKernel)
-QELVM_ONE_SOURCE(Erf, 64f, A53, qelvm::ErfKernel)
+QELVM_ONE_SOURCE(Erf, ErfKernel, ErfKernel, ErfKernel)

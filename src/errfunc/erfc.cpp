@@ -226,8 +226,4 @@ private:
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Erfc, 32f, A11, qelvm::ErfcKernel)
-QELVM_ONE_SOURCE(Erfc, 32f, A21, qelvm::ErfcKernel)
-QELVM_ONE_SOURCE(Erfc, 32f, A24, qelvm::ErfcKernel)
-QELVM_ONE_SOURCE(Erfc, 64f, A50, qelvm::ErfcKernel)
-QELVM_ONE_SOURCE(Erfc, 64f, A53, qelvm::ErfcKernel)
+QELVM_ONE_SOURCE(Erfc, ErfcKernel, ErfcKernel, ErfcKernel)

@@ -176,8 +176,4 @@ using ExpA53 = Exponential<Export, ExpLong>;
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Exp, 32f, A11, qelvm::ExpA53)
-QELVM_ONE_SOURCE(Exp, 32f, A21, qelvm::ExpA53)
-QELVM_ONE_SOURCE(Exp, 32f, A24, qelvm::ExpA53)
-QELVM_ONE_SOURCE(Exp, 64f, A50, qelvm::ExpA50)
-QELVM_ONE_SOURCE(Exp, 64f, A53, qelvm::ExpA53)
+QELVM_ONE_SOURCE(Exp, ExpA53, ExpA50, ExpA53)

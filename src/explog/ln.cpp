@@ -53,8 +53,4 @@ using LnA53 = TableLogarithm<Export, NaturalTable>;
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Ln, 32f, A11, qelvm::LnA53)
-QELVM_ONE_SOURCE(Ln, 32f, A21, qelvm::LnA53)
-QELVM_ONE_SOURCE(Ln, 32f, A24, qelvm::LnA53)
-QELVM_ONE_SOURCE(Ln, 64f, A50, qelvm::LnA50)
-QELVM_ONE_SOURCE(Ln, 64f, A53, qelvm::LnA53)
+QELVM_ONE_SOURCE(Ln, LnA53, LnA50, LnA53)

@@ -81,8 +81,4 @@ using Log10A53 = TableLogarithm<Export, DecimalTable>;
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Log10, 32f, A11, qelvm::Log10A53)
-QELVM_ONE_SOURCE(Log10, 32f, A21, qelvm::Log10A53)
-QELVM_ONE_SOURCE(Log10, 32f, A24, qelvm::Log10A53)
-QELVM_ONE_SOURCE(Log10, 64f, A50, qelvm::Log10A50)
-QELVM_ONE_SOURCE(Log10, 64f, A53, qelvm::Log10A53)
+QELVM_ONE_SOURCE(Log10, Log10A53, Log10A50, Log10A53)

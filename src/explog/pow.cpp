@@ -51,8 +51,4 @@ struct PowKernel {
 } // namespace
 } // namespace qelvm
 
-QELVM_TWO_SOURCES(Pow, 32f, A11, qelvm::PowKernel)
-QELVM_TWO_SOURCES(Pow, 32f, A21, qelvm::PowKernel)
-QELVM_TWO_SOURCES(Pow, 32f, A24, qelvm::PowKernel)
-QELVM_TWO_SOURCES(Pow, 64f, A50, qelvm::PowKernel)
-QELVM_TWO_SOURCES(Pow, 64f, A53, qelvm::PowKernel)
+QELVM_TWO_SOURCES(Pow, PowKernel, PowKernel, PowKernel)

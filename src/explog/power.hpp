@@ -98,7 +98,8 @@ struct Log2 {
 
 /// log2(a 2^scale), a positive and normal. Three multiplications by tabulated reciprocals bring the
 /// significand m to L = log2 e cut to 23 bits, within 2^-16; their rounding errors are all in E,
-/// the exact difference between the last product and m times the product of the reciprocals.
+/// the exact difference between the last product and m times the product of the reciprocals. (The
+/// one table of reduceLogarithm would leave too few bits for y log2 a.)
 template <class Export, class V>
 QELVM_INLINE Log2<V> log2Of(const V& a, std::int32_t scale) {
   constexpr double L = 0x1.715474p0;

@@ -54,8 +54,4 @@ private:
 } // namespace
 } // namespace qelvm
 
-QELVM_SOURCE_AND_SCALAR(Powx, 32f, A11, qelvm::PowxKernel)
-QELVM_SOURCE_AND_SCALAR(Powx, 32f, A21, qelvm::PowxKernel)
-QELVM_SOURCE_AND_SCALAR(Powx, 32f, A24, qelvm::PowxKernel)
-QELVM_SOURCE_AND_SCALAR(Powx, 64f, A50, qelvm::PowxKernel)
-QELVM_SOURCE_AND_SCALAR(Powx, 64f, A53, qelvm::PowxKernel)
+QELVM_SOURCE_AND_SCALAR(Powx, PowxKernel, PowxKernel, PowxKernel)

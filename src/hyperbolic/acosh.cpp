@@ -71,8 +71,4 @@ struct InverseCosine {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Acosh, 32f, A11, qelvm::InverseCosine)
-QELVM_ONE_SOURCE(Acosh, 32f, A21, qelvm::InverseCosine)
-QELVM_ONE_SOURCE(Acosh, 32f, A24, qelvm::InverseCosine)
-QELVM_ONE_SOURCE(Acosh, 64f, A50, qelvm::InverseCosine)
-QELVM_ONE_SOURCE(Acosh, 64f, A53, qelvm::InverseCosine)
+QELVM_ONE_SOURCE(Acosh, InverseCosine, InverseCosine, InverseCosine)

@@ -65,8 +65,4 @@ struct InverseSine {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Asinh, 32f, A11, qelvm::InverseSine)
-QELVM_ONE_SOURCE(Asinh, 32f, A21, qelvm::InverseSine)
-QELVM_ONE_SOURCE(Asinh, 32f, A24, qelvm::InverseSine)
-QELVM_ONE_SOURCE(Asinh, 64f, A50, qelvm::InverseSine)
-QELVM_ONE_SOURCE(Asinh, 64f, A53, qelvm::InverseSine)
+QELVM_ONE_SOURCE(Asinh, InverseSine, InverseSine, InverseSine)

@@ -27,14 +27,6 @@ QELVM_INLINE DoubleDoubleOf<V> onePlus(const V& a) {
   return {part.hi, sum.lo + part.lo};
 }
 
-/// n / d, both with leading parts of 26 bits.
-template <class V>
-QELVM_INLINE DoubleDoubleOf<V> quotient(const DoubleDoubleOf<V>& n, const DoubleDoubleOf<V>& d) {
-  const Reciprocal<V> inverse(d);
-  return fastTwoSum(n.hi * inverse.seed,
-                    n.lo * inverse.seed + (n.hi * inverse.correction + n.lo * inverse.correction));
-}
-
 template <class Export>
 struct InverseTangent {
   using Element = typename Export::Element;
@@ -45,7 +37,8 @@ struct InverseTangent {
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
     const V a = magnitude(x);
-    return copySign(naturalLogarithm<Export>(quotient(onePlus(a), onePlus(-a))) * 0.5, x);
+    const DoubleDoubleOf<V> q = quotient(onePlus(a), Reciprocal<V>(onePlus(-a)));
+    return copySign(naturalLogarithm<Export>(fastTwoSum(q.hi, q.lo)) * 0.5, x);
   }
 
   static bool isInSecondRange(Element x) {
@@ -83,8 +76,4 @@ struct InverseTangent {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Atanh, 32f, A11, qelvm::InverseTangent)
-QELVM_ONE_SOURCE(Atanh, 32f, A21, qelvm::InverseTangent)
-QELVM_ONE_SOURCE(Atanh, 32f, A24, qelvm::InverseTangent)
-QELVM_ONE_SOURCE(Atanh, 64f, A50, qelvm::InverseTangent)
-QELVM_ONE_SOURCE(Atanh, 64f, A53, qelvm::InverseTangent)
+QELVM_ONE_SOURCE(Atanh, InverseTangent, InverseTangent, InverseTangent)

@@ -110,8 +110,4 @@ using CoshA53 = HyperbolicCosine<Export, CoshLong>;
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Cosh, 32f, A11, qelvm::CoshA53)
-QELVM_ONE_SOURCE(Cosh, 32f, A21, qelvm::CoshA53)
-QELVM_ONE_SOURCE(Cosh, 32f, A24, qelvm::CoshA53)
-QELVM_ONE_SOURCE(Cosh, 64f, A50, qelvm::CoshA50)
-QELVM_ONE_SOURCE(Cosh, 64f, A53, qelvm::CoshA53)
+QELVM_ONE_SOURCE(Cosh, CoshA53, CoshA50, CoshA53)

@@ -7,7 +7,7 @@
 namespace qelvm {
 namespace {
 
-/// ln((m + low) 2^k), 1 <= m < 2.
+/// ln((m + low) 2^k), 1 <= m < 2; the trailing parts in another order than Ln's, with other bits.
 template <class Export, class V, class... Low>
 QELVM_INLINE V naturalLogarithm(const V& m, const IntegerOf<V>& k, const Low&... low) {
   const LogarithmSum<V> sum = reduceLogarithm<Export, NaturalLogarithm>(m, k, low...);

@@ -136,8 +136,4 @@ using SinhA53 = HyperbolicSine<Export, SinhLong>;
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Sinh, 32f, A11, qelvm::SinhA53)
-QELVM_ONE_SOURCE(Sinh, 32f, A21, qelvm::SinhA53)
-QELVM_ONE_SOURCE(Sinh, 32f, A24, qelvm::SinhA53)
-QELVM_ONE_SOURCE(Sinh, 64f, A50, qelvm::SinhA50)
-QELVM_ONE_SOURCE(Sinh, 64f, A53, qelvm::SinhA53)
+QELVM_ONE_SOURCE(Sinh, SinhA53, SinhA50, SinhA53)

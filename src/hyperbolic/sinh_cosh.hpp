@@ -65,8 +65,7 @@ QELVM_INLINE V longExp(const V& r, const DoubleDoubleOf<V>& power) {
 /// b = e^(-n ln2/64) / 2 = 2^((64 - j)/64) down. Exact products.
 template <class V>
 struct HalfScales {
-  V up;
-  V down;
+  V up, down;
 
   QELVM_INLINE explicit HalfScales(const IntegerOf<V>& m)
       : up(withExponent(m + 1022, 0.0)), down(withExponent(1021 - m, 0.0)) {}
@@ -90,8 +89,7 @@ QELVM_INLINE HalfPowers<V> halfPowers(const ExpReduced<V>& reduced) {
 /// cosh r - 1 and sinh r - r, from the polynomial of e^r - 1 - r.
 template <class V>
 struct ExpTailParts {
-  V even;
-  V odd;
+  V even, odd;
 };
 
 template <class Polynomial, class V>

@@ -77,8 +77,4 @@ struct TanhKernel {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Tanh, 32f, A11, qelvm::TanhKernel)
-QELVM_ONE_SOURCE(Tanh, 32f, A21, qelvm::TanhKernel)
-QELVM_ONE_SOURCE(Tanh, 32f, A24, qelvm::TanhKernel)
-QELVM_ONE_SOURCE(Tanh, 64f, A50, qelvm::TanhKernel)
-QELVM_ONE_SOURCE(Tanh, 64f, A53, qelvm::TanhKernel)
+QELVM_ONE_SOURCE(Tanh, TanhKernel, TanhKernel, TanhKernel)

@@ -58,8 +58,4 @@ struct Arccosine {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Acos, 32f, A11, qelvm::Arccosine)
-QELVM_ONE_SOURCE(Acos, 32f, A21, qelvm::Arccosine)
-QELVM_ONE_SOURCE(Acos, 32f, A24, qelvm::Arccosine)
-QELVM_ONE_SOURCE(Acos, 64f, A50, qelvm::Arccosine)
-QELVM_ONE_SOURCE(Acos, 64f, A53, qelvm::Arccosine)
+QELVM_ONE_SOURCE(Acos, Arccosine, Arccosine, Arccosine)

@@ -6,8 +6,7 @@
 namespace qelvm {
 namespace {
 
-/// arctan b as hi + lo, hi to 26 bits: row 0 for b = 0, then for the centre b of each half-binade
-/// from 1/8 to 2^54.
+/// arctan b as hi + lo, hi to 26 bits: b = 0, then the centres of half-binades from 1/8 to 2^54.
 inline constexpr int arctanRows = 115;
 template <class Export>
 QELVM_TABLE DoubleDouble arctanTable[arctanRows] = {

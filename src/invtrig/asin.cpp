@@ -53,8 +53,4 @@ struct Arcsine {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Asin, 32f, A11, qelvm::Arcsine)
-QELVM_ONE_SOURCE(Asin, 32f, A21, qelvm::Arcsine)
-QELVM_ONE_SOURCE(Asin, 32f, A24, qelvm::Arcsine)
-QELVM_ONE_SOURCE(Asin, 64f, A50, qelvm::Arcsine)
-QELVM_ONE_SOURCE(Asin, 64f, A53, qelvm::Arcsine)
+QELVM_ONE_SOURCE(Asin, Arcsine, Arcsine, Arcsine)

@@ -51,6 +51,7 @@ struct ArcTangent {
     const DoubleDoubleOf<V> uHi = splitHiLo(u.hi, split26Bits);
     const Reciprocal<V> inverse({uHi.hi, (sLow + u.lo) + uHi.lo});
 
+    // Sums of its own: those of quotient() in stages/reciprocal.hpp would give other bits.
     const V main =
         (dHi.hi * inverse.seed + inverse.correction * dHi.hi) + dHi.lo * inverse.correction;
     const DoubleDoubleOf<V> q = fastTwoSum(main, inverse.seed * dHi.lo);
@@ -76,8 +77,4 @@ struct ArcTangent {
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Atan, 32f, A11, qelvm::ArcTangent)
-QELVM_ONE_SOURCE(Atan, 32f, A21, qelvm::ArcTangent)
-QELVM_ONE_SOURCE(Atan, 32f, A24, qelvm::ArcTangent)
-QELVM_ONE_SOURCE(Atan, 64f, A50, qelvm::ArcTangent)
-QELVM_ONE_SOURCE(Atan, 64f, A53, qelvm::ArcTangent)
+QELVM_ONE_SOURCE(Atan, ArcTangent, ArcTangent, ArcTangent)

@@ -59,37 +59,26 @@ QELVM_INLINE DoubleDoubleOf<V> addProduct(const V& a, const V& b, const V& c) {
   return {sumHi.hi, (product.lo + sum.lo) + sumHi.lo};
 }
 
-/// n / d, n as hi + lo with hi to 26 bits, as an exact product and a rest.
+/// The arctangent of a quotient, hi rounded and lo the rest, with a tail that belongs to it.
 template <class V>
-struct Quotient {
-  V product;
-  V rest;
-
-  QELVM_INLINE Quotient(const DoubleDoubleOf<V>& n, const Reciprocal<V>& inverse) {
-    product = n.hi * inverse.seed;
-    rest = (n.hi * inverse.correction + n.lo * inverse.correction) + n.lo * inverse.seed;
-  }
-
-  /// The arctangent, hi rounded and lo the rest, with a tail that belongs to the quotient.
-  QELVM_INLINE DoubleDoubleOf<V> arctangent(const V& tail) const {
-    const DoubleDoubleOf<V> t = fastTwoSum(product, rest);
-    const DoubleDoubleOf<V> tHi = splitHiLo(t.hi, split26Bits);
-    const V tLo = t.lo + tHi.lo;
-    const DoubleDoubleOf<V> tailHi = splitHiLo(tail, split26Bits);
-    const DoubleDoubleOf<V> sum = twoSum(tailHi.hi * tHi.hi, tHi.hi);
-    const V products = (tailHi.lo * tLo + tailHi.hi * tLo) + tailHi.lo * tHi.hi;
-    return {sum.hi, products + (tLo + sum.lo)};
-  }
-};
+QELVM_INLINE DoubleDoubleOf<V> arctangentOf(const DoubleDoubleOf<V>& quotient, const V& tail) {
+  const DoubleDoubleOf<V> t = fastTwoSum(quotient.hi, quotient.lo);
+  const DoubleDoubleOf<V> tHi = splitHiLo(t.hi, split26Bits);
+  const V tLo = t.lo + tHi.lo;
+  const DoubleDoubleOf<V> tailHi = splitHiLo(tail, split26Bits);
+  const DoubleDoubleOf<V> sum = twoSum(tailHi.hi * tHi.hi, tHi.hi);
+  const V products = (tailHi.lo * tLo + tailHi.hi * tLo) + tailHi.lo * tHi.hi;
+  return {sum.hi, products + (tLo + sum.lo)};
+}
 
 /// arctan b + arctan((y - b x) / (x + b y)), where row 0 takes the square from the plain quotient.
 template <class Export, class V>
 QELVM_INLINE DoubleDoubleOf<V> ratioAngle(const Ratio<V>& ratio, const IntegerOf<V>& row) {
   const V b = arctanCentre(ratio.quotient, row);
   const Reciprocal<V> inverse(addProduct(ratio.x, b, ratio.y));
-  const Quotient<V> t(addProduct(ratio.y, -b, ratio.x), inverse);
-  const V root = selectWhereZero(row, ratio.quotient, t.product + t.rest);
-  const DoubleDoubleOf<V> angle = t.arctangent(arctanTail(root * root));
+  const DoubleDoubleOf<V> t = quotient(addProduct(ratio.y, -b, ratio.x), inverse);
+  const V root = selectWhereZero(row, ratio.quotient, t.hi + t.lo);
+  const DoubleDoubleOf<V> angle = arctangentOf(t, arctanTail(root * root));
   const DoubleDoubleOf<V> sum =
       twoSum(angle.hi, lookUp(arctanTable<Export>, row, &DoubleDouble::hi));
   return {sum.hi, (angle.lo + sum.lo) + lookUp(arctanTable<Export>, row, &DoubleDouble::lo)};
@@ -171,8 +160,4 @@ struct ArcTangentOfTwo {
 } // namespace
 } // namespace qelvm
 
-QELVM_TWO_SOURCES(Atan2, 32f, A11, qelvm::ArcTangentOfTwo)
-QELVM_TWO_SOURCES(Atan2, 32f, A21, qelvm::ArcTangentOfTwo)
-QELVM_TWO_SOURCES(Atan2, 32f, A24, qelvm::ArcTangentOfTwo)
-QELVM_TWO_SOURCES(Atan2, 64f, A50, qelvm::ArcTangentOfTwo)
-QELVM_TWO_SOURCES(Atan2, 64f, A53, qelvm::ArcTangentOfTwo)
+QELVM_TWO_SOURCES(Atan2, ArcTangentOfTwo, ArcTangentOfTwo, ArcTangentOfTwo)

@@ -1,5 +1,5 @@
-// What the exponential and the hyperbolic sine and cosine share: the reduction of the argument by
-// ln2/64 and the polynomials of e^r.
+// The reduction of an argument by ln2/64 and the polynomials of e^r. The tables of 2^(j/64) are the
+// families': each needs its powers in words of its own, which are other bits.
 #pragma once
 
 #include "core/floating_point.hpp"

@@ -1,4 +1,4 @@
-// The rule of every table of reciprocal roots.
+// The rule of all tables of reciprocal roots; their bits differ as the kernels' exact products do.
 #pragma once
 
 #include <cstdint>

@@ -24,8 +24,4 @@ using CosineKernel = TrigKernel<Export, Cosine<Export>>;
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Cos, 32f, A11, qelvm::CosineKernel)
-QELVM_ONE_SOURCE(Cos, 32f, A21, qelvm::CosineKernel)
-QELVM_ONE_SOURCE(Cos, 32f, A24, qelvm::CosineKernel)
-QELVM_ONE_SOURCE(Cos, 64f, A50, qelvm::CosineKernel)
-QELVM_ONE_SOURCE(Cos, 64f, A53, qelvm::CosineKernel)
+QELVM_ONE_SOURCE(Cos, CosineKernel, CosineKernel, CosineKernel)

@@ -23,8 +23,4 @@ using SineKernel = TrigKernel<Export, Sine<Export>>;
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Sin, 32f, A11, qelvm::SineKernel)
-QELVM_ONE_SOURCE(Sin, 32f, A21, qelvm::SineKernel)
-QELVM_ONE_SOURCE(Sin, 32f, A24, qelvm::SineKernel)
-QELVM_ONE_SOURCE(Sin, 64f, A50, qelvm::SineKernel)
-QELVM_ONE_SOURCE(Sin, 64f, A53, qelvm::SineKernel)
+QELVM_ONE_SOURCE(Sin, SineKernel, SineKernel, SineKernel)

@@ -26,8 +26,4 @@ using SineAndCosineKernel = TrigKernel<Export, SineAndCosine<Export>>;
 } // namespace
 } // namespace qelvm
 
-QELVM_TWO_DESTINATIONS(SinCos, 32f, A11, qelvm::SineAndCosineKernel)
-QELVM_TWO_DESTINATIONS(SinCos, 32f, A21, qelvm::SineAndCosineKernel)
-QELVM_TWO_DESTINATIONS(SinCos, 32f, A24, qelvm::SineAndCosineKernel)
-QELVM_TWO_DESTINATIONS(SinCos, 64f, A50, qelvm::SineAndCosineKernel)
-QELVM_TWO_DESTINATIONS(SinCos, 64f, A53, qelvm::SineAndCosineKernel)
+QELVM_TWO_DESTINATIONS(SinCos, SineAndCosineKernel, SineAndCosineKernel, SineAndCosineKernel)

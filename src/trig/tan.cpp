@@ -120,8 +120,4 @@ using TangentKernel = TrigKernel<Export, Tangent<Export>>;
 } // namespace
 } // namespace qelvm
 
-QELVM_ONE_SOURCE(Tan, 32f, A11, qelvm::TangentKernel)
-QELVM_ONE_SOURCE(Tan, 32f, A21, qelvm::TangentKernel)
-QELVM_ONE_SOURCE(Tan, 32f, A24, qelvm::TangentKernel)
-QELVM_ONE_SOURCE(Tan, 64f, A50, qelvm::TangentKernel)
-QELVM_ONE_SOURCE(Tan, 64f, A53, qelvm::TangentKernel)
+QELVM_ONE_SOURCE(Tan, TangentKernel, TangentKernel, TangentKernel)

@@ -30,7 +30,7 @@ QELVM_INLINE TrigArgument<Lanes<2>> reducedArgument(const Lanes<2>& x) {
   return {reduced.quadrant, reduced.remainder.hi, reduced.remainder.lo};
 }
 
-/// x itself, inexact unless it is zero: the sine or tangent of a tiny argument.
+/// x itself, inexact unless zero (never underflow, unlike unchangedButInexact): a tiny sine.
 inline double tinyTrigResult(double x) {
   return isZero(x) ? x : (x * 0x1p55 - x) * 0x1p-55;
 }
