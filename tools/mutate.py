@@ -250,8 +250,8 @@ def main():
             kind, path, number, line, changed = mutation
             tally[kind, test or "nothing"] += 1
             missed += test is None
-            place = f"{path.relative_to(ROOT)}:{number + 1}"
-            print(f"{test or 'NOT CAUGHT':10} {kind:15} {place:40} {changed.strip()}", flush=True)
+            print(f"{test or 'NOT CAUGHT':10} {kind:15} {path.relative_to(ROOT)}: {line.strip()}\n"
+                  f"{'':27}becomes {changed.strip()}", flush=True)
     tests = sorted({test for _, test in tally})
     print("\n| kind | " + " | ".join(tests) + " |\n|---" + "|---" * len(tests) + "|")
     for kind in sorted({kind for kind, _ in tally}):

@@ -110,5 +110,10 @@ told = set(re.findall(r"`(\w+)`", said[1])) if said else set()
 expect("README.md: the sentence 'A loop ... is faster than `64f_A53` in ...' should name "
        f"{', '.join(sorted(slower))}, below 0.95 in docs/performance.md", told == slower)
 
+# Places that the table of mutations names by their text.
+for file, texts in re.findall(r"`([\w/]+\.[ch]pp)`: ([^|;]*(?:;`[^|;]*)?)", read("docs/mutations.md")):
+    for text in re.findall(r"`([^`]+)`", texts):
+        expect(f"docs/mutations.md: src/{file} has no '{text}' any more", text in read(f"src/{file}"))
+
 print(f"{passed} passed, {failed} failed")
 sys.exit(failed != 0)
