@@ -220,7 +220,9 @@ windows_tests() {
     directory=$build_root/$platform
     check_platform "$platform" "$directory" src/qelvmpx.dll tests/library_checks.exe \
       "$processor-w64-mingw32-" wine -- --toolchain "cmake/mingw-$processor.cmake" \
-      -DQELVM_EXAMPLES=ON
+      -DQELVM_EXAMPLES=ON -DQELVM_TOOL=ON
+    check "$platform tool" python3 tests/cli/cli_test.py "$directory/src/qelvm.exe" \
+      "$directory/tests/cli/cli_stand_in.dll" wine || true
     WINEPATH=$directory/src
     check "$platform example" wine "$directory/examples/misra1a/misra1a.exe" \
       examples/misra1a/misra1a.dat || true

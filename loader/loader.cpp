@@ -89,13 +89,16 @@ std::string statusName(QelStatus status) {
 #ifdef _WIN32
 
 namespace {
-std::filesystem::path fromUtf8(const std::string& path) {
-  return std::u8string(path.begin(), path.end());
+/// Searched for where it is a mere name; otherwise in full, since a path that begins here is
+/// searched for as well.
+std::filesystem::path loadable(const std::string& name) {
+  const std::filesystem::path path = std::u8string(name.begin(), name.end());
+  return path.has_parent_path() ? std::filesystem::absolute(path).make_preferred() : path;
 }
 } // namespace
 
 Library::Library(const std::string& path)
-    : path_(path), handle_(LoadLibraryW(fromUtf8(path).make_preferred().c_str())) {
+    : path_(path), handle_(LoadLibraryW(loadable(path).c_str())) {
   if (handle_ == nullptr)
     throw std::runtime_error("cannot load " + path + ": error " + std::to_string(GetLastError()));
 }

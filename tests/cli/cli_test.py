@@ -620,6 +620,24 @@ class Destination(ToolTest):
                     qelvm(*arguments, stdin=b"2\n", stdout=full),
                     (2, None, "qelvm: standard output: cannot write: No space left on device\n"))
 
+    @unittest.skipUnless("QELVM_TEST_DISK" in os.environ, "no disk that notes what is asked of it")
+    def test_is_on_the_disk_before_it_has_its_name(self):
+        def run(fails):
+            environment = {**os.environ, "LD_PRELOAD": os.environ["QELVM_TEST_DISK"],
+                           "DISK_LOG": "log", "DISK_FAILS": fails}
+            return subprocess.run([TOOL, "apply", INV, "-o", "new"], input=b"2\n", env=environment,
+                                  stderr=subprocess.PIPE, timeout=20)
+
+        self.write("new", b"old\n")
+        failed = run("file")
+        self.assertEqual((failed.returncode, failed.stderr),
+                         (2, b"qelvm: new: cannot write: Input/output error\n"))
+        self.assertEqual((self.read("log"), self.read("new")), (b"sync file\n", b"old\n"))
+        self.write("log", b"")
+        self.assertEqual(run("none").returncode, 0)
+        self.assertEqual((self.read("log"), self.read("new")),
+                         (b"sync file\nrename to new\nsync folder\n", b"0.5\n"))
+
     @posix("links that need no rights")
     def test_link_to_nothing(self):
         os.symlink("none", "dangling")
