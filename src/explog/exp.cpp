@@ -6,8 +6,7 @@
 //
 // Table: 2^(j/64), 64 rows; A50 rounded to double, the others with the rest relative to it.
 //
-// Polynomial: e^r - 1 - r, of degree 5 (A50) or 6; it is off by at most 2^-59.3 or 2^-70.2 over the
-// interval (tools/bounds/exp.sollya).
+// Polynomial: e^r - 1 - r, of degree 5 (A50) or 6 (explog/exp_reduction.hpp).
 //
 // Ranges: the ordinary elements have a normal result, well away from overflow; near overflow and
 // below the normal range the same steps run with their own scalings, off the main road.
@@ -16,8 +15,8 @@
 // polynomial comes to 2.01 ulp if all are worst at once; 1.936 seen at 0x1.43ae3417766ap+9. In A53
 // and 32f all but the last sum stays below 2^-6.5; for a significand s < 2 and u = 2^-61 the
 // roundings of r, of r + q and of the sum with lo cost s u each, that of the product 2 u, together
-// less than 8 u = 2^-6 ulp; lo meets 1 instead of e^r, and lo (e^r - 1) is up to 2^-8.5 ulp. They are
-// not worst together: below 0.518 ulp, 0.517008 seen at 0x1.4ec56e4b9908p+9.
+// less than 8 u = 2^-6 ulp; lo meets 1 instead of e^r, and lo (e^r - 1) is up to 2^-8.5 ulp. They
+// are not worst together: below 0.518 ulp, 0.517008 seen at 0x1.4ec56e4b9908p+9.
 
 #include "core/export.hpp"
 #include "explog/exp_reduction.hpp"
