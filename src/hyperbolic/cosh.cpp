@@ -6,8 +6,8 @@
 //
 // Table: 2^(j/64), 65 rows; A50 rounded to double, the others in two words.
 //
-// Polynomial: that of e^r, of degree 5 (A50) or 6, in its even and odd parts; off by 2^-59.3 or
-// 2^-70.2 (tools/bounds/exp.sollya).
+// Polynomial: that of e^r, of degree 5 (A50) or 6, in its even and odd parts
+// (stages/exp_reduction.hpp).
 //
 // Ranges: below 2^-53 the result is one; from 31 ln 2 on e^-x is below 2^-62 of e^x and is left
 // out. From 710 on the power of two is applied in two steps, on the slow path.
