@@ -78,6 +78,8 @@ step "pkg-config, static" with_pkg_config "$prefix" -Wl,-Bstatic
 step "CMake package, static" static_package static "$prefix" qelvm::static
 step "static only" static_only
 step "installed tool" tool_works
+step "manual and completion" ls "$prefix/share/man/man1/qelvm.1" \
+  "$prefix/share/bash-completion/completions/qelvm"
 step "example by itself" cmake -G Ninja -S "$source/examples/misra1a" -B "$work/example" \
   -DCMAKE_PREFIX_PATH="$prefix"
 step "uninstall" nothing_left
