@@ -20,10 +20,12 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parent.parent
 SCRIPTS = ROOT / "tools/polynomials"
+COMMON = [ROOT / "tools/tables/power_of_two.sollya", SCRIPTS / "common.sollya"]
 SKIPPED = 77
 
 COMMENT = re.compile(
-    r"^([ \t]*)// (Polynomial|Constants) (\w+):((?:.|\n[ \t]*//)*?)\((tools/[\w/]+\.sollya)\)\.$", re.M)
+    r"^([ \t]*)// (Polynomial|Constants) (\w+):((?:.|\n[ \t]*//)*?)"
+    r"\((tools/[\w/]+\.sollya)\)\.$", re.M)
 BEGINNING = re.compile(r"^[ \t]*// (?:Polynomial|Constants) \w+:", re.M)
 TYPE = r"(?:double|DoubleDouble|Step)"
 DECLARATION = re.compile(
@@ -109,7 +111,7 @@ class Source:
                       "the comment does not end with '(tools/...sollya).'")
 
     def below(self, comment):
-        """The declarations between a comment and the next, one after another: (name, initialiser)."""
+        """The declarations right below a comment: (name, initialiser)."""
         found, position = [], comment.end()
         end = min((other.start() for other in self.comments if other.start() > position),
                   default=len(self.code))
@@ -142,7 +144,7 @@ class Source:
             sollya_name = name + "_" if name in RESERVED else name
             if sollya_name not in words:
                 if "{" in body:
-                    raise Malformed(f"{name} stands below the comment, but the script does not use it")
+                    raise Malformed(f"the script does not use {name}")
                 continue
             if name in known:
                 raise Malformed(f"{name} is declared twice")
@@ -161,9 +163,10 @@ class Source:
 
 
 def run(prelude, script):
+    common = "".join(path.read_text() for path in COMMON)
     done = subprocess.run(
-        ["sollya"], input=prelude + (SCRIPTS / "common.sollya").read_text() + script + "quit;\n",
-        capture_output=True, text=True, timeout=600, check=False)
+        ["sollya"], input=prelude + common + script + "quit;\n", capture_output=True,
+        text=True, timeout=600, check=False)
     origin, bounds = "given", []
     for line in (done.stdout + done.stderr).splitlines():
         if line.startswith("origin: "):
