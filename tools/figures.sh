@@ -56,7 +56,7 @@ EOF
   sed -n '/^## Where the time goes/,$p' docs/performance.md
 }
 
-# rows TABLE FAMILY: that family's rows, measured again.
+# rows TABLE FAMILY: that family's rows, measured again; what a failure says on standard error.
 rows() {
   if [ "$1" = accuracy ]; then
     "$build/tests/accuracy" "$build/src/libqelvmpx.so.5" --exports "$2_64f" --plots docs/accuracy
@@ -64,19 +64,21 @@ rows() {
       --climb $((inputs / 5)) --peers --markdown
   else
     "$build/bench/qelvm_bench" --benchmark_filter="^$2_"
-  fi | grep -F "| \`$2_"
+  fi | awk -v row="| \`$2_" 'index($0, row) == 1 { print; next } /^FAILED/ { print > "/dev/stderr" }'
 }
 
 # replace TABLE FAMILY: the document with these rows in the place of the old ones; new ones last in
 # their table.
 replace() {
-  rows "$1" "$2" | awk -v family="| \`$2_" '
+  local new
+  new=$(rows "$1" "$2")
+  awk -v family="| \`$2_" '
     function print_new() { for (i = 1; i <= count; i++) print new[i]; count = 0 }
     NR == FNR { new[++count] = $0; next }
     index($0, family) == 1 { print_new(); next }
     /^$/ && in_table && !known { print_new() }
     { in_table = /^\|/; print }
-  ' known="$(grep -cF "| \`$2_" "docs/$1.md")" - "docs/$1.md"
+  ' known="$(grep -cF "| \`$2_" "docs/$1.md")" - "docs/$1.md" <<< "$new"
 }
 
 table=${1:-} family=
@@ -84,6 +86,7 @@ case ${2:-} in [A-Z]*) family=$2 && shift ;; esac
 inputs=${2:-1000000}
 case $table in
 accuracy | performance)
+  trap 'rm -f "docs/$table.md.new"' EXIT
   if [ -n "$family" ]; then replace "$table" "$family"; else "$table" "$inputs"; fi > "docs/$table.md.new"
   mv "docs/$table.md.new" "docs/$table.md"
   ;;

@@ -79,8 +79,10 @@ for name, bound, largest in re.findall(
            float(bound) == float(of))
     expect(f"docs/accuracy.md: {name} was off by {largest}, beyond its bound {of}",
            float(largest) <= max(float(of), 0.50005))
-expect(f"docs/accuracy.md: no row for some export of {sorted(bounds)}",
-       {name.split("_")[0] for name in seen} == set(bounds))
+for table, found in (("accuracy", seen), ("performance", set(re.findall(
+        r"^\| `(\w+)` \|", read("docs/performance.md"), re.M)))):
+    missing = set(bounds) ^ {name.split("_")[0] for name in found}
+    expect(f"docs/{table}.md: the rows of {sorted(missing)} (tools/figures.sh {table} FAMILY)", not missing)
 
 # Every float: the counts, the arguments, and what the README says of them.
 every = read("docs/every-float.md")
