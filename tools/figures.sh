@@ -78,6 +78,7 @@ replace() {
     index($0, family) == 1 { print_new(); next }
     /^$/ && in_table && !known { print_new() }
     { in_table = /^\|/; print }
+    END { print_new() }
   ' known="$(grep -cF "| \`$2_" "docs/$1.md")" - "docs/$1.md" <<< "$new"
 }
 
