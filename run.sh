@@ -8,10 +8,9 @@ cd "$(dirname "$(readlink -f "$0")")"
 . tools/setup.sh
 
 require_packages "${build_packages[@]}" >&2
-options=()
-# The directory is shared with test.sh; what that has switched on stays on.
-[ -e "$build_root/linux/CMakeCache.txt" ] || options=(-DQELVM_TESTS=OFF -DQELVM_BENCH=OFF)
-build "$build_root/linux" -DQELVM_TOOL=ON -DQELVM_EXAMPLES=ON "${options[@]}" >&2
+# The folder is shared with test.sh; what that has switched on stays on.
+first_options=(-DQELVM_TESTS=OFF -DQELVM_BENCH=OFF)
+build "$build_root/linux" -DQELVM_TOOL=ON -DQELVM_EXAMPLES=ON >&2
 qelvm=$build_root/linux/apps/qelvm/qelvm
 
 if [ $# -gt 0 ]; then

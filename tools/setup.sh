@@ -65,6 +65,9 @@ lock_build() {
   flock -n "$build_lock" || { say "waiting for another build in $directory" && flock "$build_lock"; }
 }
 
+# CMake options for a folder that is not configured yet; one that is keeps what it has.
+first_options=()
+
 # build DIRECTORY [--target NAME...] CMAKE_OPTIONS...: configures and builds, quietly but for a line
 # every 15 seconds; shows the log if that fails.
 build() {
@@ -81,6 +84,9 @@ build() {
       grep -qxF "CMAKE_CACHEFILE_DIR:INTERNAL=$directory" "$directory/CMakeCache.txt"; }; then
     say "$directory was made for another place: configured anew"
     fresh=(--fresh)
+  fi
+  if [ ${#fresh[@]} -gt 0 ] || ! [ -e "$directory/CMakeCache.txt" ]; then
+    set -- "${first_options[@]}" "$@"
   fi
   if ! : > "$log"; then
     exec {build_lock}>&-
