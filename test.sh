@@ -127,8 +127,8 @@ check_platform() {
 
 base_tests() {
   require_packages "${build_packages[@]}" "${test_packages[@]}"
+  require_packages "${fit_packages[@]}" || say "no Sollya"
   if $platforms; then
-    require_packages "${fit_packages[@]}" || say "no Sollya"
     set -- -C Fits "$@" # also what takes minutes: the fits of the tables
   fi
   say "building"

@@ -185,7 +185,6 @@ public:
     }
   }
 
-  bool hasResult(std::size_t i) const { return rows_[i] == Row::Result; }
   std::span<const Row> all() const { return rows_; }
 
 private:
@@ -228,11 +227,11 @@ std::uint64_t run(Block<T>& block, const Streams<T>& streams, BadRows badRows, W
     rows.addBad(*streams.reader, 0);
     if (streams.secondReader)
       readSecond(streams, block.sources()[1], rows);
-    // A block's status tells of one element only; most blocks have none to tell of.
+    // A block's status tells of one element only; most blocks have none to tell of. A bad row's NaN
+    // is never reported.
     if (block.call(count) != qelStatusOk)
       for (std::size_t i = 0; i < count; ++i)
-        if (rows.hasResult(i))
-          warnings.add(block.statusOf(i), elements + i, [&] { return streams.reader->place(i); });
+        warnings.add(block.statusOf(i), elements + i, [&] { return streams.reader->place(i); });
     streams.writer->write(block.results(), rows.all());
     elements += count;
     progress.update(elements);

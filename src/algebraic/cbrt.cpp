@@ -6,9 +6,9 @@
 // and its product with the leading part of m are exact.
 //
 // Polynomial: with e = 1 - m T^3, |e| <= 2^-5, the root of m is m T^2 (1 + e Q), Q = 2/3 + P, P of
-// degree 11 in e; e Q is (1 - e)^(-2/3) - 1 to 2^-64.7 (tools/bounds/roots.sollya). The leading
-// parts of 2/3 + P, of its products with e and m T^2 and of 2^(remainder/3) are kept apart, so that
-// only parts below 2^-9 of the result are rounded before the last sum.
+// degree 11 in e; e Q is (1 - e)^(-2/3) - 1. The leading parts of 2/3 + P, of its products with e
+// and m T^2 and of 2^(remainder/3) are kept apart, so that only parts below 2^-9 of the result are
+// rounded before the last sum.
 //
 // Ranges: normal arguments are ordinary; subnormal ones are scaled by 2^300 first.
 //
@@ -34,6 +34,8 @@ template <class Export>
 QELVM_TABLE auto cbrtSeeds = tabulate<32>(cbrtSeed);
 
 /// 2^(rem/3), the leading parts to 26 bits.
+// Constants cbrt_powers: rounded; off by 2^-79.98 (relative)
+// (tools/polynomials/cbrt_powers.sollya).
 template <class Export>
 QELVM_TABLE DoubleDouble cbrtPowers[3] = {
     {1.0, 0.0},
@@ -44,6 +46,8 @@ QELVM_TABLE DoubleDouble cbrtPowers[3] = {
 /// cbrt(x) 2^adjustment for a normal x of either sign.
 template <class Export, class V>
 QELVM_INLINE V cubeRoot(const V& x, std::int32_t adjustment) {
+  // Polynomial cbrt: given; off by 2^-64.71 (absolute) for -1/32 <= e <= 0.01373
+  // (tools/polynomials/cbrt.sollya).
   constexpr DoubleDouble twoThirds = {0x1.5555555555555p-1, 0x1.5555555555555p-55};
   static constexpr double c[] = {
       0x1.1c71c71c71c72p-1, // 5/9, 40/81, 110/243, ...: (1 - e)^(-2/3) from e^2 on, fitted

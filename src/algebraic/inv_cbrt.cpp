@@ -6,9 +6,8 @@
 // with the leading part of y are exact.
 //
 // Polynomial: with e = 1 - y R^3, |e| < 2^-5.4, the result is R (1 + third e + thirdRest e + p), p
-// of degree 8 in e; the last two are (1 - e)^(-1/3) - 1 - third e to 2^-59.95 where R > 0.78 and to
-// 2^-59.66 elsewhere (tools/bounds/roots.sollya). R and the product of its leading parts with the
-// short third are added exactly.
+// of degree 8 in e; the last two are (1 - e)^(-1/3) - 1 - third e, more closely where R > 0.78. R
+// and the product of its leading parts with the short third are added exactly.
 //
 // Ranges: elements that are normal doubles are ordinary; subnormal ones are scaled by 2^90 first.
 //
@@ -36,6 +35,8 @@ QELVM_TABLE auto invCbrtSeeds = tabulate<97>(invCbrtSeed);
 /// 2^adjustment / cbrt(x) for a normal x of either sign.
 template <class Export, class V>
 QELVM_INLINE V inverseCubeRoot(const V& x, std::int32_t adjustment) {
+  // Polynomial inv_cbrt: given; off by 2^-59.95 (absolute) for -0.0171 <= e <= 0.01983 and 2^-59.66
+  // (absolute) for -0.02357 <= e <= 0.0218 (tools/polynomials/inv_cbrt.sollya).
   static constexpr double c[] = {
       0x1.c71c71c71c7c6p-3, // 2/9, 14/81, 35/243, ...: (1 - e)^(-1/3) from e^2 on, fitted
       0x1.61f9add3d926ep-3, 0x1.26fabb82a92c1p-3, 0x1.ff4c2cad96dcp-4,

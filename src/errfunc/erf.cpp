@@ -4,8 +4,8 @@
 // are such products; from there to 5.92 one of 22 polynomials, each fitted over a quarter of a
 // binade (stages/quarter_binades.hpp); beyond, one.
 //
-// Rows: off by at most 2^-60.1 of the function (row 20, the limit of its degree), the others by
-// 2^-64, row by row in erf_rows.inc; the series by 2^-69.9 (tools/bounds/tanh_erf.sollya).
+// Rows: off row by row as in erf_rows.inc, row 20, the limit of its degree, far more than the
+// others.
 //
 // Error: the cube in the series is rounded twice, and a^2/3 < 2^-7.5 of that reaches the result, up
 // to 0.0104 ulp if both are worst. On the intervals only the last sum rounds by more than 2^-8 ulp,
@@ -17,6 +17,8 @@
 namespace qelvm {
 namespace {
 
+// Polynomial erf_rows: fit; off by 2^-60.18 (relative), worst in row 20
+// (tools/tables/erf_rows.sollya).
 template <class Export>
 QELVM_TABLE double erfRows[22 * quarterBinadeRowLength] = {
 #define QELVM_ERF_ROW(...) __VA_ARGS__,
@@ -50,6 +52,8 @@ struct ErfKernel {
   /// c1 a + c3 a^3 + a^5 s(a^2)
   template <class V>
   QELVM_INLINE static V computeSecondRange(const V& x) {
+    // Polynomial erf: given; off by 2^-69.92 (relative) for 0 <= a <= 1/8
+    // (tools/polynomials/erf.sollya).
     constexpr DoubleDouble c3 = {-0x1.8127468p-2, -0x1.81bcf35cfdb21p-29}; // -2/(3 sqrt(pi))
     static constexpr double s[] = {0x1.ce2f21a042b41p-4, -0x1.b82ce31247c36p-6,
                                    0x1.565bcc4d1d139p-8, -0x1.c02b6e14edcedp-11,

@@ -2,8 +2,7 @@
 //
 // Polynomials: 20 rows by the exponent of (1 + |x|)^4, evaluated in double-words down from the
 // fifth degree; up to |x| = 2^1.5 - 1 they give erfc itself, beyond erfc(a) e^(a^2), which hardly
-// varies. They are off by at most 2^-70.2 (row 5: 2^-64.2) of the function; row by row in
-// erfc_rows.inc.
+// varies. They are off row by row as in erfc_rows.inc, row 5 far more than the others.
 //
 // Gaussian: -a^2 = n ln2/64 + r, n = 64 m + j; e^(-a^2) = 2^m 2^(j/64) e^r, with a^2, r, e^r - 1
 // and the power in double-words. For negative x the result is 2 - erfc(|x|).
@@ -27,6 +26,8 @@ namespace {
 /// A row: -c; d0 to d5 as pairs, hi before lo; f6 to f15.
 inline constexpr int erfcRowLength = 23;
 
+// Polynomial erfc_rows: fit; off by 2^-64.22 (relative), worst in row 5
+// (tools/tables/erfc_rows.sollya).
 template <class Export>
 QELVM_TABLE double erfcRows[20 * erfcRowLength] = {
 #define QELVM_ERFC_ROW(...) __VA_ARGS__,

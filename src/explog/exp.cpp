@@ -6,8 +6,7 @@
 //
 // Table: 2^(j/64), 64 rows; A50 rounded to double, the others with the rest relative to it.
 //
-// Polynomial: e^r - 1 - r, of degree 5 (A50) or 6; it is off by at most 2^-59.3 or 2^-70.2 over the
-// interval (tools/bounds/exp.sollya).
+// Polynomial: e^r - 1 - r, of degree 5 (A50) or 6 (stages/exp_reduction.hpp).
 //
 // Ranges: the ordinary elements have a normal result, well away from overflow; near overflow and
 // where it is subnormal the same steps run with their own scalings, on the slow path.

@@ -6,10 +6,10 @@
 // Table (A53 and 32f): 65 reciprocals of 11 bits and their logarithms in two words, of which the
 // first, like that of ln 2, is a multiple of 2^-42: they and the leading part of u sum exactly.
 //
-// Polynomial: A50, 7 terms in s^2, off by 2^-59.1 in ln m; the others, degree 9 in u, off by
-// 2^-70.5 (tools/bounds/logarithms.sollya).
+// Polynomial: A50, 7 terms in s^2 (explog/logarithm.hpp); the others, degree 9 in u
+// (explog/table_logarithm.hpp).
 //
-// Ranges (A53 and 32f): within 5/512 of one the same polynomial in x - 1, off by 2^-69.2.
+// Ranges (A53 and 32f): within 5/512 of one the same polynomial in x - 1.
 //
 // Error: A50 is worst where k ln 2, in one word and rounded, is in the binade above the result:
 // below 1.6 ulp, 1.522 seen at 0x1.6c57e7de381a9p+2 in 10^9 arguments. A53 is worst just above

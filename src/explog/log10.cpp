@@ -7,7 +7,7 @@
 // Table (A53 and 32f): the first words of the logarithms and of log10 2 are multiples of 2^-42.
 //
 // Polynomial: A50 as in the natural logarithm, then one-word log10 2 and log10 e; the others,
-// degree 8 in v, off by 2^-66.6, of which 2^-70.2 near one (tools/bounds/logarithms.sollya).
+// degree 8 in v.
 //
 // Ranges (A53 and 32f): within 3/512 of one, v = c (x - 1).
 //
@@ -26,6 +26,8 @@ namespace {
 struct DecimalSeries {
   template <class V>
   QELVM_INLINE static V combine(const V& k, const V& g) {
+    // Constants log10_words: rounded; off by 2^-55.13 (relative)
+    // (tools/polynomials/log10_words.sollya).
     constexpr double log10Of2 = 0x1.34413509f79ffp-2;
     constexpr double log10OfE = 0x1.bcb7b1526e50ep-2;
     return k * log10Of2 + g * log10OfE;
@@ -41,6 +43,7 @@ QELVM_TABLE LogarithmRow log10Rows[65] = {
 
 struct DecimalTable {
   static constexpr double c = 0x1.bcp-2;
+  // Constants log10_2: rounded; off by 2^-99.74 (relative) (tools/polynomials/log10_2.sollya).
   static constexpr double log2Hi = 0x1.34413509f8p-2; // log10 2, 38 bits
   static constexpr double log2Lo = -0x1.80433b83b532ap-44;
   static constexpr double splitShifter = 0x1p23; // to a multiple of 2^-29: 30 bits
@@ -54,6 +57,8 @@ struct DecimalTable {
   /// (log10(1 + v/c) - v) / v
   template <class V>
   QELVM_INLINE static V polynomial(const V& v) {
+    // Polynomial log10: given; off by 2^-70.19 (absolute) for |v| <= c*3/512 and 2^-66.62
+    // (absolute) for |v| <= c*3/256 (tools/polynomials/log10.sollya).
     static constexpr double a[] = {
         0x1.a7a6cbf2e4107p-10, -0x1.27af2dc77b115p+0, 0x1.c6a02dc963a31p+0, -0x1.8930964d42479p+1,
         0x1.6ab9f7b1efe5cp+2,  -0x1.5c90e698cfb68p+3, 0x1.58992e1b1aa78p+4, -0x1.5b3214e75eea2p+5};

@@ -55,6 +55,8 @@ struct SeriesLogarithm {
   template <class V>
   QELVM_INLINE static V logarithm(const V& x, std::int32_t scale) {
     constexpr double sqrtHalf = 0x1.6a09e667f3bcdp-1;
+    // Polynomial log_series: given; off by 2^-59.11 (absolute) for |s| <= 3 - 2*sqrt(2)
+    // (tools/polynomials/log_series.sollya).
     static constexpr double c[] = {0x1.5555555555558p-1, 0x1.999999999522ep-2, 0x1.2492492e02b0fp-2,
                                    0x1.c71c62d1c74bdp-3, 0x1.7462b9b7ccdd6p-3, 0x1.39fdc7dfcb5ep-3,
                                    0x1.2b5f0a4037c5ap-3};

@@ -7,8 +7,7 @@
 // Table: 33, 33 and 129 reciprocals with their logarithms in two words, the first a multiple of
 // 2^-42; 2^(j/128) in two words.
 //
-// Polynomial: log2(1 + V/L) - V of degree 4, off by 2^-82.1; 2^r - 1 of degree 5, off by 2^-60.4
-// (tools/bounds/logarithms.sollya).
+// Polynomial: log2(1 + V/L) - V of degree 4; 2^r - 1 of degree 5 (explog/power.hpp).
 //
 // Ranges: the ordinary elements have a positive normal base and a normal result; negative bases
 // with an integer exponent run the same steps with the sign added at the end.

@@ -103,6 +103,8 @@ struct Log2 {
 template <class Export, class V>
 QELVM_INLINE Log2<V> log2Of(const V& a, std::int32_t scale) {
   constexpr double L = 0x1.715474p0;
+  // Polynomial pow_log2: given; off by 2^-82.10 (absolute) for |V| <= L*2^-16
+  // (tools/polynomials/pow_log2.sollya).
   static constexpr double q[] = {0x1.9c3a6966457e8p-24, -0x1.62e4346694107p-2, 0x1.47fd462b6dee1p-3,
                                  -0x1.550472a9012d8p-4}; // (log2(1 + V/L) - V) / V
   constexpr auto& logs1 = powLogs1<Export>;
@@ -160,6 +162,8 @@ struct Power {
 
   template <class Y>
   QELVM_INLINE Power(const Log2<V>& log, const PowExponent<Y>& exponent) {
+    // Polynomial pow_exp2: given; off by 2^-60.44 (absolute) for |r| <= 2^-8 + 2^-20
+    // (tools/polynomials/pow_exp2.sollya).
     static constexpr double e[] = {0x1.62e42fefa39efp-1, 0x1.ebfbdff82c58fp-3, 0x1.c6b08d704a0cp-5,
                                    0x1.3b2ab6fba4e77p-7, 0x1.5d87fe78a6731p-10}; // (2^r - 1) / r
     const DoubleDoubleOf<V> g = splitHiLo(log.hi, split26Bits);

@@ -6,8 +6,8 @@
 //
 // Table: 2^(j/64), 65 rows; A50 rounded to double, the others in two words.
 //
-// Polynomial: that of e^r, of degree 5 (A50) or 6, in its even and odd parts; off by 2^-59.3 or
-// 2^-70.2 (tools/bounds/exp.sollya).
+// Polynomial: that of e^r, of degree 5 (A50) or 6, in its even and odd parts
+// (stages/exp_reduction.hpp).
 //
 // Ranges: below 2^-53 the result is one; from 31 ln 2 on e^-x is below 2^-62 of e^x and is left
 // out. From 710 on the power of two is applied in two steps, on the slow path.
@@ -15,8 +15,8 @@
 // Error: A50 rounds the table's entries (each up to 1/2 ulp of a or b), their sum and difference
 // and the last sum, and r (a - b) loses with the difference: below 1.8 ulp, 1.7133 seen at
 // 0x1.5111f0af9d313p+0. In A53 and 32f P = a + b is exact in two words and what is added to it is
-// below 2^-7 P; its few roundings cost as in the exponential's long form, and so does the rest of the
-// entry, which meets 1 instead of e^r from 31 ln 2 on: below 0.52 ulp, 0.5171 seen at
+// below 2^-7 P; its few roundings cost as in the exponential's long form, and so does the rest of
+// the entry, which meets 1 instead of e^r from 31 ln 2 on: below 0.52 ulp, 0.5171 seen at
 // 0x1.e52a4c6fbadffp+8.
 
 #include "core/export.hpp"

@@ -29,6 +29,8 @@ QELVM_INLINE DoubleDoubleOf<V> splitShort(const V& x) {
 /// of leading parts are exact.
 template <class V>
 QELVM_INLINE DoubleDoubleOf<V> arcsineSeries(const V& a) {
+  // Polynomial arcsine: given; off by 2^-63.62 (relative) for 0 <= a <= 1/2
+  // (tools/polynomials/arcsine.sollya).
   constexpr DoubleDouble c3 = {0x1.555555800p-3, -0x1.5555569702859p-30}; // 1/6
   constexpr DoubleDouble c5 = {0x1.33333300p-4, 0x1.999d1d5678e0ap-31};   // 3/40
   static constexpr double q[] = {0x1.6db6db6d48cp-5,   0x1.f1c71ca831c87p-6,  0x1.6e8b9af35a9fep-6,
@@ -67,6 +69,8 @@ QELVM_INLINE DoubleDoubleOf<V> arcsineSeries(const V& a) {
 /// For a = 1 the root comes out as 2^-511.5, which is too small to show in any result.
 template <class Export, class V>
 QELVM_INLINE DoubleDoubleOf<V> twiceArcsineOfRoot(const V& a) {
+  // Polynomial half_angle: given; off by 2^-63.14 (relative) for 0 <= u <= 1/2
+  // (tools/polynomials/half_angle.sollya).
   constexpr DoubleDouble k0 = {2.0, 0x1.20073430af345p-63};
   constexpr DoubleDouble k1 = {0x1.555555800p-3, -0x1.5555574765c14p-30}; // 1/6
   constexpr DoubleDouble k2 = {0x1.33333300p-5, 0x1.999e109d761bp-32};    // 3/80

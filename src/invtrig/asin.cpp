@@ -5,8 +5,7 @@
 //
 // Root: from a table of 513 reciprocals and a polynomial (stages/seeded_root.hpp).
 //
-// Polynomials: off by 2^-63.6 of the series and by 2^-63.1 of the half angle
-// (tools/bounds/inverse.sollya).
+// Polynomials: those of the series and of the half angle (invtrig/arcsine.hpp).
 //
 // Error: all sums are kept in two parts. What is rounded in the series is below 2^-11 near 1/2,
 // together less than 0.007 ulp. In the half angle the root costs 0.005 ulp near 1/2, and everything

@@ -7,8 +7,7 @@
 // Table: arctan b for the 114 half-binades from 1/8 to 2^54, in two words, the first to 26 bits;
 // and row 0 for b = 0.
 //
-// Polynomial: arctan q - q of degree 15, off by 2^-61.8 of arctan q
-// (tools/bounds/arctangent.sollya).
+// Polynomial: arctan q - q of degree 15 (invtrig/arctangent.hpp).
 //
 // Ranges: below 2^-53 the result is x, from 2^54 on it is pi/2; everything between is ordinary.
 //

@@ -9,8 +9,7 @@
 // Table: arctan b for the 114 half-binades from 1/8 to 2^54, in two words, the first to 26 bits;
 // and row 0 for b = 0.
 //
-// Polynomial: arctan t - t of degree 15, off by 2^-61.8 of arctan t
-// (tools/bounds/arctangent.sollya).
+// Polynomial: arctan t - t of degree 15 (invtrig/arctangent.hpp).
 //
 // Ranges: the ordinary elements are normal and have a quotient within 53 binades of one; y at the
 // ends of the exponent range and subnormal arguments run the same steps on the slow path. Where

@@ -22,24 +22,28 @@ struct ExpReduced {
 template <class V>
 QELVM_INLINE ExpReduced<V> reduceExp(const V& x) {
   constexpr double inverseStep = 0x1.71547652b82fep6; // 64 / ln 2
-  constexpr double stepHi = 0x1.62e42fefap-7;         // ln2 / 64, the last 17 bits cleared
-  constexpr double stepLo = 0x1.cf79abc9e3b3ap-46;    // the rest
+  // Constants exp_step: rounded; off by 2^-92.47 (relative) (tools/polynomials/exp_step.sollya).
+  constexpr double stepHi = 0x1.62e42fefap-7;      // ln2 / 64, the last 17 bits cleared
+  constexpr double stepLo = 0x1.cf79abc9e3b3ap-46; // the rest
   const Rounded<V> n = roundShifter(x * inverseStep, integerShifter);
   const IntegerOf<V> integer = lowWord(n.sum);
   return {integer & 63, integer >> 6, x - n.value * stepHi, n.value * stepLo};
 }
 
-/// e^r - 1 - r = r^2 (c[0] + r c[1] + ...), off by 2^-59.3 over the reduced interval; `even` and
-/// `odd` are its alternate coefficients.
+/// e^r - 1 - r = r^2 (c[0] + r c[1] + ...); `even` and `odd` are its alternate coefficients.
 struct ExpPolynomialShort {
+  // Polynomial exp_short: given; off by 2^-59.35 (absolute) for |r| <= log(2)/128
+  // (tools/polynomials/exp.sollya).
   static constexpr double c[] = {0x1.fffffffffdbd9p-2, 0x1.5555555557676p-3, 0x1.555573c3184f2p-5,
                                  0x1.111108f38cb59p-7};
   static constexpr double even[] = {c[0], c[2]};
   static constexpr double odd[] = {c[1], c[3]};
 };
 
-/// The same, off by 2^-70.2.
+/// The same, longer.
 struct ExpPolynomialLong {
+  // Polynomial exp_long: given; off by 2^-70.20 (absolute) for |r| <= log(2)/128
+  // (tools/polynomials/exp.sollya).
   static constexpr double c[] = {0x1p-1, 0x1.55555555548f8p-3, 0x1.5555555558fccp-5,
                                  0x1.111123aaf20d3p-7, 0x1.6c16a1c2a3ffdp-10};
   static constexpr double even[] = {c[0], c[2], c[4]};

@@ -6,7 +6,7 @@
 // g^2 times the leading 31 bits of w is exact.
 //
 // Polynomial: with d = g^2 w - 1, |d| < 2^-8.59, the root is w g (1 + d)^(-1/2); the binomial
-// series up to d^7 is off by 2^-71.0 of it (tools/bounds/inverse.sollya).
+// series goes up to d^7.
 //
 // Error: the leading part w g is exact, so what is rounded is 2^-9.6 of the root at most: d, the
 // inner and the outer factor of the series, two products and a sum, together 6.2 * 2^-63 of it if
@@ -31,6 +31,8 @@ QELVM_TABLE auto rootSeeds = tabulate<513>(rootSeed);
 /// product of a 31-bit and an 11-bit number.
 template <class Export, class V, class... Rest>
 QELVM_INLINE DoubleDoubleOf<V> seededRoot(const V& u, const Rest&... rest) {
+  // Polynomial root: Taylor series, rounded; off by 2^-71.06 (relative) for |d| <= 2^-8.59
+  // (tools/polynomials/root.sollya).
   static constexpr double binomial[] = {-0x1p-1,    0x1.8p-2,  -0x1.4p-2, 0x1.18p-2,
                                         -0x1.f8p-3, 0x1.cep-3, -0x1.adp-3};
   constexpr double indexShifter = 0x1.00000000001p44; // 2^44 + 1: its last place is 1/256

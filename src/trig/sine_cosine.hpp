@@ -7,8 +7,7 @@
 // whose product with r is exact, and a rest, whose product is off by at most 2^-7 ulp of the
 // result.
 //
-// Polynomial: the Taylor series of sine and cosine to degrees 9 and 8, off by 2^-69.5 and 2^-65.2
-// (tools/bounds/trig.sollya). Cosine is sine 16 rows on.
+// Polynomial: the Taylor series of sine and cosine to degrees 9 and 8. Cosine is sine 16 rows on.
 //
 // Ranges: below 2^17 arguments are ordinary; from there on reduceTrigArgument goes before.
 //
@@ -46,11 +45,17 @@ class SineCosine {
 public:
   template <class Quadrant, class Lo>
   QELVM_INLINE explicit SineCosine(const TrigArgument<V, Quadrant, Lo>& x) {
-    constexpr double step1 = 0x1.921fb544p-4;                                   // pi/32: 31 bits,
-    constexpr double step2 = 0x1.0b4611a6p-38;                                  // 32 bits,
-    constexpr double step3 = 0x1.3198a2e037073p-73;                             // and the rest
-    static constexpr double s[] = {-0x1.5555555555555p-3, 0x1.1111111111111p-7, // -1/6, 1/120
+    // Constants sine_step: rounded; off by 2^-123.55 (relative)
+    // (tools/polynomials/sine_step.sollya).
+    constexpr double step1 = 0x1.921fb544p-4;       // pi/32: 31 bits,
+    constexpr double step2 = 0x1.0b4611a6p-38;      // 32 bits,
+    constexpr double step3 = 0x1.3198a2e037073p-73; // and the rest
+    // Polynomial sine: Taylor series, rounded; off by 2^-69.50 (absolute) for |r| <= pi/64
+    // (tools/polynomials/sine.sollya).
+    static constexpr double s[] = {-0x1.5555555555555p-3, 0x1.1111111111111p-7,    // -1/6, 1/120
                                    -0x1.a01a01a01a01ap-13, 0x1.71de3a556c734p-19}; // -1/7!, 1/9!
+    // Polynomial cosine: Taylor series, rounded; off by 2^-65.27 (absolute) for |r| <= pi/64
+    // (tools/polynomials/cosine.sollya).
     static constexpr double c[] = {-0x1p-1, 0x1.5555555555555p-5,                  // -1/2, 1/24
                                    -0x1.6c16c16c16c17p-10, 0x1.a01a01a01a01ap-16}; // -1/6!, 1/8!
     const Rounded<V> n = roundShifter(x.hi * stepsPerRadian, integerShifter);

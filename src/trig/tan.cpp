@@ -35,6 +35,8 @@ struct TangentRow {
   std::uint64_t keep; ///< the bits that are kept of 1/G: the leading 18, or none
 };
 
+// Polynomial tan: Taylor series by tools/tables/tan_rows.cpp; off by 2^-59.56 (absolute) for |R| <=
+// pi/64 (tools/polynomials/tan.sollya).
 template <class Export>
 QELVM_TABLE TangentRow tangentRows[32] = {
 #define QELVM_TAN_ROW(hi, lo, power, rest, ...) {hi, lo, power, rest, {__VA_ARGS__}, 0.0, 0},
@@ -77,6 +79,8 @@ struct Tangent {
   QELVM_INLINE static V result(const TrigArgument<V, Quadrant, Lo>& x) {
     constexpr auto& rows = tangentRows<Export>;
     constexpr double multipleOf16Shifter = 0x1.8p56;
+    // Constants tan_steps: rounded; off by 2^-131.12 (relative)
+    // (tools/polynomials/tan_steps.sollya).
     constexpr Step offsetStep = {0x1.921fb54440000p-4, 0x1.68c234c4c0000p-43, // 35 bits each
                                  0x1.98a2e03707345p-81};
     constexpr Step distanceStep = {0x1.921fb54444000p-4, -0x1.2e7b967674000p-44, // 39 bits each

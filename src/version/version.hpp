@@ -1,5 +1,5 @@
-// The texts of the library's version; the numbers are the public header's. (Read by the compiler and
-// by the resource compiler: preprocessor lines only.)
+// The texts of the library's version; the numbers are the public header's. (Read by the compiler
+// and by the resource compiler: preprocessor lines only.)
 #include "qelvm.h"
 
 #define QELVM_FILE_VERSION_TEXT "5,0,11,35"

@@ -1,5 +1,5 @@
-/* Preloaded into the tool: notes in the file that DISK_LOG names which files it syncs and renames, in
- * their order; a sync of what DISK_FAILS names fails. */
+/* Preloaded into the tool: notes in the file that DISK_LOG names which files it syncs and renames,
+ * in their order; a sync of what DISK_FAILS names fails. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
 #include <errno.h>

@@ -90,10 +90,10 @@ class Completion(unittest.TestCase):
             ("qelvm ", ["list", "eval", "apply"]), ("qelvm a", ["apply"]),
             ("qelvm eval Exp_", exps), ("qelvm apply --strict -i x Exp_64", exps[3:]),
             ("qelvm eval qelsExp_64", ["qels" + name for name in exps[3:]]),
-            ("qelvm eval Exp_64f_A53 E", []), ("qelvm --library lo", ["loader"]),
+            ("qelvm eval Exp_64f_A53 E", []), ("qelvm --library qe", ["qelvm"]),
             ("qelvm list --j", ["--json"]), ("qelvm --v", ["--version"]),
             ("qelvm apply --in", ["--input", "--in-place"]), ("qelvm eval --in", []),
-            ("qelvm apply Exp_64f_A53 --input lo", ["loader"]),
+            ("qelvm apply Exp_64f_A53 --input qe", ["qelvm"]),
             ("qelvm apply --bad-rows s", ["stop", "skip"]), ("qelvm apply --format r", ["raw"]),
         ):
             self.assertEqual(self.complete(line), offered, line)

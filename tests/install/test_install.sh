@@ -98,6 +98,8 @@ step "static only" static_only
 step "archive" archive_alone
 step "documents" documents
 step "installed tool" tool_works
+step "manual and completion" ls "$prefix/share/man/man1/qelvm.1" \
+  "$prefix/share/bash-completion/completions/qelvm"
 step "example by itself" cmake -G Ninja -S "$source/examples/misra1a" -B "$work/example" \
   -DCMAKE_PREFIX_PATH="$prefix"
 step "uninstall" nothing_left

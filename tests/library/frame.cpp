@@ -216,17 +216,16 @@ private:
           const BitsOf<T> result = outcome.results[d];
           const bool mayBeNumber = !hasNan || (export_.family.starts_with("Pow") &&
                                                result == bitsOf(T{1}) && (x == 1 || y == 0));
-          results_.expect(isNan<T>(result) ? result == expected : mayBeNumber,
-                          "of " + hexBits(x) + " and " + hexBits(y));
+          results_.expect(isNan<T>(result) ? result == expected : mayBeNumber, pairText(x, y));
         }
         if (!two)
           break;
       }
   }
 
-  static std::string hexBits(const T& x) {
+  static std::string pairText(const T& x, const T& y) {
     std::ostringstream text;
-    text << std::hex << bitsOf(x);
+    text << "of " << std::hex << bitsOf(x) << " and " << bitsOf(y);
     return text.str();
   }
 
