@@ -210,19 +210,13 @@ option_tests() {
   done << 'END'
 g++ -ffast-math -mfma
 g++ -Ofast -march=native
-g++ -ffinite-math-only -mfpmath=387
-g++ -funsafe-math-optimizations
-g++ -fassociative-math -fno-signed-zeros -fno-trapping-math
-g++ -freciprocal-math
-g++ -frounding-math -fexcess-precision=fast
-g++ -fsingle-precision-constant
-g++ -flto -ffp-contract=fast -mfma
-clang++ -ffast-math -mfma
+g++ -ffinite-math-only -funsafe-math-optimizations -mfpmath=387
+g++ -fassociative-math -freciprocal-math -fno-signed-zeros -fno-trapping-math
+g++ -frounding-math -fexcess-precision=fast -fsingle-precision-constant -flto -ffp-contract=fast -mfma
 clang++ -Ofast -march=x86-64-v3
-clang++ -ffinite-math-only -fno-honor-nans -fno-honor-infinities
-clang++ -fassociative-math -freciprocal-math -fno-signed-zeros -fno-trapping-math
-clang++ -funsafe-math-optimizations -fdenormal-fp-math=positive-zero -fapprox-func
-clang++ -flto -ffp-model=fast
+clang++ -ffinite-math-only -fassociative-math -freciprocal-math -fno-signed-zeros -fno-trapping-math
+clang++ -funsafe-math-optimizations -fdenormal-fp-math=positive-zero -fapprox-func -frounding-math
+clang++ -ffp-model=fast -flto
 END
 }
 
