@@ -24,6 +24,13 @@ struct Family {
 const Family families[] = {
 #define QELVM_FAMILY(name, shape, statuses, bound32, boundA50, boundA53)                           \
   {#name, Shape::shape, statuses, bound32, boundA50, boundA53},
+#define QELVM_NOTE(name, text)
+#include "families/families.inc"
+};
+
+const std::map<std::string, std::string> notes = {
+#define QELVM_FAMILY(name, shape, statuses, bound32, boundA50, boundA53)
+#define QELVM_NOTE(name, text) {#name, text},
 #include "families/families.inc"
 };
 
@@ -54,6 +61,11 @@ std::vector<Export> listExports() {
 const std::vector<Export>& exports() {
   static const std::vector<Export> list = listExports();
   return list;
+}
+
+std::string boundNote(const std::string& family) {
+  const auto found = notes.find(family);
+  return found == notes.end() ? "" : found->second;
 }
 
 const Export* findExport(std::string_view name) {

@@ -41,6 +41,9 @@ struct Export {
 /// All vector exports, in the order of the list of families.
 const std::vector<Export>& exports();
 
+/// Where the bounds of a family's doubles are others; empty for most.
+std::string boundNote(const std::string& family);
+
 /// The export of that name, with or without the prefix "qels"; null if there is none.
 const Export* findExport(std::string_view name);
 

@@ -76,6 +76,14 @@ std::string table(const Exports& exports) {
   for (const loader::Export* e : exports)
     text += fmt::format(row, e->name, e->ordinal, joined(argumentNames(e->shape), ", "),
                         fmt::format("{}", e->bound), joined(statusNames(e->statuses), " "));
+  std::string noted; // the last family whose note stands
+  for (const loader::Export* e : exports) {
+    const std::string note = e->single ? "" : loader::boundNote(e->family);
+    if (note.empty() || e->family == noted)
+      continue;
+    text += fmt::format("{}{}, {}\n", noted.empty() ? "\n" : "", e->family, note);
+    noted = e->family;
+  }
   return text;
 }
 

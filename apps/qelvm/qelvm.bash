@@ -39,7 +39,7 @@ _qelvm() {
     local prefix=''
     [[ $word == qels* ]] && prefix=qels
     mapfile -t COMPREPLY < <(compgen -P "$prefix" -W "$("$tool" list 2> /dev/null |
-      sed '1d; s/ .*//')" -- "${word#"$prefix"}")
+      sed '1d; /^$/q; s/ .*//')" -- "${word#"$prefix"}")
   fi
 }
 complete -F _qelvm qelvm

@@ -51,6 +51,11 @@ for family, (of32f, a50, a53) in bounds.items():
         expect(f"include/qelvm.h: '/** {bound} ulp */' and the prototype of qels{family}_{c} under it",
                re.search(rf"^/\*\* {re.escape(bound)} ulp\b.* \*/\n.*QELVM_CALL qels{family}_{c}\(",
                          header, re.M))
+for family, note in re.findall(r'^QELVM_NOTE\((\w+), "(.*)"\)$', read("families/families.inc"), re.M):
+    group = re.search(rf"@defgroup \w+ {family}: (?:.|\n)*?/\*\* @}} \*/", header)[0]
+    for number in re.findall(r"\d+\.\d+", note):
+        expect(f"README.md, and include/qelvm.h at {family}: the bound {number} of the note in "
+               "families/families.inc", number in group and number in readme)
 expect(f"README.md: rows of families that families/families.inc lacks: {sorted(listed)}", not listed)
 expect("include/qelvm.h: prototypes that families/families.inc lacks",
        set(re.findall(r"QELVM_CALL qels(\w+)\(", header)) == {name[4:] for name in names})
