@@ -87,7 +87,7 @@ struct ArrayList {
 
   /// f(place of element i in the first array, in the second, ...)
   template <class F>
-  QELVM_INLINE decltype(auto) withPlaces(std::ptrdiff_t i, F f) const {
+  QELVM_INLINE decltype(auto) withPlaces(std::ptrdiff_t i, const F& f) const {
     return withIndices<Count>(
         [&](auto... k) QELVM_ALWAYS_INLINE -> decltype(auto) { return f(array[k] + i...); });
   }

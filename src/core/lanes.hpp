@@ -23,7 +23,7 @@ namespace qelvm {
 
 /// f(0, 1, ..., N - 1), each a constant of its own type: unrolls a loop by pack expansion.
 template <int N, class F>
-QELVM_INLINE constexpr decltype(auto) withIndices(F f) {
+QELVM_INLINE constexpr decltype(auto) withIndices(const F& f) {
   return [&]<int... I>(std::integer_sequence<int, I...>) QELVM_ALWAYS_INLINE->decltype(auto) {
     return f(std::integral_constant<int, I>{}...);
   }
