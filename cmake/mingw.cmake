@@ -1,0 +1,11 @@
+# Windows with Debian's g++-mingw-w64-<processor>-win32, for CMAKE_SYSTEM_PROCESSOR.
+set(CMAKE_SYSTEM_NAME Windows)
+set(prefix ${CMAKE_SYSTEM_PROCESSOR}-w64-mingw32)
+set(CMAKE_C_COMPILER ${prefix}-gcc-win32)
+set(CMAKE_CXX_COMPILER ${prefix}-g++-win32)
+set(CMAKE_RC_COMPILER ${prefix}-windres)
+set(CMAKE_DLLTOOL ${prefix}-dlltool)
+set(CMAKE_FIND_ROOT_PATH /usr/${prefix})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
