@@ -21,7 +21,7 @@ A result is the double result rounded once more. Where the exact result lies so 
 between two floats that the double result is that middle, the tie goes to the float with the even
 significand, which may be the other one: the error is then 0.5 ulp and less than 2^-28 ulp more. The
 arguments where this happens are in the second table. Families of two sources cannot be tried out:
-quotients are proven to be correctly rounded (\`src/algebraic/div.cpp\`); \`Atan2\`, \`Pow\` and
+quotients are correctly rounded by argument (\`families/Div.txt\`); \`Atan2\`, \`Pow\` and
 \`Powx\` have such arguments, for instance 0x1.49039ep-1 to the power of 0x1.360d62p+1.
 
 Written on $(date +%Y-%m-%d) by \`tools/every_float.sh\`, which runs
