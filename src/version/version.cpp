@@ -2,11 +2,15 @@
 
 #include "qelvm.h"
 
+#ifndef QELVM_CPU_CODE // a level of the processor, in the libraries over SIMD registers
+#define QELVM_CPU_CODE "px"
+#endif
+
 namespace {
 
 constexpr QelLibVersion libraryVersion = {
     QELVM_VERSION_MAJOR, QELVM_VERSION_MINOR, QELVM_BUILD_MAJOR,  QELVM_BUILD_NUMBER,
-    {'p', 'x', 0, 0},    QELVM_LIBRARY_FILE,  QELVM_VERSION_TEXT, QELVM_BUILD_DATE_TEXT,
+    QELVM_CPU_CODE,      QELVM_LIBRARY_FILE,  QELVM_VERSION_TEXT, QELVM_BUILD_DATE_TEXT,
 };
 
 } // namespace
