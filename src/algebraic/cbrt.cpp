@@ -99,7 +99,7 @@ struct CubeRoot {
   static constexpr int lanes = fewRegisters ? 2 : 3;
   static constexpr bool ofNegative = true, reciprocal = false;
 
-  static bool isOrdinary(Element x) {
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
     return magnitudeWithin(x, std::numeric_limits<Element>::min(),
                            std::numeric_limits<Element>::infinity());
   }

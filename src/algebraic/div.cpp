@@ -15,7 +15,7 @@ struct DivDouble {
 
   /// Neither operand zero, infinite or NaN, and the quotient neither: nothing to report, in place
   /// or apart.
-  static bool isOrdinary(double x, double y) {
+  QELVM_INLINE static auto isOrdinary(const auto& x, const auto& y) {
     return magnitudeWithin(x, 0x1p-511, 0x1p511) && magnitudeWithin(y, 0x1p-511, 0x1p511);
   }
 
@@ -40,7 +40,7 @@ template <class Export>
 struct DivSingle {
   static constexpr int lanes = 4;
 
-  static bool isOrdinary(float x, float y) {
+  QELVM_INLINE static auto isOrdinary(const auto& x, const auto& y) {
     constexpr float infinity = std::numeric_limits<float>::infinity();
     return magnitudeWithin(x, 0.0f, infinity) &&
            magnitudeWithin(y, std::numeric_limits<float>::denorm_min(), infinity);

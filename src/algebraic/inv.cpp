@@ -12,7 +12,7 @@ struct Reciprocal {
   using Element = typename Export::Element;
   static constexpr int lanes = 4;
 
-  static bool isOrdinary(Element x) {
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
     return magnitudeWithin(x, std::numeric_limits<Element>::denorm_min(),
                            std::numeric_limits<Element>::infinity());
   }

@@ -72,7 +72,7 @@ struct InverseCubeRoot {
   static constexpr int lanes = fewRegisters ? 2 : 3;
   static constexpr bool ofNegative = true, reciprocal = true;
 
-  static bool isOrdinary(Element x) {
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
     return magnitudeWithin(x, smallestWidenedNormal<Element>,
                            std::numeric_limits<Element>::infinity());
   }

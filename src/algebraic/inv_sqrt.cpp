@@ -68,7 +68,7 @@ struct InverseSquareRoot {
   static constexpr int lanes = fewRegisters ? 2 : 4;
   static constexpr bool ofNegative = false, reciprocal = true;
 
-  static bool isOrdinary(Element x) {
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
     return positiveWithin(x, smallestWidenedNormal<Element>,
                           std::numeric_limits<Element>::infinity());
   }

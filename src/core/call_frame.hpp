@@ -139,89 +139,115 @@ template <class Kernel>
 struct MainRange {
   const Kernel& kernel;
 
-  QELVM_INLINE bool contains(auto... x) const { return kernel.isOrdinary(x...); }
+  QELVM_INLINE auto contains(auto... x) const { return kernel.isOrdinary(x...); }
   QELVM_INLINE auto compute(const auto&... x) const { return kernel.compute(x...); }
+};
+
+template <class Kernel, class T>
+inline constexpr bool hasSecondRange = requires(const Kernel& kernel, T x) {
+  kernel.isInSecondRange(x);
 };
 
 template <class Kernel>
 struct SecondRange {
   const Kernel& kernel;
 
-  QELVM_INLINE bool contains(auto... x) const { return kernel.isInSecondRange(x...); }
+  QELVM_INLINE auto contains(auto... x) const { return kernel.isInSecondRange(x...); }
   QELVM_INLINE auto compute(const auto&... x) const { return kernel.computeSecondRange(x...); }
 };
 
-/// The main path: the ordinary elements of a call, one or `Count` in flight.
+/// The elements from `source` on that a V holds, widened; those of a V rounded to elements from
+/// `destination` on.
+template <class V, class T>
+QELVM_INLINE V loadElements(const Stored<T>* source) {
+  if constexpr (isLanes<V>)
+    return withIndices<LaneTraits<V>::count>([&](auto... k) QELVM_ALWAYS_INLINE {
+      using Lane = typename LaneTraits<V>::Lane;
+      return V{loadElements<Lane>(source + k * elementCount<Lane>)...};
+    });
+  else if constexpr (isSimd<V>)
+    return loadRegister<elementCount<V>, T>(source);
+  else
+    return static_cast<V>(*source);
+}
+template <class V, class T>
+QELVM_INLINE void storeElements(const V& value, Stored<T>* destination) {
+  if constexpr (isLanes<V>)
+    withIndices<LaneTraits<V>::count>([&](auto... k) QELVM_ALWAYS_INLINE {
+      (storeElements(laneOf<k>(value),
+                     destination + k * elementCount<typename LaneTraits<V>::Lane>),
+       ...);
+    });
+  else if constexpr (isSimd<V>)
+    storeRegister<T>(value, destination);
+  else
+    *destination = static_cast<T>(value);
+}
+
+/// The main path: the ordinary elements of a call, as many at once as a value type V holds.
 template <class Kernel, class T, int S, int D>
 struct MainPath {
   const Kernel& kernel;
   Arrays<T, S, D> arrays;
 
-  /// The value type for `Count` elements: double, or Lanes<Count>.
-  template <int Count>
-  using Value = std::conditional_t<Count == 1, double, Lanes<Count>>;
-
-  template <int Count>
-  QELVM_INLINE static Value<Count> load(const Stored<T>* source) {
-    return withIndices<Count>([&](auto... k) QELVM_ALWAYS_INLINE {
-      return Value<Count>{static_cast<double>(source[k])...};
-    });
-  }
-
-  template <int Count>
-  QELVM_INLINE static void store(const Value<Count>& value, Stored<T>* destination) {
-    withIndices<Count>([&](auto... k) QELVM_ALWAYS_INLINE {
-      ((destination[k] = static_cast<T>(laneOf<k>(value))), ...);
-    });
-  }
-
-  /// All of elements i to i + Count - 1 lie in the range.
-  template <int Count, class Range>
+  /// All elements from i on that a V holds lie in the range.
+  template <class V, class Range>
   QELVM_INLINE bool allIn(Range range, std::ptrdiff_t i) const {
-    const auto contains = [&](auto... source) QELVM_ALWAYS_INLINE {
-      return static_cast<int>(range.contains(source->value...));
-    };
-    return withIndices<Count>([&](auto... k) QELVM_ALWAYS_INLINE {
-      return (arrays.source.withPlaces(i + k, contains) & ...) != 0;
+    if constexpr (isLanes<V>)
+      return allTrue(withIndices<LaneTraits<V>::count>([&](auto... k) QELVM_ALWAYS_INLINE {
+        using Lane = typename LaneTraits<V>::Lane;
+        return (contains<Lane>(range, i + k * elementCount<Lane>) & ...);
+      }));
+    else
+      return allTrue(contains<V>(range, i));
+  }
+  template <class V, class Range>
+  QELVM_INLINE auto contains(Range range, std::ptrdiff_t i) const {
+    return arrays.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
+      if constexpr (isSimd<V>)
+        return range.contains(loadElements<V>(source)...);
+      else
+        return static_cast<int>(range.contains(source->value...));
     });
   }
 
-  /// Loads, computes and stores elements i to i + Count - 1; false if the results do not stand.
-  template <int Count, class Range>
+  /// Loads, computes and stores the elements from i on that a V holds; false if the results do not
+  /// stand.
+  template <class V, class Range>
   QELVM_INLINE bool run(Range range, std::ptrdiff_t i) const {
     const auto results = arrays.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
-      return range.compute(load<Count>(source)...);
+      return range.compute(loadElements<V>(source)...);
     });
     if (!stands(results)) [[unlikely]]
       return false;
     withIndices<D>([&](auto... d) QELVM_ALWAYS_INLINE {
-      (store<Count>(resultFor(d, results), arrays.destination.array[d] + i), ...);
+      (storeElements<V>(resultFor(d, results), arrays.destination.array[d] + i), ...);
     });
     return true;
   }
 
   /// The second range in a function of its own; source and destination apart travel in registers.
-  template <int Count>
+  template <class V>
   [[gnu::noinline]] static bool
   runSecondRangeApart(const Kernel& kernel, ArrayList<const Stored<T>*, S> source,
                       ArrayList<Stored<T>*, D> destination, std::ptrdiff_t i) {
     const MainPath path{kernel, {source, destination}};
-    return path.template run<Count>(SecondRange<Kernel>{kernel}, i);
+    return path.template run<V>(SecondRange<Kernel>{kernel}, i);
   }
 
-  /// Computes elements i to i + Count - 1 if they all lie in one ordinary range.
-  template <int Count>
+  /// Computes the elements from i on that a V holds if they all lie in one ordinary range.
+  template <class V>
   QELVM_INLINE bool runOrdinary(std::ptrdiff_t i) const {
     const MainRange<Kernel> mainRange{kernel};
-    if (allIn<Count>(mainRange, i)) [[likely]]
-      return run<Count>(mainRange, i);
-    if constexpr (requires { &Kernel::isInSecondRange; }) {
+    if (allIn<V>(mainRange, i)) [[likely]]
+      return run<V>(mainRange, i);
+    if constexpr (hasSecondRange<Kernel, T>) {
       const SecondRange<Kernel> secondRange{kernel};
-      if (allIn<Count>(secondRange, i)) {
+      if (allIn<V>(secondRange, i)) {
         if constexpr (requires { Kernel::secondRangeApart; })
-          return runSecondRangeApart<Count>(kernel, arrays.source, arrays.destination, i);
+          return runSecondRangeApart<V>(kernel, arrays.source, arrays.destination, i);
         else
-          return run<Count>(secondRange, i);
+          return run<V>(secondRange, i);
       }
     }
     return false;
@@ -261,7 +287,60 @@ template <class Kernel, class T, int S, int D, class... Scalars>
   });
 }
 
+/// The elements of one call; `Scalars` of them are scalar arguments.
+template <class Export, class Kernel, class T, int S, int D, int Scalars>
+struct Elements {
+  MainPath<Kernel, T, S, D> path;
+  LaneArray<T, Scalars> scalars;
+
+  /// Stores exceptional element i and reports it. Returns the status, qelStatusOk for none.
+  QELVM_INLINE QelStatus takeExceptional(std::ptrdiff_t i) const {
+    const auto& [source, destination] = path.arrays;
+    const auto store = [&] {
+      return withIndices<Scalars>([&](auto... k) QELVM_ALWAYS_INLINE {
+        return storeExceptional(path.kernel, path.arrays, i, laneOf<k>(scalars)...);
+      });
+    };
+    if constexpr (std::is_void_v<decltype(store())>) {
+      store();
+      return qelStatusOk;
+    } else {
+      const QelStatus reported = store();
+      if (reported != qelStatusOk)
+        reportElementError(reported, static_cast<std::int32_t>(i), source.array[0],
+                           source.array[S - 1], destination.array[0], destination.array[D - 1],
+                           nameSlot<Export>);
+      return reported;
+    }
+  }
+
+  /// Elements i to end - 1 in ascending order. Returns the status of the last that reported one.
+  QELVM_INLINE QelStatus walk(std::ptrdiff_t i, std::ptrdiff_t end) const {
+    constexpr int lanes = Kernel::lanes;
+    QelStatus status = qelStatusOk;
+    while (i < end) {
+      if constexpr (lanes > 1) {
+        if (end - i >= lanes && path.template runOrdinary<Lanes<lanes>>(i)) [[likely]] {
+          i += lanes;
+          continue;
+        }
+      }
+      if (!path.template runOrdinary<double>(i)) [[unlikely]] {
+        if (const QelStatus reported = takeExceptional(i); reported != qelStatusOk)
+          status = reported;
+      }
+      ++i;
+    }
+    return status;
+  }
+};
+
 } // namespace frame
+} // namespace qelvm
+
+#include "core/register_frame.hpp"
+
+namespace qelvm {
 
 /// Runs one call of `Export`; `scalars` are the kernel's constructor arguments.
 template <class Export, class Kernel, class T, int S, int D, class... Scalars>
@@ -273,34 +352,13 @@ QELVM_INLINE QelStatus call(ArrayList<const Stored<T>*, S> source,
   if (source.hasNull() || destination.hasNull())
     return qelStatusNullPointer;
 
-  constexpr int lanes = Kernel::lanes;
   const Kernel kernel{scalars...};
-  const Arrays<T, S, D> arrays{source, destination};
-  const frame::MainPath<Kernel, T, S, D> mainPath{kernel, arrays};
-  QelStatus status = qelStatusOk;
-  for (std::ptrdiff_t i = 0; i < length;) {
-    if constexpr (lanes > 1) {
-      if (length - i >= lanes && mainPath.template runOrdinary<lanes>(i)) [[likely]] {
-        i += lanes;
-        continue;
-      }
-    }
-    if (!mainPath.template runOrdinary<1>(i)) [[unlikely]] {
-      const auto exceptional = [&] {
-        return frame::storeExceptional(kernel, arrays, i, scalars...);
-      };
-      if constexpr (std::is_void_v<decltype(exceptional())>) {
-        exceptional();
-      } else if (const QelStatus reported = exceptional(); reported != qelStatusOk) {
-        reportElementError(reported, static_cast<std::int32_t>(i), source.array[0],
-                           source.array[S - 1], destination.array[0], destination.array[D - 1],
-                           nameSlot<Export>);
-        status = reported;
-      }
-    }
-    ++i;
-  }
-  return status;
+  const frame::Elements<Export, Kernel, T, S, D, sizeof...(Scalars)> elements{
+      {kernel, {source, destination}}, {scalars...}};
+  if constexpr (registerDoubles > 0)
+    return frame::walkRegisters(elements, length);
+  else
+    return elements.walk(0, length);
 }
 
 } // namespace qelvm

@@ -14,6 +14,13 @@ struct DoubleDoubleOf {
 };
 using DoubleDouble = DoubleDoubleOf<double>;
 
+/// (of the elements of a register, as select of doubles)
+template <class Mask, class V>
+QELVM_INLINE DoubleDoubleOf<V> select(const Mask& mask, const DoubleDoubleOf<V>& where,
+                                      const DoubleDoubleOf<V>& elsewhere) {
+  return {select(mask, where.hi, elsewhere.hi), select(mask, where.lo, elsewhere.lo)};
+}
+
 /// Split constants of splitHiLo.
 inline constexpr double split26Bits = 0x1.0000002p27; // 2^27 + 1: both parts at most 26 bits
 inline constexpr double split26BitsShort = 0x1p27;    // 2^27: hi at most 26 bits

@@ -1,9 +1,10 @@
 // Several elements in flight: plain structs of N values whose operators work lane by lane.
 //
 // A kernel is a chain of dependent operations, and one element alone leaves the processor idle
-// between them. Written over a value type V, the same kernel text computes one element (V = double)
-// or N interleaved ones (V = Lanes<N>). The lanes are scalar code, unrolled by pack expansion: no
-// loop is left for a compiler to keep, and nothing here asks for vector instructions.
+// between them. Written over a value type V, the same kernel text computes one element (V = double),
+// N interleaved ones (V = Lanes<N>), a SIMD register of them (simd.hpp), or several such registers.
+// The lanes are unrolled by pack expansion: no loop is left for a compiler to keep, and nothing here
+// asks for vector instructions.
 #pragma once
 
 #if defined(__clang__) ? __clang_major__ < 14 : __GNUC__ < 12
@@ -54,6 +55,30 @@ struct LaneArray<T, 0> {};
 template <int N>
 using Lanes = LaneArray<double, N>;
 
+/// What a value type holds: how many elements, of which type; and the type that holds a U for each.
+template <class V>
+struct ElementTraits {
+  static constexpr int count = 1;
+  using Scalar = V;
+  template <class U>
+  using Rebind = U;
+};
+template <class T, int N>
+struct ElementTraits<LaneArray<T, N>> {
+  static constexpr int count = N * ElementTraits<T>::count;
+  using Scalar = typename ElementTraits<T>::Scalar;
+  template <class U>
+  using Rebind = LaneArray<typename ElementTraits<T>::template Rebind<U>, N>;
+};
+template <class V>
+inline constexpr int elementCount = ElementTraits<V>::count;
+template <class V>
+using ScalarOf = typename ElementTraits<V>::Scalar;
+
+/// The integers that belong to a V: int32_t to a double, LaneArray<int32_t, N> to Lanes<N>.
+template <class V>
+using IntegerOf = typename ElementTraits<V>::template Rebind<std::int32_t>;
+
 /// 32-bit x86 has eight floating-point registers, other processors twice that or more: there a
 /// kernel keeps fewer elements in flight, or the stack would hold most of them.
 #ifdef __i386__
@@ -69,6 +94,7 @@ struct LaneTraits {
 template <class T, int N>
 struct LaneTraits<LaneArray<T, N>> {
   static constexpr int count = N;
+  using Lane = T;
 };
 
 template <class V>
@@ -101,32 +127,30 @@ QELVM_INLINE constexpr auto lanewise(F f, const Args&... args) {
   }
 }
 
-/// True when `test` holds for every lane of the arguments.
-template <class F, class... Args>
-QELVM_INLINE constexpr bool allLanes(F test, const Args&... args) {
-  const auto holds = lanewise(
-      [&](auto... x) QELVM_ALWAYS_INLINE { return static_cast<int>(test(x...)); }, args...);
-  using Holds = std::remove_const_t<decltype(holds)>;
-  if constexpr (!isLanes<Holds>) {
-    return holds != 0;
-  } else {
-    return withIndices<LaneTraits<Holds>::count>(
-        [&](auto... i) QELVM_ALWAYS_INLINE { return (laneOf<i>(holds) & ...) != 0; });
-  }
+/// True when a comparison holds: for the one element, or for all of a register.
+QELVM_INLINE constexpr bool allTrue(int holds) {
+  return holds != 0;
 }
 
-/// The type that holds a T for every element that a V holds: int32_t for a double,
-/// LaneArray<int32_t, N> for Lanes<N>.
-template <class V, class T>
-struct RebindLanes {
-  using Type = T;
-};
-template <class U, int N, class T>
-struct RebindLanes<LaneArray<U, N>, T> {
-  using Type = LaneArray<T, N>;
-};
-template <class V>
-using IntegerOf = typename RebindLanes<V, std::int32_t>::Type;
+/// True when `test` holds for every lane of the arguments.
+template <class F, class... Args>
+QELVM_INLINE constexpr bool allLanes(const F& test, const Args&... args) {
+  const auto holds = lanewise(
+      [&](const auto&... x) QELVM_ALWAYS_INLINE {
+        if constexpr (std::is_same_v<decltype(test(x...)), bool>)
+          return static_cast<int>(test(x...)); // of which `&` makes no branch
+        else
+          return test(x...);
+      },
+      args...);
+  using Holds = std::remove_const_t<decltype(holds)>;
+  if constexpr (!isLanes<Holds>) {
+    return allTrue(holds);
+  } else {
+    return withIndices<LaneTraits<Holds>::count>(
+        [&](auto... i) QELVM_ALWAYS_INLINE { return allTrue((laneOf<i>(holds) & ...)); });
+  }
+}
 
 #define QELVM_LANE_OPERATOR(op)                                                                    \
   template <class A, class B>                                                                      \
@@ -140,6 +164,7 @@ QELVM_LANE_OPERATOR(*)
 QELVM_LANE_OPERATOR(/)
 QELVM_LANE_OPERATOR(&)
 QELVM_LANE_OPERATOR(|)
+QELVM_LANE_OPERATOR(^)
 QELVM_LANE_OPERATOR(<<)
 QELVM_LANE_OPERATOR(>>)
 #undef QELVM_LANE_OPERATOR

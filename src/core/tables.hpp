@@ -2,7 +2,7 @@
 // them.
 #pragma once
 
-#include "core/lanes.hpp"
+#include "core/simd.hpp"
 
 #include <cstdint>
 
@@ -25,17 +25,36 @@ consteval Table<N> tabulate(double (*rule)(int)) {
   return table;
 }
 
-/// Entry `index` of a table of doubles, or one field of row `index` of a table of records.
+/// (simd.hpp has the same for a register of indices.)
+QELVM_INLINE constexpr double entryOf(const double* table, std::int32_t index) {
+  return table[static_cast<std::uint32_t>(index)];
+}
+template <class Row, class Field>
+QELVM_INLINE constexpr Field entryOf(const Row* table, std::int32_t index, Field Row::*field) {
+  return table[static_cast<std::uint32_t>(index)].*field;
+}
+
+template <class Row, class Field, int N>
+QELVM_INLINE constexpr Field entryOf(const Row* table, std::int32_t index, Field (Row::*field)[N],
+                                     int k) {
+  return (table[static_cast<std::uint32_t>(index)].*field)[k];
+}
+
+/// Entry `index` of a table of doubles, or one field of row `index` of a table of records,
+/// or element k of a field that is an array.
 template <class I>
 QELVM_INLINE constexpr auto lookUp(const double* table, const I& index) {
-  return lanewise([table](std::int32_t i)
-                      QELVM_ALWAYS_INLINE { return table[static_cast<std::uint32_t>(i)]; },
-                  index);
+  return lanewise([table](const auto& i) QELVM_ALWAYS_INLINE { return entryOf(table, i); }, index);
 }
 template <class Row, class Field, class I>
 QELVM_INLINE constexpr auto lookUp(const Row* table, const I& index, Field Row::*field) {
-  return lanewise([=](std::int32_t i)
-                      QELVM_ALWAYS_INLINE { return table[static_cast<std::uint32_t>(i)].*field; },
+  return lanewise([=](const auto& i) QELVM_ALWAYS_INLINE { return entryOf(table, i, field); },
+                  index);
+}
+template <class Row, class Field, int N, class I>
+QELVM_INLINE constexpr auto lookUp(const Row* table, const I& index, Field (Row::*field)[N],
+                                   int k) {
+  return lanewise([=](const auto& i) QELVM_ALWAYS_INLINE { return entryOf(table, i, field, k); },
                   index);
 }
 

@@ -158,7 +158,7 @@ struct ErfcKernel {
   static constexpr Element tiny = 0x1p-70;
   static constexpr Element gaussian = leastNotBelow<Element>(0x1.d413cccfe779ap0); // 2^1.5 - 1
 
-  static bool isOrdinary(Element x) {
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
     return positiveWithin(x, gaussian, Limits::subnormal) ||
            positiveWithin(-x, gaussian, Limits::saturation);
   }
@@ -170,12 +170,12 @@ struct ErfcKernel {
     return reflected(x, value.hi, value.lo, withExponent(value.exponent + 1023, 1.0));
   }
 
-  static bool isInSecondRange(Element x) { return magnitudeWithin(x, tiny, gaussian); }
+  QELVM_INLINE static auto isInSecondRange(const auto& x) { return magnitudeWithin(x, tiny, gaussian); }
 
   template <class V>
   QELVM_INLINE static V computeSecondRange(const V& x) {
     const DoubleDoubleOf<V> value = erfcPolynomial<Export>(magnitude(x));
-    return reflected(x, value.hi, value.lo, 1.0);
+    return reflected(x, value.hi, value.lo, uniform<V>(1.0));
   }
 
   static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
@@ -197,15 +197,23 @@ struct ErfcKernel {
 
 private:
   /// (hi + lo) scale for positive x, 2 - (hi + lo) scale for negative x.
-  template <class V, class S>
-  QELVM_INLINE static V reflected(const V& x, const V& hi, const V& lo, const S& scale) {
+  template <class V>
+  QELVM_INLINE static V reflected(const V& x, const V& hi, const V& lo, const V& scale) {
     return lanewise(
-        [](double x1, double hi1, double lo1, double scale1) QELVM_ALWAYS_INLINE {
-          if (!signBit(x1))
-            return (hi1 + lo1) * scale1;
-          const DoubleDouble leading = fastTwoSum(2.0, -(hi1 * scale1));
-          const DoubleDouble sum = twoSum(leading.hi, -(lo1 * scale1));
-          return sum.hi + (leading.lo + sum.lo);
+        []<class X>(const X& x1, const X& hi1, const X& lo1, const X& scale1) QELVM_ALWAYS_INLINE {
+          const auto negative = isNegative(x1);
+          return choose(
+              negative,
+              [&] QELVM_ALWAYS_INLINE {
+                // By a scale of a positive x, which is not for here, lo could underflow.
+                const X s = choose(
+                    negative, [&] QELVM_ALWAYS_INLINE { return scale1; },
+                    [&] QELVM_ALWAYS_INLINE { return uniform<X>(1.0); });
+                const DoubleDoubleOf<X> leading = fastTwoSum(2.0, -(hi1 * s));
+                const DoubleDoubleOf<X> sum = twoSum(leading.hi, -(lo1 * s));
+                return sum.hi + (leading.lo + sum.lo);
+              },
+              [&] QELVM_ALWAYS_INLINE { return (hi1 + lo1) * scale1; });
         },
         x, hi, lo, scale);
   }

@@ -131,7 +131,7 @@ struct Exponential {
   using Limits = ExpLimits<Element>;
   static constexpr int lanes = Method<Export, double>::lanes;
 
-  static bool isOrdinary(Element x) {
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
     return magnitudeWithin(x, Element{0x1p-52}, Limits::ordinary);
   }
 

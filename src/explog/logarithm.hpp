@@ -12,7 +12,7 @@ namespace qelvm {
 namespace {
 
 template <class Element>
-QELVM_INLINE bool isPositiveNormal(Element x) {
+QELVM_INLINE auto isPositiveNormal(const auto& x) {
   return positiveWithin(x, smallestWidenedNormal<Element>,
                         std::numeric_limits<Element>::infinity());
 }
@@ -45,7 +45,7 @@ struct SeriesLogarithm {
   using Element = typename Export::Element;
   static constexpr int lanes = 4;
 
-  static bool isOrdinary(Element x) { return isPositiveNormal(x); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return isPositiveNormal<Element>(x); }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
@@ -83,10 +83,10 @@ struct TableLogarithm {
   using Element = typename Export::Element;
   static constexpr int lanes = 4;
 
-  static bool isOrdinary(Element x) { return isPositiveNormal(x) && !isInSecondRange(x); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return isPositiveNormal<Element>(x) && !isInSecondRange(x); }
 
   /// |x - 1| <= nearOne
-  static bool isInSecondRange(Element x) {
+  QELVM_INLINE static auto isInSecondRange(const auto& x) {
     constexpr Element one = 1;
     constexpr Element limit = static_cast<Element>(Function::nearOne);
     return positiveWithin(x, one - limit, one + limit + std::numeric_limits<Element>::epsilon());

@@ -28,10 +28,10 @@ struct PowKernel {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 1 : 2;
 
-  static bool isOrdinary(Element x, Element y) {
+  QELVM_INLINE static auto isOrdinary(const auto& x, const auto& y) {
     return positiveWithin(x, std::numeric_limits<Element>::min(),
                           std::numeric_limits<Element>::infinity()) &&
-           x != 1 && isModerate(y);
+           differsFrom(x, Element{1}) && isModerate(y);
   }
 
   template <class V>

@@ -71,9 +71,8 @@ inline Parity parityOf(double y) {
 
 /// Exponents with which no step of the kernel overflows or underflows, whatever the base. Beyond
 /// them every power of a normal base is 1 or saturates.
-template <class T>
-QELVM_INLINE bool isModerate(T y) {
-  return magnitudeWithin(y, T{0x1p-72}, T{0x1p64});
+QELVM_INLINE auto isModerate(const auto& y) {
+  return magnitudeWithin(y, 0x1p-72f, 0x1p64f);
 }
 
 /// An exponent prepared for its product; Y is one double where all elements have the same.
@@ -185,7 +184,7 @@ struct Power {
   /// True only where the result is normal: -1021 <= n < 1023 (the significand can round below 1).
   QELVM_INLINE bool isNormal() const {
     return allLanes(
-        [](double sum)
+        [](const auto& sum)
             QELVM_ALWAYS_INLINE { return positiveWithin(sum, shifter - 1021.0, shifter + 1023.0); },
         shifted);
   }

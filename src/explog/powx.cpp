@@ -19,16 +19,17 @@ public:
         parity_(parityOf(y_)),
         resultSign_(parity_ == Parity::odd ? 0x800 : 0),
         relevantBits_(!isModerate(power)              ? 0
-                      : parity_ == Parity::notInteger ? ~Bits{0}
-                                                      : ~signMask<Element>) {}
+                      : parity_ == Parity::notInteger ? ~std::uint64_t{0}
+                                                      : ~signMask<double>) {}
 
   /// Normal, not 1 and, unless the exponent is an integer, positive. Nothing is ordinary with an
   /// exponent that is not moderate.
-  bool isOrdinary(Element x) const {
-    constexpr Bits lowest = bitsOf(std::numeric_limits<Element>::min());
-    constexpr Bits infinity = bitsOf(std::numeric_limits<Element>::infinity());
-    const Bits base = bitsOf(x) & relevantBits_;
-    return base - lowest < infinity - lowest && base != bitsOf(Element{1});
+  template <class X>
+  QELVM_INLINE auto isOrdinary(const X& x) const {
+    const auto base = fromBits(bitsOf(x) & relevantBits<ScalarOf<X>>());
+    return positiveWithin(base, std::numeric_limits<Element>::min(),
+                          std::numeric_limits<Element>::infinity()) &&
+           differsFrom(base, Element{1});
   }
 
   template <class V>
@@ -43,12 +44,16 @@ public:
   }
 
 private:
-  using Bits = typename Format<Element>::Bits;
+  /// As x has its own: the leading ones.
+  template <class T>
+  QELVM_INLINE auto relevantBits() const {
+    return static_cast<typename Format<T>::Bits>(relevantBits_ >> (64 - 8 * sizeof(T)));
+  }
 
   double y_;
   Parity parity_;
   std::int32_t resultSign_; ///< the bit of the sign above the exponent, where results have it
-  Bits relevantBits_;       ///< the bits of a base that decide whether it is ordinary
+  std::uint64_t relevantBits_; ///< the bits of a base that decide whether it is ordinary
 };
 
 } // namespace

@@ -24,7 +24,7 @@ struct InverseCosine {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
 
-  static bool isOrdinary(Element x) { return positiveWithin(x, Element{1.0625}, Element{0x1p28}); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return positiveWithin(x, Element{1.0625}, Element{0x1p28}); }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
@@ -34,7 +34,7 @@ struct InverseCosine {
     return logarithmOfSumWithRoot<Export>(x, fastTwoSum(squareHi, squareLo));
   }
 
-  static bool isInSecondRange(Element x) {
+  QELVM_INLINE static auto isInSecondRange(const auto& x) {
     return positiveWithin(x, 1 + std::numeric_limits<Element>::epsilon(), Element{1.0625});
   }
 

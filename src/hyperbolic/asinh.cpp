@@ -23,7 +23,7 @@ struct InverseSine {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
 
-  static bool isOrdinary(Element x) { return magnitudeWithin(x, Element{0.125}, Element{0x1p28}); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, Element{0.125}, Element{0x1p28}); }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
@@ -35,7 +35,7 @@ struct InverseSine {
     return copySign(logarithmOfSumWithRoot<Export>(a, fastTwoSum(sum.hi, squareLo + sum.lo)), x);
   }
 
-  static bool isInSecondRange(Element x) {
+  QELVM_INLINE static auto isInSecondRange(const auto& x) {
     return magnitudeWithin(x, Element{0x1p-57}, Element{0.125});
   }
 

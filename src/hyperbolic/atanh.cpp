@@ -30,7 +30,7 @@ struct InverseTangent {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
 
-  static bool isOrdinary(Element x) { return magnitudeWithin(x, Element{0.0625}, Element{1}); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, Element{0.0625}, Element{1}); }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
@@ -39,7 +39,7 @@ struct InverseTangent {
     return copySign(naturalLogarithm<Export>(fastTwoSum(q.hi, q.lo)) * 0.5, x);
   }
 
-  static bool isInSecondRange(Element x) {
+  QELVM_INLINE static auto isInSecondRange(const auto& x) {
     return magnitudeWithin(x, Element{0x1p-57}, Element{0.0625});
   }
 

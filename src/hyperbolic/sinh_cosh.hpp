@@ -109,16 +109,16 @@ struct HyperbolicKernel : Method {
   using Element = typename ExportTag::Element;
   using Limits = HyperbolicLimits<Element>;
 
-  static bool isOrdinary(Element x) {
-    return magnitudeWithin(static_cast<double>(x), Method::tableFrom, Limits::large);
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(widened(x), Method::tableFrom, Limits::large);
   }
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
     return Method::withSignOf(x, Method::table(magnitude(x)));
   }
 
-  static bool isInSecondRange(Element x) {
-    return magnitudeWithin(static_cast<double>(x), Limits::large, Limits::ordinary);
+  QELVM_INLINE static auto isInSecondRange(const auto& x) {
+    return magnitudeWithin(widened(x), Limits::large, Limits::ordinary);
   }
   template <class V>
   QELVM_INLINE static V computeSecondRange(const V& x) {

@@ -24,7 +24,7 @@ struct Arccosine {
   using Element = typename Export::Element;
   static constexpr int lanes = 1;
 
-  static bool isOrdinary(Element x) { return isInSeries(x); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return isInSeries<Element>(x); }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
@@ -32,7 +32,7 @@ struct Arccosine {
     return difference(halfPi, flipSigns(arcsine, x));
   }
 
-  static bool isInSecondRange(Element x) { return magnitudeWithin(x, Element{0.5}, Element{1}); }
+  QELVM_INLINE static auto isInSecondRange(const auto& x) { return magnitudeWithin(x, Element{0.5}, Element{1}); }
 
   /// pi - t for a negative and t for a positive x: the difference from zero of -t is exact.
   template <class V>

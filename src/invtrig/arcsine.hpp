@@ -101,7 +101,7 @@ QELVM_INLINE DoubleDoubleOf<V> twiceArcsineOfRoot(const V& a) {
 
 /// 2^-53 < |x| < 1/2, a double or float
 template <class Element>
-QELVM_INLINE bool isInSeries(Element x) {
+QELVM_INLINE auto isInSeries(const auto& x) {
   constexpr Element tiny = 0x1p-53;
   return magnitudeWithin(x, tiny + tiny * std::numeric_limits<Element>::epsilon(), Element{0.5});
 }

@@ -20,10 +20,10 @@ QELVM_TABLE DoubleDouble arctanTable[arctanRows] = {
 template <class V>
 QELVM_INLINE IntegerOf<V> arctanRow(const V& x) {
   return lanewise(
-      [](std::int32_t high) QELVM_ALWAYS_INLINE {
+      [](const auto& high) QELVM_ALWAYS_INLINE {
         constexpr int shift = 19; // one bit of the fraction stays
         constexpr std::int32_t below = (highWord(0x1p-3) >> shift) - 1;
-        const std::int32_t row = (high >> shift) - below;
+        const auto row = (high >> shift) - below;
         return row & ~(row >> 31); // zero where negative, without a branch
       },
       highWord(x));
@@ -33,10 +33,9 @@ QELVM_INLINE IntegerOf<V> arctanRow(const V& x) {
 template <class V>
 QELVM_INLINE V arctanCentre(const V& x, const IntegerOf<V>& row) {
   return lanewise(
-      [](double v, std::int32_t i) QELVM_ALWAYS_INLINE {
+      [](const auto& v, const auto& i) QELVM_ALWAYS_INLINE {
         constexpr std::uint64_t half = std::uint64_t{1} << 50;
-        const std::uint64_t centre = (bitsOf(v) & ~(2 * half - 1)) | half;
-        return fromBits(centre & (std::uint64_t{0} - (i != 0)));
+        return fromBits(((bitsOf(v) & ~(2 * half - 1)) | half) & fillWhereNonzero(i));
       },
       x, row);
 }

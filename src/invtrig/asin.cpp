@@ -23,7 +23,7 @@ struct Arcsine {
   using Element = typename Export::Element;
   static constexpr int lanes = 1;
 
-  static bool isOrdinary(Element x) { return isInSeries(x); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return isInSeries<Element>(x); }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
@@ -31,7 +31,7 @@ struct Arcsine {
     return copySign(arcsine.hi + arcsine.lo, x);
   }
 
-  static bool isInSecondRange(Element x) {
+  QELVM_INLINE static auto isInSecondRange(const auto& x) {
     return magnitudeWithin(x, Element{0.5}, 1 + std::numeric_limits<Element>::epsilon());
   }
 

@@ -32,7 +32,7 @@ struct ArcTangent {
   static constexpr double tiny = 0x1p-53;
   static constexpr double large = 0x1p54;
 
-  static bool isOrdinary(Element x) { return magnitudeWithin(static_cast<double>(x), tiny, large); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(widened(x), tiny, large); }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {

@@ -98,18 +98,18 @@ struct ArcTangentOfTwo {
 
   /// Both normal, y not in the last binade; 2^lowest <= |y / x| < 2^highest, nearly: the difference
   /// of the bits of |y| and |x| lies between these many binades.
-  static bool quotientWithin(Element y, Element x, int lowest, int highest) {
+  QELVM_INLINE static auto quotientWithin(const auto& y, const auto& x, int lowest, int highest) {
     constexpr double normal = std::numeric_limits<double>::min();
-    const double ordinate = static_cast<double>(y);
-    const double abscissa = static_cast<double>(x);
+    const auto ordinate = widened(y);
+    const auto abscissa = widened(x);
     const auto binades = [](int count) { return static_cast<std::uint64_t>(count) << 52; };
-    const std::uint64_t difference = bitsOf(magnitude(ordinate)) - bitsOf(magnitude(abscissa));
+    const auto difference = bitsOf(magnitude(ordinate)) - bitsOf(magnitude(abscissa));
     return magnitudeWithin(ordinate, normal, 0x1p1023) &&
            magnitudeWithin(abscissa, normal, std::numeric_limits<double>::infinity()) &&
            difference - binades(lowest) < binades(highest - lowest);
   }
 
-  static bool isOrdinary(Element y, Element x) { return quotientWithin(y, x, -53, 53); }
+  QELVM_INLINE static auto isOrdinary(const auto& y, const auto& x) { return quotientWithin(y, x, -53, 53); }
 
   template <class V>
   QELVM_INLINE static V compute(const V& y, const V& x) {

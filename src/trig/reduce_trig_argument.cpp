@@ -20,17 +20,12 @@ constexpr double fourOverPiBits[50] = {
 };
 
 /// The quadrant of x, whose sign is that of `sign`, for |x| of that many whole octants: the low two
-/// bits of the nearest multiple of pi/2, for a negative x those of the negated multiple. The sign
-/// of an argument is a factor: a branch on it no processor could foresee.
+/// bits of the nearest multiple of pi/2, for a negative x those of the negated multiple.
 template <class V>
 QELVM_INLINE IntegerOf<V> quadrantOf(const IntegerOf<V>& octants, const V& sign) {
-  return lanewise(
-      [](std::int32_t count, double factor) QELVM_ALWAYS_INLINE {
-        const auto quarterTurns =
-            static_cast<std::int32_t>((static_cast<std::uint32_t>(count) + 1) >> 1 & 3);
-        return (static_cast<std::int32_t>(factor) * quarterTurns) & 3;
-      },
-      octants, sign);
+  const IntegerOf<V> quarterTurns = (octants >> 1) + (octants & 1);
+  const IntegerOf<V> negative = highWord(sign) >> 31; // -1 or 0
+  return ((quarterTurns ^ negative) - negative) & 3;
 }
 
 /// total.hi + term, its error added to total.lo.
@@ -42,37 +37,50 @@ QELVM_INLINE void accumulate(DoubleDoubleOf<V>& total, const V& term) {
 }
 
 /// a - m pi/4, a below 2^23.
-QELVM_INLINE DoubleDouble subtractShort(double a, double m) {
+template <class V>
+QELVM_INLINE DoubleDoubleOf<V> subtractShort(const V& a, const V& m) {
   constexpr double piece1 = 0x1.921fb54p-1;       // 27 bits
   constexpr double piece2 = 0x1.10b4612p-31;      // 28 bits
   constexpr double piece3 = -0x1.676733cp-61;     // 27 bits
   constexpr double piece4 = 0x1.1701b839a252p-89; // together within 2^-142 of pi/4
-  const DoubleDouble t2 = fastTwoSum(a - m * piece1, -(m * piece2));
-  const DoubleDouble t3 = fastTwoSum(t2.hi, -(m * piece3));
+  const DoubleDoubleOf<V> t2 = fastTwoSum(a - m * piece1, -(m * piece2));
+  const DoubleDoubleOf<V> t3 = fastTwoSum(t2.hi, -(m * piece3));
   return {t3.hi, (t2.lo + t3.lo) - m * piece4};
 }
 
 /// a - m pi/4, a below 2^30.
-QELVM_INLINE DoubleDouble subtractLong(double a, double m) {
+template <class V>
+QELVM_INLINE DoubleDoubleOf<V> subtractLong(const V& a, const V& m) {
   constexpr double piece1 = 0x1.921fap-1;          // 20 bits
   constexpr double piece2 = 0x1.54443p-21;         // 21 bits
   constexpr double piece3 = -0x1.73dcap-44;        // 20 bits
   constexpr double piece4 = -0x1.3b39ap-64;        // 20 bits
   constexpr double piece5 = 0x1.45c06e0e68948p-87; // together within 2^-142 of pi/4
-  const DoubleDouble t2 = fastTwoSum(a - m * piece1, -(m * piece2));
-  const DoubleDouble t3 = fastTwoSum(t2.hi, -(m * piece3));
-  const DoubleDouble t = fastTwoSum(t3.hi, t2.lo + t3.lo);
-  const DoubleDouble t4 = fastTwoSum(t.hi, -(m * piece4));
+  const DoubleDoubleOf<V> t2 = fastTwoSum(a - m * piece1, -(m * piece2));
+  const DoubleDoubleOf<V> t3 = fastTwoSum(t2.hi, -(m * piece3));
+  const DoubleDoubleOf<V> t = fastTwoSum(t3.hi, t2.lo + t3.lo);
+  const DoubleDoubleOf<V> t4 = fastTwoSum(t.hi, -(m * piece4));
   return {t4.hi, (t.lo + t4.lo) - m * piece5};
 }
 
 /// |x| below 2^30, by subtraction.
-QELVM_INLINE TrigReduction reduceBySubtraction(double a, double sign) {
+template <class V>
+QELVM_INLINE TrigReductionOf<V> reduceBySubtraction(const V& a, const V& sign) {
   constexpr double fourOverPi = 0x1.45f306dc9c883p0;
-  const auto octants = static_cast<std::int32_t>(a * fourOverPi);
-  const double m = static_cast<double>(octants + (octants & 1));
-  const DoubleDouble t = exponentField(a) < 1023 + 23 ? subtractShort(a, m) : subtractLong(a, m);
-  return {fastTwoSum(t.hi * sign, t.lo * sign), quadrantOf(octants, sign)};
+  const IntegerOf<V> octants = lanewise(
+      [](const auto& x) QELVM_ALWAYS_INLINE { return truncated(x); }, a * fourOverPi);
+  const V m = toDouble(octants + (octants & 1));
+  const auto pieces = lanewise(
+      [](const auto& x, const auto& multiple) QELVM_ALWAYS_INLINE {
+        return choose(
+            magnitudeWithin(x, 0.0, 0x1p23),
+            [&] QELVM_ALWAYS_INLINE { return subtractShort(x, multiple); },
+            [&] QELVM_ALWAYS_INLINE { return subtractLong(x, multiple); });
+      },
+      a, m);
+  const V hi = lanewise([](const auto& t) QELVM_ALWAYS_INLINE { return t.hi; }, pieces);
+  const V lo = lanewise([](const auto& t) QELVM_ALWAYS_INLINE { return t.lo; }, pieces);
+  return {fastTwoSum(hi * sign, lo * sign), quadrantOf(octants, sign)};
 }
 
 /// |x| of 2^30 and more, by multiplication.
@@ -102,10 +110,9 @@ QELVM_INLINE TrigReductionOf<V> reduceByMultiplication(const V& a, const V& sign
   const V total = ((sum.hi + sum.lo) + a2) + b3;
   const I fractionBits = (1023 + 52) - exponentField(total);
   const I octants = lanewise(
-      [](double t, std::int32_t below) QELVM_ALWAYS_INLINE {
-        const std::uint64_t significand =
-            (bitsOf(t) & fractionMask<double>) | (std::uint64_t{1} << 52);
-        return static_cast<std::int32_t>(static_cast<std::uint32_t>(significand >> below));
+      [](const auto& t, const auto& below) QELVM_ALWAYS_INLINE {
+        const auto significand = (bitsOf(t) & fractionMask<double>) | (std::uint64_t{1} << 52);
+        return lowInteger(significand >> below);
       },
       total, fractionBits);
 
@@ -133,24 +140,54 @@ QELVM_INLINE TrigReductionOf<V> reduceByMultiplication(const V& a, const V& sign
   return {{t.hi * sign, t.lo * sign}, quadrantOf(octants, sign)};
 }
 
-constexpr bool isMultiplied(double x) {
-  return exponentField(x) >= 1023 + 30;
+constexpr auto isSubtracted(const auto& x) {
+  return magnitudeWithin(x, 0.0, 0x1p30);
+}
+
+/// One element, or a register: one whose elements are of both kinds goes both ways, each with
+/// arguments of its kind.
+template <class V>
+QELVM_INLINE TrigReductionOf<V> reduceAny(const V& x) {
+  const auto subtracted = isSubtracted(x);
+  if constexpr (isSimd<V>) {
+    const V a = magnitude(x), sign = copySign(1.0, x);
+    const TrigReductionOf<V> small =
+        reduceBySubtraction(select(subtracted, a, uniform<V>(1.0)), sign);
+    const TrigReductionOf<V> large =
+        reduceByMultiplication(select(subtracted, uniform<V>(0x1p30), a), sign);
+    return {select(subtracted, small.remainder, large.remainder),
+            select(subtracted, small.quadrant, large.quadrant)};
+  } else {
+    const V a = magnitude(x), sign = copySign(1.0, x);
+    return subtracted ? reduceBySubtraction(a, sign) : reduceByMultiplication(a, sign);
+  }
 }
 
 } // namespace
 
 TrigReduction reduceTrigArgument(double x) noexcept {
-  const double a = magnitude(x), sign = copySign(1.0, x);
-  return isMultiplied(x) ? reduceByMultiplication(a, sign) : reduceBySubtraction(a, sign);
+  return reduceAny(x);
 }
 
-TrigReductionOf<Lanes<2>> reduceTrigArguments(const Lanes<2>& x) noexcept {
+template <class V>
+TrigReductionOf<V> reduceTrigArguments(const V& x) noexcept {
+  const auto isMultiplied = [](const auto& v) QELVM_ALWAYS_INLINE { return !isSubtracted(v); };
+  const V sign = copySign(1.0, x);
   if (allLanes(isMultiplied, x))
-    return reduceByMultiplication(magnitude(x), copySign(Lanes<2>{1.0, 1.0}, x));
-  const TrigReduction first = reduceTrigArgument(laneOf<0>(x));
-  const TrigReduction second = reduceTrigArgument(laneOf<1>(x));
+    return reduceByMultiplication(magnitude(x), sign);
+  if constexpr (hasRegisters<V>)
+    if (allLanes([](const auto& v) QELVM_ALWAYS_INLINE { return isSubtracted(v); }, x))
+      return reduceBySubtraction(magnitude(x), sign);
+  const auto first = reduceAny(laneOf<0>(x));
+  const auto second = reduceAny(laneOf<1>(x));
   return {{{first.remainder.hi, second.remainder.hi}, {first.remainder.lo, second.remainder.lo}},
           {first.quadrant, second.quadrant}};
 }
+
+template TrigReductionOf<Lanes<2>> reduceTrigArguments(const Lanes<2>& x) noexcept;
+#ifdef QELVM_REGISTER_DOUBLES
+template TrigReductionOf<LaneArray<Simd<double, registerDoubles>, 2>>
+reduceTrigArguments(const LaneArray<Simd<double, registerDoubles>, 2>& x) noexcept;
+#endif
 
 } // namespace qelvm

@@ -17,7 +17,9 @@ using TrigReduction = TrigReductionOf<double>;
 /// Reduces a finite x, |x| >= pi/4.
 TrigReduction reduceTrigArgument(double x) noexcept;
 
-/// Two at once, which takes little longer than one from 2^30 on.
-TrigReductionOf<Lanes<2>> reduceTrigArguments(const Lanes<2>& x) noexcept;
+/// The same of two elements at once, which takes little longer than one from 2^30 on, or of two
+/// registers: V = Lanes<2>, LaneArray<Simd<double, N>, 2>.
+template <class V>
+TrigReductionOf<V> reduceTrigArguments(const V& x) noexcept;
 
 } // namespace qelvm

@@ -63,11 +63,9 @@ QELVM_INLINE DoubleDoubleOf<V> subtractSteps(const TrigArgument<V, Quadrant, Lo>
 /// c2 + r (c3 + ... + r c15), of row j.
 template <class Export, class V>
 QELVM_INLINE V tangentPolynomial(const IntegerOf<V>& j, const V& r) {
-  const auto c = [&](int k) QELVM_ALWAYS_INLINE {
-    return lanewise(
-        [k](std::int32_t row) QELVM_ALWAYS_INLINE { return tangentRows<Export>[row].c[k]; }, j);
-  };
-  return horner<14>(c, r);
+  return horner<14>([&](int k)
+                        QELVM_ALWAYS_INLINE { return lookUp(tangentRows<Export>, j, &TangentRow::c, k); },
+                    r);
 }
 
 template <class Export>
@@ -97,9 +95,7 @@ struct Tangent {
 
     // 1/G = inverse - rest next to the pole, zero elsewhere.
     const V v = 1.0 / gHi;
-    const V inverse = lanewise([](double value, std::uint64_t mask)
-                                   QELVM_ALWAYS_INLINE { return fromBits(bitsOf(value) & mask); },
-                               v, lookUp(rows, j, &TangentRow::keep));
+    const V inverse = keepBits(v, lookUp(rows, j, &TangentRow::keep));
     const V w = (gHi * inverse - 1.0) + gLo * v;
     const V rest = (lookUp(rows, j, &TangentRow::pole) * v) * w;
 

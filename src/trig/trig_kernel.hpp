@@ -25,8 +25,9 @@ QELVM_INLINE TrigArgument<double> reducedArgument(double x) {
   const TrigReduction reduced = reduceTrigArgument(x);
   return {reduced.quadrant, reduced.remainder.hi, reduced.remainder.lo};
 }
-QELVM_INLINE TrigArgument<Lanes<2>> reducedArgument(const Lanes<2>& x) {
-  const TrigReductionOf<Lanes<2>> reduced = reduceTrigArguments(x);
+template <class V>
+QELVM_INLINE TrigArgument<V> reducedArgument(const V& x) {
+  const TrigReductionOf<V> reduced = reduceTrigArguments(x);
   return {reduced.quadrant, reduced.remainder.hi, reduced.remainder.lo};
 }
 
@@ -51,14 +52,14 @@ struct TrigKernel {
                                         : static_cast<Element>(0x1p-252);
   static constexpr Element directLimit = Method::directLimit;
 
-  static bool isOrdinary(Element x) { return magnitudeWithin(x, lowest, directLimit); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, lowest, directLimit); }
 
   template <class V>
   QELVM_INLINE static auto compute(const V& x) {
     return Method::result(TrigArgument<V, std::int32_t, double>{0, x, 0.0});
   }
 
-  static bool isInSecondRange(Element x) {
+  QELVM_INLINE static auto isInSecondRange(const auto& x) {
     return magnitudeWithin(x, directLimit, std::numeric_limits<Element>::infinity());
   }
 

@@ -1,0 +1,465 @@
+// Several elements in one SIMD register: the value type of the libraries for processors that have
+// such registers, beside double and Lanes<N>, over the compilers' vector types.
+//
+// Here stands only what a register does in its own way: operators, the conversions between a
+// number, its pattern and an integer, comparisons, tables, memory. Everything else is written once,
+// over these names, for a double and for a register (bits.hpp and what builds on it). Each operation
+// rounds each element once, as for one element alone; nothing is fused, nothing reordered.
+#pragma once
+
+#include "core/lanes.hpp"
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <type_traits>
+
+#ifdef __AVX2__
+// GCC warns of what its own header leaves undefined on purpose.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#include <immintrin.h>
+#pragma GCC diagnostic pop
+#endif
+
+namespace qelvm {
+
+/// Doubles to a register in this build; 0 in the plain library, which has none.
+#ifdef QELVM_REGISTER_DOUBLES
+inline constexpr int registerDoubles = QELVM_REGISTER_DOUBLES;
+#else
+inline constexpr int registerDoubles = 0;
+#endif
+
+/// The vector types of N 64-bit elements. (As members: an alias template would lose the attribute.)
+template <int N>
+struct RawVectors {
+  typedef double Doubles __attribute__((vector_size(8 * N)));
+  typedef std::uint64_t Patterns __attribute__((vector_size(8 * N)));
+  typedef std::int64_t Signed __attribute__((vector_size(8 * N)));
+  typedef std::uint32_t Words __attribute__((vector_size(8 * N)));
+  typedef std::int32_t SignedWords __attribute__((vector_size(8 * N)));
+  typedef float Floats __attribute__((vector_size(4 * N)));
+};
+
+template <class T, int N>
+struct RawVectorOf;
+template <int N>
+struct RawVectorOf<double, N> {
+  using Type = typename RawVectors<N>::Doubles;
+};
+template <int N>
+struct RawVectorOf<std::uint64_t, N> {
+  using Type = typename RawVectors<N>::Patterns;
+};
+template <int N>
+struct RawVectorOf<std::int32_t, N> {
+  using Type = typename RawVectors<N>::Words;
+};
+
+/// N elements: doubles, patterns of doubles (uint64_t), or integers (int32_t). An integer is the low
+/// half of a 64-bit lane and the high half is undefined: lowWord costs nothing, and no 64-bit shift
+/// or product is needed.
+template <class T, int N>
+struct Simd {
+  using Raw = typename RawVectorOf<T, N>::Type;
+  Raw raw;
+
+  Simd() = default;
+  QELVM_INLINE Simd(Raw value) : raw(value) {}
+};
+
+template <class T, int N>
+struct ElementTraits<Simd<T, N>> {
+  static constexpr int count = N;
+  using Scalar = T;
+  template <class U>
+  using Rebind = Simd<U, N>;
+};
+
+template <class V>
+inline constexpr bool isSimd = false;
+template <class T, int N>
+inline constexpr bool isSimd<Simd<T, N>> = true;
+/// A register, or several in flight.
+template <class V>
+inline constexpr bool hasRegisters = isSimd<V>;
+template <class V, int N>
+inline constexpr bool hasRegisters<LaneArray<V, N>> = isSimd<V>;
+
+/// x for every element of a V.
+template <class V>
+QELVM_INLINE constexpr V uniform(double x) {
+  if constexpr (isLanes<V>)
+    return withIndices<LaneTraits<V>::count>([&](auto... i) QELVM_ALWAYS_INLINE {
+      return V{(static_cast<void>(i), uniform<typename LaneTraits<V>::Lane>(x))...};
+    });
+  else if constexpr (isSimd<V>)
+    return x - typename V::Raw{};
+  else
+    return x;
+}
+
+// ---- operators -----------------------------------------------------------------------------------
+
+#define QELVM_SIMD_OPERATOR(T, op)                                                                 \
+  template <int N>                                                                                 \
+  QELVM_INLINE Simd<T, N> operator op(const Simd<T, N>& a, const Simd<T, N>& b) {                  \
+    return a.raw op b.raw;                                                                         \
+  }                                                                                                \
+  template <int N>                                                                                 \
+  QELVM_INLINE Simd<T, N> operator op(const Simd<T, N>& a, T b) {                                  \
+    return a.raw op b;                                                                             \
+  }                                                                                                \
+  template <int N>                                                                                 \
+  QELVM_INLINE Simd<T, N> operator op(T a, const Simd<T, N>& b) {                                  \
+    return a op b.raw;                                                                             \
+  }
+QELVM_SIMD_OPERATOR(double, +)
+QELVM_SIMD_OPERATOR(double, -)
+QELVM_SIMD_OPERATOR(double, *)
+QELVM_SIMD_OPERATOR(double, /)
+QELVM_SIMD_OPERATOR(std::uint64_t, +)
+QELVM_SIMD_OPERATOR(std::uint64_t, -)
+QELVM_SIMD_OPERATOR(std::uint64_t, &)
+QELVM_SIMD_OPERATOR(std::uint64_t, |)
+QELVM_SIMD_OPERATOR(std::uint64_t, ^)
+#undef QELVM_SIMD_OPERATOR
+
+// Integers wrap around: the undefined halves do.
+#define QELVM_SIMD_OPERATOR(op)                                                                    \
+  template <int N>                                                                                 \
+  QELVM_INLINE Simd<std::int32_t, N> operator op(const Simd<std::int32_t, N>& a,                   \
+                                                 const Simd<std::int32_t, N>& b) {                 \
+    return a.raw op b.raw;                                                                         \
+  }                                                                                                \
+  template <int N>                                                                                 \
+  QELVM_INLINE Simd<std::int32_t, N> operator op(const Simd<std::int32_t, N>& a, std::int32_t b) { \
+    return a.raw op static_cast<std::uint32_t>(b);                                                 \
+  }                                                                                                \
+  template <int N>                                                                                 \
+  QELVM_INLINE Simd<std::int32_t, N> operator op(std::int32_t a, const Simd<std::int32_t, N>& b) { \
+    return static_cast<std::uint32_t>(a) op b.raw;                                                 \
+  }
+QELVM_SIMD_OPERATOR(+)
+QELVM_SIMD_OPERATOR(-)
+QELVM_SIMD_OPERATOR(|)
+QELVM_SIMD_OPERATOR(^)
+#undef QELVM_SIMD_OPERATOR
+
+template <int N>
+QELVM_INLINE Simd<double, N> operator-(const Simd<double, N>& a) {
+  return -a.raw;
+}
+template <class T, int N>
+requires std::is_integral_v<T> QELVM_INLINE Simd<T, N> operator~(const Simd<T, N>& a) {
+  return ~a.raw;
+}
+template <class T, int N>
+requires std::is_integral_v<T> QELVM_INLINE Simd<T, N> operator<<(const Simd<T, N>& a, int count) {
+  return a.raw << count;
+}
+template <int N>
+QELVM_INLINE Simd<std::uint64_t, N> operator>>(const Simd<std::uint64_t, N>& a, int count) {
+  return a.raw >> count;
+}
+/// Arithmetic.
+template <int N>
+QELVM_INLINE Simd<std::int32_t, N> operator>>(const Simd<std::int32_t, N>& a, int count) {
+  using Raw = RawVectors<N>;
+  return reinterpret_cast<typename Raw::Words>(
+      reinterpret_cast<typename Raw::SignedWords>(a.raw) >> count);
+}
+
+template <int N>
+QELVM_INLINE Simd<std::uint64_t, N> bitsOf(const Simd<double, N>& x) {
+  return reinterpret_cast<typename RawVectors<N>::Patterns>(x.raw);
+}
+template <int N>
+QELVM_INLINE Simd<double, N> fromBits(const Simd<std::uint64_t, N>& bits) {
+  return reinterpret_cast<typename RawVectors<N>::Doubles>(bits.raw);
+}
+template <int N>
+QELVM_INLINE Simd<std::int32_t, N> lowInteger(const Simd<std::uint64_t, N>& bits) {
+  return reinterpret_cast<typename RawVectors<N>::Words>(bits.raw);
+}
+template <int N>
+QELVM_INLINE Simd<std::uint64_t, N> lowBits(const Simd<std::int32_t, N>& i) {
+  return reinterpret_cast<typename RawVectors<N>::Patterns>(i.raw);
+}
+/// Zeros above the integer, taken as unsigned.
+template <int N>
+QELVM_INLINE Simd<std::uint64_t, N> zeroExtended(const Simd<std::int32_t, N>& i) {
+  return lowBits(i) & std::uint64_t{0xFFFFFFFF};
+}
+
+template <int N>
+QELVM_INLINE Simd<std::int32_t, N> operator&(const Simd<std::int32_t, N>& a,
+                                             const Simd<std::int32_t, N>& b) {
+  return a.raw & b.raw;
+}
+/// (The compiler sees that the high halves are zero now.)
+template <int N>
+QELVM_INLINE Simd<std::int32_t, N> operator&(const Simd<std::int32_t, N>& a, std::int32_t b) {
+  return lowInteger(lowBits(a) & std::uint64_t{static_cast<std::uint32_t>(b)});
+}
+template <int N>
+QELVM_INLINE Simd<std::uint64_t, N> operator<<(const Simd<std::uint64_t, N>& a,
+                                               const Simd<std::int32_t, N>& count) {
+  return a.raw << zeroExtended(count).raw;
+}
+template <int N>
+QELVM_INLINE Simd<std::uint64_t, N> operator>>(const Simd<std::uint64_t, N>& a,
+                                               const Simd<std::int32_t, N>& count) {
+  return a.raw >> zeroExtended(count).raw;
+}
+
+/// The 64-bit product of an integer, taken as unsigned, and a constant.
+template <int N>
+QELVM_INLINE Simd<std::uint64_t, N> wideProduct(const Simd<std::int32_t, N>& a, std::uint32_t b) {
+  if ((b & (b - 1)) == 0)
+    return zeroExtended(a) << std::countr_zero(b);
+#ifdef __AVX512F__
+  if constexpr (N == 8)
+    return reinterpret_cast<typename RawVectors<N>::Patterns>(
+        _mm512_mul_epu32(reinterpret_cast<__m512i>(a.raw), _mm512_set1_epi64(b)));
+#endif
+#ifdef __AVX2__
+  if constexpr (N == 4)
+    return reinterpret_cast<typename RawVectors<N>::Patterns>(
+        _mm256_mul_epu32(reinterpret_cast<__m256i>(a.raw), _mm256_set1_epi64x(b)));
+#endif
+  return zeroExtended(a).raw * std::uint64_t{b};
+}
+template <int N>
+QELVM_INLINE Simd<std::int32_t, N> operator*(const Simd<std::int32_t, N>& a, std::int32_t b) {
+  return lowInteger(wideProduct(a, static_cast<std::uint32_t>(b)));
+}
+
+// ---- numbers, patterns, integers -----------------------------------------------------------------
+
+/// The signed number in the upper 12 bits.
+template <int N>
+QELVM_INLINE Simd<std::int32_t, N> signedExponent(const Simd<std::uint64_t, N>& bits) {
+  return lowInteger(bits >> 32) >> 20;
+}
+/// All ones where the sign bit is set, where the integer is not zero; else zeros.
+template <int N>
+QELVM_INLINE Simd<std::uint64_t, N> fillWhereNegative(const Simd<std::uint64_t, N>& bits) {
+  using Raw = RawVectors<N>;
+  return reinterpret_cast<typename Raw::Patterns>(
+      reinterpret_cast<typename Raw::Signed>(bits.raw) >> 63);
+}
+template <int N>
+QELVM_INLINE Simd<std::uint64_t, N> fillWhereNonzero(const Simd<std::int32_t, N>& i) {
+  return reinterpret_cast<typename RawVectors<N>::Patterns>((lowBits(i) << 32).raw != 0);
+}
+
+/// An integer as a double, by its place below the last one of 2^52 + 2^31: exact.
+template <int N>
+QELVM_INLINE Simd<double, N> exactDouble(const Simd<std::int32_t, N>& i) {
+  return fromBits(zeroExtended(i) ^ std::uint64_t{0x4330000080000000}) - 0x1.000008p52;
+}
+
+/// A number from 0 to below 2^31 without its fraction.
+template <int N>
+QELVM_INLINE Simd<std::int32_t, N> truncated(const Simd<double, N>& x) {
+#ifdef __AVX512F__
+  if constexpr (N == 8)
+    return reinterpret_cast<typename RawVectors<N>::Words>(
+        _mm512_cvtepu32_epi64(_mm512_cvttpd_epi32(reinterpret_cast<__m512d>(x.raw))));
+#endif
+#ifdef __AVX2__
+  if constexpr (N == 4)
+    return reinterpret_cast<typename RawVectors<N>::Words>(
+        _mm256_cvtepu32_epi64(_mm256_cvttpd_epi32(reinterpret_cast<__m256d>(x.raw))));
+#endif
+  return reinterpret_cast<typename RawVectors<N>::Words>(
+      __builtin_convertvector(x.raw, typename RawVectors<N>::Signed));
+}
+
+/// Correctly rounded, by the instruction.
+template <int N>
+QELVM_INLINE Simd<double, N> squareRootInstruction(const Simd<double, N>& x) {
+#ifdef __AVX512F__
+  if constexpr (N == 8)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm512_sqrt_pd(reinterpret_cast<__m512d>(x.raw)));
+#endif
+#ifdef __AVX2__
+  if constexpr (N == 4)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm256_sqrt_pd(reinterpret_cast<__m256d>(x.raw)));
+#endif
+  typename RawVectors<N>::Doubles root = x.raw;
+  for (int i = 0; i < N; ++i)
+    root[i] = __builtin_sqrt(x.raw[i]);
+  return root;
+}
+
+// ---- comparisons ---------------------------------------------------------------------------------
+
+/// Which of N elements.
+template <int N>
+struct Mask {
+  typename RawVectors<N>::Signed raw; // all ones or zeros
+
+  QELVM_INLINE Mask operator&(Mask other) const { return {raw & other.raw}; }
+  QELVM_INLINE Mask operator&&(Mask other) const { return {raw & other.raw}; }
+  QELVM_INLINE Mask operator||(Mask other) const { return {raw | other.raw}; }
+  QELVM_INLINE Mask operator!() const { return {~raw}; }
+
+  QELVM_INLINE bool all() const {
+#ifdef __AVX2__
+    if constexpr (N == 4)
+      return _mm256_movemask_pd(reinterpret_cast<__m256d>(raw)) == 15;
+#endif
+    std::int64_t every = raw[0];
+    for (int i = 1; i < N; ++i)
+      every &= raw[i];
+    return every != 0;
+  }
+
+  QELVM_INLINE static Mask lessUnsigned(typename RawVectors<N>::Patterns a,
+                                        typename RawVectors<N>::Patterns b) {
+    // As signed numbers, which more processors compare; the shift by half the range becomes part of
+    // the sums that a and b come from.
+    constexpr std::uint64_t half = std::uint64_t{1} << 63;
+    using Signed = typename RawVectors<N>::Signed;
+    return {reinterpret_cast<Signed>(a - half) < reinterpret_cast<Signed>(b - half)};
+  }
+  QELVM_INLINE static Mask negative(typename RawVectors<N>::Doubles x) {
+    return {reinterpret_cast<typename RawVectors<N>::Signed>(x) < 0};
+  }
+  QELVM_INLINE Simd<double, N> select(const Simd<double, N>& where,
+                                      const Simd<double, N>& elsewhere) const {
+    return raw != 0 ? where.raw : elsewhere.raw;
+  }
+};
+
+#ifdef __AVX512F__
+template <>
+struct Mask<8> {
+  __mmask8 bits;
+
+  QELVM_INLINE Mask operator&(Mask other) const { return {_kand_mask8(bits, other.bits)}; }
+  QELVM_INLINE Mask operator&&(Mask other) const { return {_kand_mask8(bits, other.bits)}; }
+  QELVM_INLINE Mask operator||(Mask other) const { return {_kor_mask8(bits, other.bits)}; }
+  QELVM_INLINE Mask operator!() const { return {_knot_mask8(bits)}; }
+
+  QELVM_INLINE bool all() const { return bits == 0xFF; }
+
+  QELVM_INLINE static Mask lessUnsigned(RawVectors<8>::Patterns a, RawVectors<8>::Patterns b) {
+    return {_mm512_cmplt_epu64_mask(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b))};
+  }
+  QELVM_INLINE static Mask negative(RawVectors<8>::Doubles x) {
+    return {_mm512_movepi64_mask(reinterpret_cast<__m512i>(x))};
+  }
+  QELVM_INLINE Simd<double, 8> select(const Simd<double, 8>& where,
+                                      const Simd<double, 8>& elsewhere) const {
+    return reinterpret_cast<RawVectors<8>::Doubles>(
+        _mm512_mask_blend_pd(bits, reinterpret_cast<__m512d>(elsewhere.raw),
+                             reinterpret_cast<__m512d>(where.raw)));
+  }
+};
+#endif
+
+template <int N>
+QELVM_INLINE bool allTrue(const Mask<N>& mask) {
+  return mask.all();
+}
+
+template <int N>
+QELVM_INLINE Mask<N> operator<(const Simd<std::uint64_t, N>& a, const Simd<std::uint64_t, N>& b) {
+  return Mask<N>::lessUnsigned(a.raw, b.raw);
+}
+template <int N>
+QELVM_INLINE Mask<N> operator<(const Simd<std::uint64_t, N>& a, std::uint64_t b) {
+  return Mask<N>::lessUnsigned(a.raw, b - typename RawVectors<N>::Patterns{});
+}
+template <int N>
+QELVM_INLINE Mask<N> operator!=(const Simd<std::uint64_t, N>& a, std::uint64_t b) {
+  return !(a - b < std::uint64_t{1});
+}
+
+template <int N>
+QELVM_INLINE Mask<N> isNegative(const Simd<double, N>& x) {
+  return Mask<N>::negative(x.raw);
+}
+
+/// `where` for the elements of the mask, `elsewhere` for the others; no branch.
+template <int N>
+QELVM_INLINE Simd<double, N> select(const Mask<N>& mask, const Simd<double, N>& where,
+                                    const Simd<double, N>& elsewhere) {
+  return mask.select(where, elsewhere);
+}
+template <int N>
+QELVM_INLINE Simd<std::int32_t, N> select(const Mask<N>& mask, const Simd<std::int32_t, N>& where,
+                                          const Simd<std::int32_t, N>& elsewhere) {
+  return lowInteger(bitsOf(mask.select(fromBits(lowBits(where)), fromBits(lowBits(elsewhere)))));
+}
+
+// ---- tables --------------------------------------------------------------------------------------
+
+/// The doubles at `base`, each by its number of bytes from there.
+template <int N>
+QELVM_INLINE Simd<double, N> gather(const void* base, const Simd<std::uint64_t, N>& offset) {
+#ifdef __AVX512F__
+  if constexpr (N == 8)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm512_i64gather_pd(reinterpret_cast<__m512i>(offset.raw), base, 1));
+#endif
+#ifdef __AVX2__
+  if constexpr (N == 4)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(_mm256_i64gather_pd(
+        static_cast<const double*>(base), reinterpret_cast<__m256i>(offset.raw), 1));
+#endif
+  return withIndices<N>([&](auto... i) QELVM_ALWAYS_INLINE {
+    const auto at = [&](std::uint64_t place) QELVM_ALWAYS_INLINE {
+      return *reinterpret_cast<const double*>(static_cast<const char*>(base) + place);
+    };
+    return Simd<double, N>(typename RawVectors<N>::Doubles{at(offset.raw[i.value])...});
+  });
+}
+
+template <int N>
+QELVM_INLINE Simd<double, N> entryOf(const double* table, const Simd<std::int32_t, N>& index) {
+  return gather(table, zeroExtended(index) << 3);
+}
+template <class Row, class Field, int N>
+QELVM_INLINE Simd<Field, N> entryOf(const Row* table, const Simd<std::int32_t, N>& index,
+                                    Field Row::*field) {
+  static_assert(sizeof(Field) == 8);
+  const auto value = gather(&(table->*field), wideProduct(index, sizeof(Row)));
+  if constexpr (std::is_same_v<Field, double>)
+    return value;
+  else
+    return bitsOf(value);
+}
+
+template <class Row, class Field, int K, int N>
+QELVM_INLINE Simd<Field, N> entryOf(const Row* table, const Simd<std::int32_t, N>& index,
+                                    Field (Row::*field)[K], int k) {
+  return gather(&(table->*field)[k], wideProduct(index, sizeof(Row)));
+}
+
+// ---- memory --------------------------------------------------------------------------------------
+
+/// N elements of type T from any address, widened; N elements rounded to T to any address.
+template <class T, int N>
+struct UnalignedVector {
+  typedef T Type __attribute__((vector_size(sizeof(T) * N), aligned(1), may_alias));
+};
+template <int N, class T>
+QELVM_INLINE Simd<double, N> loadRegister(const void* place) {
+  using Unaligned = typename UnalignedVector<T, N>::Type;
+  return __builtin_convertvector(*static_cast<const Unaligned*>(place),
+                                 typename RawVectors<N>::Doubles);
+}
+template <class T, int N>
+QELVM_INLINE void storeRegister(const Simd<double, N>& x, void* place) {
+  using Unaligned = typename UnalignedVector<T, N>::Type;
+  *static_cast<Unaligned*>(place) = __builtin_convertvector(x.raw, Unaligned);
+}
+
+} // namespace qelvm
