@@ -37,7 +37,7 @@ QELVM_TABLE auto cbrtSeeds = tabulate<32>(cbrtSeed);
 // Constants cbrt_powers: rounded; off by 2^-79.98 (relative)
 // (tools/polynomials/cbrt_powers.sollya).
 template <class Export>
-QELVM_TABLE DoubleDouble cbrtPowers[3] = {
+QELVM_TABLE PairRow cbrtPowers[3] = {
     {1.0, 0.0},
     {0x1.428a2f8p0, 0x1.8d728ae223ddbp-28}, // 1.2599210498948732
     {0x1.965feap0, 0x1.4f5b8f20ac166p-26},  // 1.5874010519681994
@@ -87,8 +87,8 @@ QELVM_INLINE V cubeRoot(const V& x, std::int32_t adjustment) {
 
   const auto exponent = thirdOfExponent(x);
   const V scale = withExponent((exponent.quotient + adjustment) + 1023, copySign(0.0, x));
-  const V powerHi = lookUp(cbrtPowers<Export>, exponent.remainder, &DoubleDouble::hi);
-  const V powerLo = lookUp(cbrtPowers<Export>, exponent.remainder, &DoubleDouble::lo);
+  const V powerHi = lookUp(cbrtPowers<Export>, exponent.remainder, &PairRow::hi);
+  const V powerLo = lookUp(cbrtPowers<Export>, exponent.remainder, &PairRow::lo);
   const V low = (fHi * powerLo + powerLo * w) + w * powerHi;
   return (fHi * powerHi + low) * scale;
 }

@@ -400,47 +400,118 @@ QELVM_INLINE Simd<std::int32_t, N> select(const Mask<N>& mask, const Simd<std::i
 }
 
 // ---- tables --------------------------------------------------------------------------------------
+// Loads of single elements, of pairs and of quads, which are then transposed: a gather instruction
+// takes two to five times as long on the processors that were tried.
+
+/// Rows of tables begin where no load of a pair or a quad crosses a line of the cache.
+template <int doubles>
+inline constexpr std::size_t rowAlignment =
+    registerDoubles < 4 ? alignof(double) : (doubles > 2 ? 4 : doubles) * sizeof(double);
 
 /// The doubles at `base`, each by its number of bytes from there.
 template <int N>
-QELVM_INLINE Simd<double, N> gather(const void* base, const Simd<std::uint64_t, N>& offset) {
-#ifdef __AVX512F__
-  if constexpr (N == 8)
-    return reinterpret_cast<typename RawVectors<N>::Doubles>(
-        _mm512_i64gather_pd(reinterpret_cast<__m512i>(offset.raw), base, 1));
-#endif
-#ifdef __AVX2__
-  if constexpr (N == 4)
-    return reinterpret_cast<typename RawVectors<N>::Doubles>(_mm256_i64gather_pd(
-        static_cast<const double*>(base), reinterpret_cast<__m256i>(offset.raw), 1));
-#endif
+QELVM_INLINE Simd<double, N> singles(const void* base, const Simd<std::uint64_t, N>& offset) {
+  const auto at = [&](std::uint64_t place) QELVM_ALWAYS_INLINE {
+    return *reinterpret_cast<const double*>(static_cast<const char*>(base) + place);
+  };
   return withIndices<N>([&](auto... i) QELVM_ALWAYS_INLINE {
-    const auto at = [&](std::uint64_t place) QELVM_ALWAYS_INLINE {
-      return *reinterpret_cast<const double*>(static_cast<const char*>(base) + place);
-    };
     return Simd<double, N>(typename RawVectors<N>::Doubles{at(offset.raw[i.value])...});
   });
 }
 
+/// Element k of the pairs, or of the quads, at `base`. (k is a constant, and what the other elements
+/// share with it is computed once: all after inlining.)
+template <int N>
+QELVM_INLINE Simd<double, N> ofPairs(const void* base, const Simd<std::uint64_t, N>& offset,
+                                     std::size_t k) {
+  using Pair = typename RawVectors<2>::Doubles;
+  const auto at = [&](int i) QELVM_ALWAYS_INLINE {
+    return *reinterpret_cast<const Pair*>(static_cast<const char*>(base) + offset.raw[i]);
+  };
+  if constexpr (N == 8) {
+    const auto four = [&](int i) QELVM_ALWAYS_INLINE {
+      return __builtin_shufflevector(__builtin_shufflevector(at(i), at(i + 2), 0, 1, 2, 3),
+                                     __builtin_shufflevector(at(i + 4), at(i + 6), 0, 1, 2, 3), 0,
+                                     1, 2, 3, 4, 5, 6, 7);
+    };
+    const auto even = four(0), odd = four(1);
+    return k == 0 ? __builtin_shufflevector(even, odd, 0, 8, 2, 10, 4, 12, 6, 14)
+                  : __builtin_shufflevector(even, odd, 1, 9, 3, 11, 5, 13, 7, 15);
+  } else {
+    static_assert(N == 4);
+    const auto even = __builtin_shufflevector(at(0), at(2), 0, 1, 2, 3);
+    const auto odd = __builtin_shufflevector(at(1), at(3), 0, 1, 2, 3);
+    return k == 0 ? __builtin_shufflevector(even, odd, 0, 4, 2, 6)
+                  : __builtin_shufflevector(even, odd, 1, 5, 3, 7);
+  }
+}
+template <int N>
+QELVM_INLINE Simd<double, N> ofQuads(const void* base, const Simd<std::uint64_t, N>& offset,
+                                     std::size_t k) {
+  using Quad = typename RawVectors<4>::Doubles;
+  const auto at = [&](int i) QELVM_ALWAYS_INLINE {
+    return *reinterpret_cast<const Quad*>(static_cast<const char*>(base) + offset.raw[i]);
+  };
+  if constexpr (N == 8) {
+    const auto two = [&](int i) QELVM_ALWAYS_INLINE {
+      return __builtin_shufflevector(at(i), at(i + 2), 0, 1, 2, 3, 4, 5, 6, 7);
+    };
+    const auto half = [&](int i) QELVM_ALWAYS_INLINE {
+      const auto even = two(i), odd = two(i + 1);
+      return k % 2 == 0 ? __builtin_shufflevector(even, odd, 0, 8, 2, 10, 4, 12, 6, 14)
+                        : __builtin_shufflevector(even, odd, 1, 9, 3, 11, 5, 13, 7, 15);
+    };
+    const auto low = half(0), high = half(4);
+    return k < 2 ? __builtin_shufflevector(low, high, 0, 1, 4, 5, 8, 9, 12, 13)
+                 : __builtin_shufflevector(low, high, 2, 3, 6, 7, 10, 11, 14, 15);
+  } else {
+    static_assert(N == 4);
+    const auto half = [&](int i) QELVM_ALWAYS_INLINE {
+      return k % 2 == 0 ? __builtin_shufflevector(at(i), at(i + 1), 0, 4, 2, 6)
+                        : __builtin_shufflevector(at(i), at(i + 1), 1, 5, 3, 7);
+    };
+    const auto low = half(0), high = half(2);
+    return k < 2 ? __builtin_shufflevector(low, high, 0, 1, 4, 5)
+                 : __builtin_shufflevector(low, high, 2, 3, 6, 7);
+  }
+}
+
 template <int N>
 QELVM_INLINE Simd<double, N> entryOf(const double* table, const Simd<std::int32_t, N>& index) {
-  return gather(table, zeroExtended(index) << 3);
+  return singles(table, zeroExtended(index) << 3);
+}
+/// The double `field` of the rows with these indices.
+template <class Row, int N>
+QELVM_INLINE Simd<double, N> fieldOf(const Row* table, const Simd<std::int32_t, N>& index,
+                                     const void* field) {
+  const Simd<std::uint64_t, N> offset = wideProduct(index, sizeof(Row));
+  const auto place = static_cast<std::size_t>(static_cast<const char*>(field) -
+                                              reinterpret_cast<const char*>(table));
+  if constexpr (N < 4 || alignof(Row) == alignof(double)) {
+    return singles(field, offset);
+  } else {
+    constexpr std::size_t group = alignof(Row);
+    const void* const base = static_cast<const char*>(field) - place % group;
+    const std::size_t k = place % group / sizeof(double);
+    if constexpr (group == 2 * sizeof(double))
+      return ofPairs(base, offset, k);
+    else
+      return ofQuads(base, offset, k);
+  }
 }
 template <class Row, class Field, int N>
 QELVM_INLINE Simd<Field, N> entryOf(const Row* table, const Simd<std::int32_t, N>& index,
                                     Field Row::*field) {
-  static_assert(sizeof(Field) == 8);
-  const auto value = gather(&(table->*field), wideProduct(index, sizeof(Row)));
+  const auto value = fieldOf(table, index, &(table->*field));
   if constexpr (std::is_same_v<Field, double>)
     return value;
   else
     return bitsOf(value);
 }
-
-template <class Row, class Field, int K, int N>
-QELVM_INLINE Simd<Field, N> entryOf(const Row* table, const Simd<std::int32_t, N>& index,
-                                    Field (Row::*field)[K], int k) {
-  return gather(&(table->*field)[k], wideProduct(index, sizeof(Row)));
+template <class Row, int K, int N>
+QELVM_INLINE Simd<double, N> entryOf(const Row* table, const Simd<std::int32_t, N>& index,
+                                     double (Row::*field)[K], int k) {
+  return fieldOf(table, index, &(table->*field)[k]);
 }
 
 // ---- memory --------------------------------------------------------------------------------------

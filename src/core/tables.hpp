@@ -12,6 +12,12 @@ namespace qelvm {
 /// of several exports into one.
 #define QELVM_TABLE [[gnu::used]] inline constexpr
 
+/// A row of two words, or of two sums of a table.
+struct alignas(rowAlignment<2>) PairRow {
+  double hi;
+  double lo;
+};
+
 /// A table whose entries are a rule that compilers evaluate exactly.
 template <int N>
 struct Table {

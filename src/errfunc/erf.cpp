@@ -20,8 +20,8 @@ namespace {
 // Polynomial erf_rows: fit; off by 2^-60.18 (relative), worst in row 20
 // (tools/tables/erf_rows.sollya).
 template <class Export>
-QELVM_TABLE double erfRows[22 * quarterBinadeRowLength] = {
-#define QELVM_ERF_ROW(...) __VA_ARGS__,
+QELVM_TABLE QuarterBinadeRow erfRows[22] = {
+#define QELVM_ERF_ROW(...) {{__VA_ARGS__}},
 #include "errfunc/erf_rows.inc"
 #undef QELVM_ERF_ROW
 };

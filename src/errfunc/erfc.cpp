@@ -24,21 +24,23 @@ namespace qelvm {
 namespace {
 
 /// A row: -c; d0 to d5 as pairs, hi before lo; f6 to f15.
-inline constexpr int erfcRowLength = 23;
+struct alignas(rowAlignment<23>) ErfcRow {
+  double f[23];
+};
 
 // Polynomial erfc_rows: fit; off by 2^-64.22 (relative), worst in row 5
 // (tools/tables/erfc_rows.sollya).
 template <class Export>
-QELVM_TABLE double erfcRows[20 * erfcRowLength] = {
-#define QELVM_ERFC_ROW(...) __VA_ARGS__,
-#define QELVM_ERFC_FAR_ROW(...) __VA_ARGS__,
+QELVM_TABLE ErfcRow erfcRows[20] = {
+#define QELVM_ERFC_ROW(...) {{__VA_ARGS__}},
+#define QELVM_ERFC_FAR_ROW(...) {{__VA_ARGS__}},
 #include "errfunc/erfc_rows.inc"
 #undef QELVM_ERFC_FAR_ROW
 };
 
 /// Single precision underflows to zero before the last rows.
 template <class Export>
-QELVM_TABLE double erfcSingleRows[14 * erfcRowLength] = {
+QELVM_TABLE ErfcRow erfcSingleRows[14] = {
 #define QELVM_ERFC_FAR_ROW(...)
 #include "errfunc/erfc_rows.inc"
 #undef QELVM_ERFC_FAR_ROW
@@ -47,7 +49,7 @@ QELVM_TABLE double erfcSingleRows[14 * erfcRowLength] = {
 
 /// 2^(j/64), hi a multiple of 2^-25.
 template <class Export>
-QELVM_TABLE DoubleDouble erfcPowers[64] = {
+QELVM_TABLE PairRow erfcPowers[64] = {
 #define QELVM_ERFC_POWER(hi, lo) {hi, lo},
 #include "errfunc/erfc_powers.inc"
 #undef QELVM_ERFC_POWER
@@ -73,7 +75,7 @@ struct ErfcLimits<float> {
 };
 
 template <class Export>
-QELVM_INLINE constexpr const double* rowsOfErfc() {
+QELVM_INLINE constexpr const ErfcRow* rowsOfErfc() {
   if constexpr (std::is_same_v<typename Export::Element, double>)
     return erfcRows<Export>;
   else
@@ -84,10 +86,10 @@ QELVM_INLINE constexpr const double* rowsOfErfc() {
 template <class Export, class V>
 QELVM_INLINE DoubleDoubleOf<V> erfcPolynomial(const V& a) {
   const V square = (1.0 + a) * (1.0 + a);
-  const IntegerOf<V> row =
-      (exponentField(square * square) - Format<double>::bias) * std::int32_t{erfcRowLength};
-  const auto field = [&](int k)
-                         QELVM_ALWAYS_INLINE { return lookUp(rowsOfErfc<Export>() + k, row); };
+  const IntegerOf<V> row = exponentField(square * square) - Format<double>::bias;
+  const auto field = [&](int k) QELVM_ALWAYS_INLINE {
+    return lookUp(rowsOfErfc<Export>(), row, &ErfcRow::f, k);
+  };
 
   const DoubleDoubleOf<V> t = twoSum(a, field(0));
   const V fromSixth = horner<10>([&](int k) QELVM_ALWAYS_INLINE { return field(13 + k); }, t.hi);
@@ -135,8 +137,8 @@ QELVM_INLINE ScaledPair<V> timesGaussian(const DoubleDoubleOf<V>& value, const V
   us.lo = rLo + (uError + us.lo);
 
   // times 2^(j/64), plus 2^(j/64)
-  const DoubleDoubleOf<V> power = {lookUp(erfcPowers<Export>, reduced.j, &DoubleDouble::hi),
-                                   lookUp(erfcPowers<Export>, reduced.j, &DoubleDouble::lo)};
+  const DoubleDoubleOf<V> power = {lookUp(erfcPowers<Export>, reduced.j, &PairRow::hi),
+                                   lookUp(erfcPowers<Export>, reduced.j, &PairRow::lo)};
   const DoubleDoubleOf<V> product = productOfShort(power, us);
   const DoubleDoubleOf<V> sum = twoSum(power.hi, product.hi);
   const V sumLo = product.lo + (sum.lo + power.lo);

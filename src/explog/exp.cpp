@@ -55,7 +55,7 @@ QELVM_TABLE double expPowers[64] = {
 #undef QELVM_EXP_POWER
 };
 
-struct PowerPair {
+struct alignas(rowAlignment<2>) PowerPair {
   double hi;
   double lo; ///< the rest of the power, divided by hi
 };

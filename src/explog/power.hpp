@@ -12,7 +12,7 @@ namespace {
 // ---- tables -------------------------------------------------------------------------------------
 
 /// One reciprocal of a stage of the reduction, and minus its base-2 logarithm in two words.
-struct PowLogRow {
+struct alignas(rowAlignment<3>) PowLogRow {
   double reciprocal;
   double logHi;
   double logLo;
@@ -45,7 +45,7 @@ QELVM_TABLE PowLogRow powLogs3[129] = {
 
 /// 2^(j/128)
 template <class Export>
-QELVM_TABLE DoubleDouble powPowers[128] = {
+QELVM_TABLE PairRow powPowers[128] = {
 #define QELVM_POW_POWER(hi, lo) {hi, lo},
 #include "explog/pow_powers.inc"
 #undef QELVM_POW_POWER
@@ -174,8 +174,8 @@ struct Power {
     const V q = r * horner(e, r);
     const IntegerOf<V> j = lowWord(rounded.sum) & 127;
     shifted = rounded.sum;
-    power = lookUp(powPowers<Export>, j, &DoubleDouble::hi);
-    rest = (q * power) + lookUp(powPowers<Export>, j, &DoubleDouble::lo);
+    power = lookUp(powPowers<Export>, j, &PairRow::hi);
+    rest = (q * power) + lookUp(powPowers<Export>, j, &PairRow::lo);
     significand = power + rest;
   }
 

@@ -39,7 +39,7 @@ QELVM_TABLE double hyperbolicPowers[65] = {
 
 /// 2^(j/64), j = 0 to 64, as hi + lo (all others).
 template <class Export>
-QELVM_TABLE DoubleDouble hyperbolicPowerPairs[65] = {
+QELVM_TABLE PairRow hyperbolicPowerPairs[65] = {
 #define QELVM_HYPERBOLIC_POWER(hi, lo) {hi, lo},
 #include "hyperbolic/hyperbolic_powers.inc"
 #undef QELVM_HYPERBOLIC_POWER
@@ -47,8 +47,8 @@ QELVM_TABLE DoubleDouble hyperbolicPowerPairs[65] = {
 
 template <class Export, class V>
 QELVM_INLINE DoubleDoubleOf<V> powerPair(const IntegerOf<V>& j) {
-  return {lookUp(hyperbolicPowerPairs<Export>, j, &DoubleDouble::hi),
-          lookUp(hyperbolicPowerPairs<Export>, j, &DoubleDouble::lo)};
+  return {lookUp(hyperbolicPowerPairs<Export>, j, &PairRow::hi),
+          lookUp(hyperbolicPowerPairs<Export>, j, &PairRow::lo)};
 }
 
 /// e^r 2^(j/64) from the power as one double, or as hi + lo.

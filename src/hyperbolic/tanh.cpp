@@ -18,8 +18,8 @@ namespace {
 // Polynomial tanh_rows: fit; off by 2^-64.10 (relative), worst in row 24
 // (tools/tables/tanh_rows.sollya).
 template <class Export>
-QELVM_TABLE double tanhRows[29 * quarterBinadeRowLength] = {
-#define QELVM_TANH_ROW(...) __VA_ARGS__,
+QELVM_TABLE QuarterBinadeRow tanhRows[29] = {
+#define QELVM_TANH_ROW(...) {{__VA_ARGS__}},
 #include "hyperbolic/tanh_rows.inc"
 #undef QELVM_TANH_ROW
 };

@@ -9,7 +9,7 @@ namespace {
 /// arctan b as hi + lo, hi to 26 bits: b = 0, then the centres of half-binades from 1/8 to 2^54.
 inline constexpr int arctanRows = 115;
 template <class Export>
-QELVM_TABLE DoubleDouble arctanTable[arctanRows] = {
+QELVM_TABLE PairRow arctanTable[arctanRows] = {
     {0.0, 0.0},
 #define QELVM_ATAN_ROW(hi, lo) {hi, lo},
 #include "invtrig/atan_rows.inc"

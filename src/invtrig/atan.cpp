@@ -57,8 +57,8 @@ struct ArcTangent {
 
     const V tail = arctanTail(q.hi * q.hi) * q.hi;
     const DoubleDoubleOf<V> sum =
-        fastTwoSum(lookUp(arctanTable<Export>, row, &DoubleDouble::hi), q.hi);
-    const V low = (q.lo + tail) + lookUp(arctanTable<Export>, row, &DoubleDouble::lo);
+        fastTwoSum(lookUp(arctanTable<Export>, row, &PairRow::hi), q.hi);
+    const V low = (q.lo + tail) + lookUp(arctanTable<Export>, row, &PairRow::lo);
     return copySign(sum.hi + (sum.lo + low), x);
   }
 

@@ -79,8 +79,8 @@ QELVM_INLINE DoubleDoubleOf<V> ratioAngle(const Ratio<V>& ratio, const IntegerOf
   const V root = selectWhereZero(row, ratio.quotient, t.hi + t.lo);
   const DoubleDoubleOf<V> angle = arctangentOf(t, arctanTail(root * root));
   const DoubleDoubleOf<V> sum =
-      twoSum(angle.hi, lookUp(arctanTable<Export>, row, &DoubleDouble::hi));
-  return {sum.hi, (angle.lo + sum.lo) + lookUp(arctanTable<Export>, row, &DoubleDouble::lo)};
+      twoSum(angle.hi, lookUp(arctanTable<Export>, row, &PairRow::hi));
+  return {sum.hi, (angle.lo + sum.lo) + lookUp(arctanTable<Export>, row, &PairRow::lo)};
 }
 
 /// The angle of (x, y) from that of (|x|, |y|).

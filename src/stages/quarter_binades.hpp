@@ -11,7 +11,9 @@ namespace {
 
 /// A row: -c; the coefficients of 1, t and t^2 as pairs, hi before lo; those of t^3 to t^14. The hi
 /// of t^2 has at most 26 bits.
-inline constexpr int quarterBinadeRowLength = 19;
+struct alignas(rowAlignment<19>) QuarterBinadeRow {
+  double f[19];
+};
 
 /// The value at a >= 0.125 by its row of the table.
 ///
@@ -19,10 +21,10 @@ inline constexpr int quarterBinadeRowLength = 19;
 /// below 2^-9 of the result (|t| <= c/9), so that its roundings stay below 2^-8 ulp. The last sum
 /// is the only rounding of a full half ulp.
 template <class V>
-QELVM_INLINE V quarterBinadePolynomial(const double* rows, const V& a) {
-  const IntegerOf<V> row =
-      ((highWord(a) - highWord(0.125)) >> 18) * std::int32_t{quarterBinadeRowLength};
-  const auto f = [&](int k) QELVM_ALWAYS_INLINE { return lookUp(rows + k, row); };
+QELVM_INLINE V quarterBinadePolynomial(const QuarterBinadeRow* rows, const V& a) {
+  const IntegerOf<V> row = (highWord(a) - highWord(0.125)) >> 18;
+  const auto f = [&](int k)
+                     QELVM_ALWAYS_INLINE { return lookUp(rows, row, &QuarterBinadeRow::f, k); };
 
   const V t = a + f(0);
   const V fromCube = horner<12>([&](int k) QELVM_ALWAYS_INLINE { return f(7 + k); }, t);

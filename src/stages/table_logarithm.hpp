@@ -11,7 +11,7 @@ namespace {
 
 /// One row of a table of logarithms. `reciprocal` is short, so that its product with the leading
 /// part of a significand is exact; logHi and logLo are minus its logarithm, logHi short too.
-struct LogarithmRow {
+struct alignas(rowAlignment<3>) LogarithmRow {
   double reciprocal;
   double logHi;
   double logLo;

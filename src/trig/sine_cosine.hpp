@@ -25,7 +25,7 @@ namespace qelvm {
 namespace {
 
 /// Sine and cosine of j pi/32. The cosine is a power of two, whose products are exact, and a rest.
-struct SineCosineRow {
+struct alignas(rowAlignment<4>) SineCosineRow {
   double cosineRest;
   double sineHi;
   double sineLo;

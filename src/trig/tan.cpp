@@ -25,7 +25,7 @@ namespace {
 
 /// The series of tan(j pi/32 + R), or, next to the pole, of its sum with 1/G, G = R + j pi/32 -
 /// pi/2.
-struct TangentRow {
+struct alignas(rowAlignment<20>) TangentRow {
   double valueHi;
   double valueLo;
   double slopePower; ///< a power of two
