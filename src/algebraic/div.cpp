@@ -12,6 +12,7 @@ namespace {
 template <class Export>
 struct DivDouble {
   static constexpr int lanes = 4;
+  static constexpr int registers = 4;
 
   /// Neither operand zero, infinite or NaN, and the quotient neither: nothing to report, in place
   /// or apart.
@@ -39,6 +40,7 @@ struct DivDouble {
 template <class Export>
 struct DivSingle {
   static constexpr int lanes = 4;
+  static constexpr int registers = 4;
 
   QELVM_INLINE static auto isOrdinary(const auto& x, const auto& y) {
     constexpr float infinity = std::numeric_limits<float>::infinity();

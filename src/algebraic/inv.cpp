@@ -11,6 +11,7 @@ template <class Export>
 struct Reciprocal {
   using Element = typename Export::Element;
   static constexpr int lanes = 4;
+  static constexpr int registers = 4;
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {
     return magnitudeWithin(x, std::numeric_limits<Element>::denorm_min(),

@@ -23,7 +23,7 @@ struct ExponentThird {
 
 template <class V>
 QELVM_INLINE constexpr ExponentThird<IntegerOf<V>> thirdOfExponent(const V& x) {
-  const IntegerOf<V> field = exponentField(x); // the bias is 3 times 341
+  const IntegerOf<V> field = exponentField(x);      // the bias is 3 times 341
   const IntegerOf<V> third = (field * 43691) >> 17; // field / 3
   return {third - 341, field - third * 3};
 }

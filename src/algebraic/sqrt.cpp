@@ -52,15 +52,17 @@ QELVM_INLINE V squareRoot(const V& x, std::int32_t adjustment) {
   return scaleByPowerOfTwo(g + residual * h, half);
 }
 
-/// sqrt(x) by the instruction, correctly rounded too, for a positive normal x. For an exact root the
-/// instruction is exact; the iteration is only for powers of four, with which all its steps are.
-/// What is added for the others, far below the last place of the root, is inexact too.
+/// sqrt(x) by the instruction, correctly rounded too, for a positive normal x. For an exact root
+/// the instruction is exact; the iteration is only for powers of four, with which all its steps
+/// are. What is added for the others, far below the last place of the root, is inexact too.
 template <class V>
 QELVM_INLINE V rootByInstruction(const V& x) {
   return lanewise(
       [](const auto& v) QELVM_ALWAYS_INLINE {
-        constexpr double small = 0x1p-701; // with an even exponent field, whose last bit is set here
-        constexpr std::uint64_t unit = std::uint64_t{1} << 52; // powers of four have it, and no fraction
+        constexpr double small =
+            0x1p-701; // with an even exponent field, whose last bit is set here
+        constexpr std::uint64_t unit = std::uint64_t{1}
+                                       << 52; // powers of four have it, and no fraction
         const auto excess = (bitsOf(v) & (2 * unit - 1)) ^ unit;
         return squareRootInstruction(v) + (fromBits(excess | bitsOf(small)) - small);
       },

@@ -56,8 +56,8 @@ QELVM_INLINE constexpr float fromBits(std::uint32_t bits) {
 
 // What a register has functions of these names for (simd.hpp): on them the others rest.
 
-/// The low half of a pattern as a signed integer, and an integer as the low half of a pattern, whose
-/// high half may be anything.
+/// The low half of a pattern as a signed integer, and an integer as the low half of a pattern,
+/// whose high half may be anything.
 QELVM_INLINE constexpr std::int32_t lowInteger(std::uint64_t bits) {
   return static_cast<std::int32_t>(bits);
 }
@@ -161,10 +161,9 @@ QELVM_INLINE constexpr auto withExponent(const I& field, const V& pattern) {
 /// |x|, and `value` with the sign of `sign`, by their bits alone.
 template <class V>
 QELVM_INLINE constexpr auto magnitude(const V& x) {
-  return lanewise(
-      [](const auto& v)
-          QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) & ~signMask<ScalarOf<V>>); },
-      x);
+  return lanewise([](const auto& v)
+                      QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) & ~signMask<ScalarOf<V>>); },
+                  x);
 }
 template <class V, class S>
 QELVM_INLINE constexpr auto copySign(const V& value, const S& sign) {
@@ -237,12 +236,12 @@ template <class V>
 QELVM_INLINE constexpr SignificandAndExponent<V> splitExponent(const V& x, double lowest) {
   const auto aboveLowest =
       lanewise([=](const auto& v) QELVM_ALWAYS_INLINE { return bitsOf(v) - bitsOf(lowest); }, x);
-  return {lanewise(
-              [](const auto& v, const auto& d)
-                  QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) - (d & ~fractionMask<double>)); },
-              x, aboveLowest),
-          lanewise([](const auto& d) QELVM_ALWAYS_INLINE { return signedExponent(d); },
-                   aboveLowest)};
+  return {
+      lanewise(
+          [](const auto& v, const auto& d)
+              QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) - (d & ~fractionMask<double>)); },
+          x, aboveLowest),
+      lanewise([](const auto& d) QELVM_ALWAYS_INLINE { return signedExponent(d); }, aboveLowest)};
 }
 
 /// The low and the high 32-bit word of a double, as signed integers.
@@ -268,8 +267,8 @@ inline constexpr Element smallestWidenedNormal = sizeof(Element) < sizeof(double
                                                      ? std::numeric_limits<Element>::denorm_min()
                                                      : std::numeric_limits<Element>::min();
 
-/// `whereTrue()` or `elsewhere()`. Of a register both are computed, and neither may raise a flag for
-/// the elements of the other.
+/// `whereTrue()` or `elsewhere()`. Of a register both are computed, and neither may raise a flag
+/// for the elements of the other.
 template <class Test, class F, class G>
 QELVM_INLINE constexpr auto choose(const Test& test, const F& whereTrue, const G& elsewhere) {
   if constexpr (std::is_same_v<Test, bool>)
@@ -281,8 +280,9 @@ QELVM_INLINE constexpr bool isNegative(double x) {
   return signBit(x);
 }
 
-// ---- ranges: the tests of a kernel, of one element or of a register ------------------------------
-// (of the elements widened: the limits, exactly representable, are widened too)
+// ---- ranges: the tests of a kernel, of one element or of a register
+// ------------------------------ (of the elements widened: the limits, exactly representable, are
+// widened too)
 
 /// An element as a double; those of a register are.
 template <class X>

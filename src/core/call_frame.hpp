@@ -85,6 +85,14 @@ struct ArrayList {
     return false;
   }
 
+  /// The arrays from element i on.
+  ArrayList from(std::ptrdiff_t i) const {
+    ArrayList rest = *this;
+    for (Pointer& pointer : rest.array)
+      pointer += i;
+    return rest;
+  }
+
   /// f(place of element i in the first array, in the second, ...)
   template <class F>
   QELVM_INLINE decltype(auto) withPlaces(std::ptrdiff_t i, const F& f) const {
@@ -316,7 +324,7 @@ struct Elements {
 
   /// Elements i to end - 1 in ascending order. Returns the status of the last that reported one.
   QELVM_INLINE QelStatus walk(std::ptrdiff_t i, std::ptrdiff_t end) const {
-    constexpr int lanes = Kernel::lanes;
+    constexpr int lanes = registerDoubles > 0 ? Kernel::lanes : Kernel::lanes;
     QelStatus status = qelStatusOk;
     while (i < end) {
       if constexpr (lanes > 1) {
@@ -352,11 +360,14 @@ QELVM_INLINE QelStatus call(ArrayList<const Stored<T>*, S> source,
   if (source.hasNull() || destination.hasNull())
     return qelStatusNullPointer;
 
-  const Kernel kernel{scalars...};
-  const frame::Elements<Export, Kernel, T, S, D, sizeof...(Scalars)> elements{
-      {kernel, {source, destination}}, {scalars...}};
+  using Elements = frame::Elements<Export, Kernel, T, S, D, sizeof...(Scalars)>;
   if constexpr (registerDoubles > 0)
-    return frame::walkRegisters(elements, length);
+    if (length < frame::RegisterWalk<Elements>::width)
+      return frame::RegisterWalk<Elements>::walkFew(source, destination, 0, length, scalars...);
+  const Kernel kernel{scalars...};
+  const Elements elements{{kernel, {source, destination}}, {scalars...}};
+  if constexpr (registerDoubles > 0)
+    return frame::RegisterWalk<Elements>::walk(elements, length);
   else
     return elements.walk(0, length);
 }

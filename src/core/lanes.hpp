@@ -1,10 +1,10 @@
 // Several elements in flight: plain structs of N values whose operators work lane by lane.
 //
 // A kernel is a chain of dependent operations, and one element alone leaves the processor idle
-// between them. Written over a value type V, the same kernel text computes one element (V = double),
-// N interleaved ones (V = Lanes<N>), a SIMD register of them (simd.hpp), or several such registers.
-// The lanes are unrolled by pack expansion: no loop is left for a compiler to keep, and nothing here
-// asks for vector instructions.
+// between them. Written over a value type V, the same kernel text computes one element (V =
+// double), N interleaved ones (V = Lanes<N>), a SIMD register of them (simd.hpp), or several such
+// registers. The lanes are unrolled by pack expansion: no loop is left for a compiler to keep, and
+// nothing here asks for vector instructions.
 #pragma once
 
 #if defined(__clang__) ? __clang_major__ < 14 : __GNUC__ < 12

@@ -1,13 +1,14 @@
 // The call frame over SIMD registers: what a build for a processor that has them does with a call.
 //
-//   blocks of `width` elements, all in the main range ──────────> load, compute, store
-//                               all in the second range ────────> the same with its computation
-//   a block of several kinds:   element in an ordinary range ───> into the queue of that range
-//                               exceptional element ────────────> as in the plain library
+//   while a block is left:
+//     all its elements in the main range? ────yes──> load, compute, store         `run` of the
+//     range all in the second range? ───────────────yes──> the same with its computation otherwise
+//     each element by its kind: ──────────> into the queue of its range    `sort`
+//                                             ──────> exceptional: as in the plain library
 //
-// A queue is computed, by the same loop that takes the blocks, when it holds a block or more, and at
-// the end with its last element repeated: no register ever holds an element that is not of its
-// range, so none can raise a flag of its own. Few elements are faster one by one.
+// A queue is computed, by the very loop that takes the blocks, when another block would not fit; so
+// no register ever holds an element that is not of its range, and none can raise a flag of its own.
+// What is less than a block, of a call or in a queue at its end, goes the scalar way.
 #pragma once
 
 #include "core/call_frame.hpp"
@@ -19,7 +20,7 @@
 
 namespace qelvm::frame {
 
-/// Registers in flight, where a kernel does not tell.
+/// Registers in flight: two, unless a kernel tells.
 template <class Kernel>
 inline constexpr int registersOf = 2;
 template <class Kernel>
@@ -28,204 +29,234 @@ requires requires {
 }
 inline constexpr int registersOf<Kernel> = Kernel::registers;
 
-/// Up to this many elements the scalar way is faster.
-inline constexpr int fewElements = 8;
-
 /// Elements of one range, taken out of blocks, with their places.
 template <class T, int S, int D, int Width>
 struct Queue {
-  static constexpr int capacity = 3 * Width;
+  static constexpr int capacity = 4 * Width;
 
   T source[S][capacity];
   T destination[D][capacity];
-  std::int32_t index[capacity];
+  std::int32_t place[capacity];
   int count = 0;
 
+  /// No room for another block.
   QELVM_INLINE bool isFull() const { return count > capacity - Width; }
 
-  /// Without a branch: written in any case, kept only if `belongs`.
-  QELVM_INLINE void append(std::int32_t i, bool belongs, auto... x) {
-    withIndices<S>([&](auto... s) QELVM_ALWAYS_INLINE { ((source[s][count] = x), ...); });
-    index[count] = i;
-    count += belongs;
+  /// The elements of a set (a bit for each) out of a register that begins with element i.
+  template <int N>
+  QELVM_INLINE void append(std::ptrdiff_t i, unsigned set, const Simd<double, N>& x,
+                           const auto&... y) {
+    int s = 0;
+    storeRegister<T>(compressed(x, set), source[s] + count);
+    (storeRegister<T>(compressed(y, set), source[++s] + count), ...);
+    storeNumbers<N>(static_cast<std::int32_t>(i), set, place + count);
+    count += std::popcount(set);
   }
 
   Arrays<T, S, D> arrays() {
     return {withIndices<S>([&](auto... s) QELVM_ALWAYS_INLINE { return sources(source[s]...); }),
-            withIndices<D>(
-                [&](auto... d) QELVM_ALWAYS_INLINE { return destinations(destination[d]...); })};
+            withIndices<D>([&](auto... d)
+                               QELVM_ALWAYS_INLINE { return destinations(destination[d]...); })};
   }
 
-  /// The last element once more, up to a whole block.
-  void fillUp() {
-    for (int k = count; k < Width; ++k)
-      for (auto& array : source)
-        array[k] = array[count - 1];
-  }
-
+  /// Closes up after the first n elements.
   void dropFirst(int n) {
     for (int k = n; k < count; ++k) {
       for (auto& array : source)
         array[k - n] = array[k];
-      index[k - n] = index[k];
+      place[k - n] = place[k];
     }
     count -= n;
   }
 };
 
-/// Who reported last, by place: what waits in a queue comes later than its place.
-struct LastReport {
-  QelStatus status = qelStatusOk;
-  std::ptrdiff_t place = -1;
-
-  void add(QelStatus reported, std::ptrdiff_t i) {
-    if (reported != qelStatusOk && i > place) {
-      status = reported;
-      place = i;
-    }
-  }
-};
-
-template <class Export, class Kernel, class T, int S, int D, int Scalars>
-class RegisterWalk {
+/// A call as its queues see it: not of one export, so that exports of one shape share the code.
+template <class T, int S, int D, int Width>
+class QueuedCall {
 public:
-  using Elements = frame::Elements<Export, Kernel, T, S, D, Scalars>;
+  /// Computes blocks of one range, while all their elements lie in it and their results stand.
+  /// Returns the first element that is left.
+  using Run = std::ptrdiff_t (*)(const void* elements, Arrays<T, S, D> arrays, std::ptrdiff_t i,
+                                 std::ptrdiff_t end);
+  /// Elements i to end - 1 as in the plain library.
+  using Walk = QelStatus (*)(const void* elements, std::ptrdiff_t i, std::ptrdiff_t end);
 
-  explicit RegisterWalk(const Elements& elements) : elements_(elements) {}
+  QueuedCall(const void* elements, const Arrays<T, S, D>& arrays, Walk walkFew)
+      : elements_(elements), arrays_(arrays), walk_(walkFew) {}
 
-  [[gnu::noinline]] static QelStatus walkFew(const Elements& elements, std::ptrdiff_t i,
-                                             std::ptrdiff_t end) {
-    return elements.walk(i, end);
+  Queue<T, S, D, Width>& queue(int range) { return queues_[range]; }
+  QelStatus status() const { return status_; }
+
+  void walk(std::ptrdiff_t i, std::ptrdiff_t end) { report(walk_(elements_, i, end), end); }
+
+  /// Keeps the status of the last place that reported one: what waited in a queue comes late.
+  void report(QelStatus reported, std::ptrdiff_t end) {
+    if (reported != qelStatusOk && end > reportedUpTo_) {
+      status_ = reported;
+      reportedUpTo_ = end;
+    }
   }
 
-  QelStatus walk(std::ptrdiff_t length) {
-    const Arrays<T, S, D>& arrays = elements_.path.arrays;
-    std::ptrdiff_t i = 0;
-    for (;;) {
-      i = run<MainRange<Kernel>>(elements_.path.kernel, arrays, i, length);
-      if (length - i < width)
-        break;
-      if constexpr (twoRanges) {
-        const std::ptrdiff_t end =
-            run<SecondRange<Kernel>>(elements_.path.kernel, arrays, i, length);
-        if (end != i) {
-          i = end;
-          continue;
-        }
+  /// Computes the whole blocks of a queue.
+  [[gnu::noinline]] void compute(int range, Run run) {
+    Queue<T, S, D, Width>& queue = queues_[range];
+    const Arrays<T, S, D> own = queue.arrays();
+    int done = 0;
+    while (queue.count - done >= Width) {
+      const int computed = static_cast<int>(run(elements_, own, done, queue.count));
+      for (int d = 0; d < D; ++d)
+        for (int k = done; k < computed; ++k)
+          arrays_.destination.array[d][queue.place[k]] = queue.destination[d][k];
+      done = computed;
+      if (queue.count - done >= Width) { // a block whose results do not all stand
+        walkQueued(queue, done, done + Width);
+        done += Width;
       }
-      sort(i, width);
-      i += width;
     }
-    if (length - i > fewElements)
-      sort(i, static_cast<int>(length - i));
-    else if (i < length)
-      one(i, length);
-    flush<MainRange<Kernel>>(queues_[0]);
-    if constexpr (twoRanges)
-      flush<SecondRange<Kernel>>(queues_[1]);
-    return report_.status;
+    queue.dropFirst(done);
+  }
+
+  /// Computes all that is left in a queue.
+  [[gnu::noinline]] void flush(int range, Run run) {
+    compute(range, run);
+    walkQueued(queues_[range], 0, queues_[range].count);
   }
 
 private:
-  using Register = Simd<double, registerDoubles>;
-  static constexpr int registers = registersOf<Kernel>;
-  using V = std::conditional_t<registers == 1, Register, LaneArray<Register, registers>>;
-  static constexpr int width = elementCount<V>;
-  static constexpr bool twoRanges = hasSecondRange<Kernel, T>;
-  using Range0 = MainRange<Kernel>;
-  using QueueOf = Queue<T, S, D, width>;
+  void walkQueued(const Queue<T, S, D, Width>& queue, int k, int end) {
+    for (; k < end; ++k)
+      walk(queue.place[k], queue.place[k] + 1);
+  }
 
-  /// Blocks from i on while all their elements lie in the range and their results stand. Returns the
-  /// first element that is left.
+  const void* elements_;
+  Arrays<T, S, D> arrays_;
+  Walk walk_;
+  QelStatus status_ = qelStatusOk;
+  std::ptrdiff_t reportedUpTo_ = 0;
+  Queue<T, S, D, Width> queues_[S == 1 ? 2 : 1];
+};
+
+/// One call of an export.
+template <class Elements>
+class RegisterWalk;
+
+template <class Export, class Kernel, class T, int S, int D, int Scalars>
+class RegisterWalk<Elements<Export, Kernel, T, S, D, Scalars>> {
+public:
+  using Elements = frame::Elements<Export, Kernel, T, S, D, Scalars>;
+  static constexpr int registers = registersOf<Kernel>;
+  static constexpr int width = registers * registerDoubles;
+
+  /// Elements 0 to length - 1, at least a block.
+  static QelStatus walk(const Elements& elements, std::ptrdiff_t length) {
+    const std::ptrdiff_t i = run<MainRange<Kernel>>(&elements, elements.path.arrays, 0, length);
+    if (i == length)
+      return qelStatusOk;
+    return RegisterWalk(elements).walkRest(i, length);
+  }
+
+  /// The scalar way, its arguments in registers.
+  [[gnu::noinline]] static QelStatus walkFew(ArrayList<const Stored<T>*, S> source,
+                                             ArrayList<Stored<T>*, D> destination, std::ptrdiff_t i,
+                                             std::ptrdiff_t end, auto... scalars) {
+    const Kernel kernel{scalars...};
+    return Elements{{kernel, {source, destination}}, {scalars...}}.walk(i, end);
+  }
+
+private:
+  using Path = MainPath<Kernel, T, S, D>;
+  using Register = Simd<double, registerDoubles>;
+  using V = std::conditional_t<registers == 1, Register, LaneArray<Register, registers>>;
+  static constexpr bool twoRanges = hasSecondRange<Kernel, T>;
+  static_assert(!twoRanges || S == 1, "QueuedCall has one queue for calls of two sources");
+
+  explicit RegisterWalk(const Elements& elements)
+      : elements_(elements), call_(&elements, elements.path.arrays, walkPlaces) {}
+
+  static QelStatus walkPlaces(const void* elements, std::ptrdiff_t i, std::ptrdiff_t end) {
+    const auto& [path, scalars] = *static_cast<const Elements*>(elements);
+    return withIndices<Scalars>([&](auto... k) QELVM_ALWAYS_INLINE {
+      return walkFew(path.arrays.source, path.arrays.destination, i, end, laneOf<k>(scalars)...);
+    });
+  }
+
   template <class Range>
-  [[gnu::noinline]] static std::ptrdiff_t run(const Kernel& kernel, Arrays<T, S, D> arrays,
+  [[gnu::noinline]] static std::ptrdiff_t run(const void* elements, Arrays<T, S, D> arrays,
                                               std::ptrdiff_t i, std::ptrdiff_t end) {
-    const Kernel own = kernel; // which no store to the destination can change
-    const MainPath<Kernel, T, S, D> path{own, arrays};
-    while (end - i >= width && path.template allIn<V>(Range{own}, i) &&
-           path.template run<V>(Range{own}, i))
+    // A copy, which no store to the destination can change.
+    const Kernel kernel = static_cast<const Elements*>(elements)->path.kernel;
+    const Path path{kernel, arrays};
+    while (end - i >= width && path.template allIn<V>(Range{kernel}, i) &&
+           path.template run<V>(Range{kernel}, i))
       i += width;
     return i;
   }
 
-  void one(std::ptrdiff_t i, std::ptrdiff_t end) { report_.add(walkFew(elements_, i, end), end); }
-
-  /// Puts elements i to i + count - 1 into the queues of their ranges; exceptional ones are done.
-  [[gnu::noinline]] void sort(std::ptrdiff_t i, int count) {
-    const Kernel kernel = elements_.path.kernel;
-    std::uint64_t exceptional = 0;
-    for (int k = 0; k < count; ++k) {
-      elements_.path.arrays.source.withPlaces(i + k, [&](auto... source) QELVM_ALWAYS_INLINE {
-        bool ordinary = MainRange<Kernel>{kernel}.contains(source->value...);
-        queues_[0].append(static_cast<std::int32_t>(i + k), ordinary, source->value...);
-        if constexpr (twoRanges) {
-          const bool second = SecondRange<Kernel>{kernel}.contains(source->value...);
-          queues_[1].append(static_cast<std::int32_t>(i + k), !ordinary & second,
-                            source->value...);
-          ordinary |= second;
-        }
-        exceptional |= std::uint64_t{!ordinary} << k;
-      });
+  /// From element i on, where the main range ended.
+  QelStatus walkRest(std::ptrdiff_t i, std::ptrdiff_t length) {
+    const Arrays<T, S, D>& arrays = elements_.path.arrays;
+    while (length - i >= width) {
+      const std::ptrdiff_t begin = i;
+      if constexpr (twoRanges)
+        i = run<SecondRange<Kernel>>(&elements_, arrays, i, length);
+      if (i == begin)
+        i = sortBlocks(i, length);
+      i = run<MainRange<Kernel>>(&elements_, arrays, i, length);
     }
-    if (queues_[0].isFull())
-      compute<MainRange<Kernel>>(queues_[0], queues_[0].count);
+    if (i < length)
+      call_.walk(i, length);
+    call_.flush(0, run<MainRange<Kernel>>);
     if constexpr (twoRanges)
-      if (queues_[1].isFull())
-        compute<SecondRange<Kernel>>(queues_[1], queues_[1].count);
-    for (; exceptional != 0; exceptional &= exceptional - 1) {
-      const std::ptrdiff_t at = i + std::countr_zero(exceptional);
-      one(at, at + 1);
+      call_.flush(1, run<SecondRange<Kernel>>);
+    return call_.status();
+  }
+
+  /// Sorts blocks from i on until one lies in one range again. Returns the first element left.
+  [[gnu::noinline]] std::ptrdiff_t sortBlocks(std::ptrdiff_t i, std::ptrdiff_t length) {
+    do {
+      for (int k = 0; k < width; k += registerDoubles)
+        sortRegister(i + k);
+      if (call_.queue(0).isFull())
+        call_.compute(0, run<MainRange<Kernel>>);
+      if constexpr (twoRanges)
+        if (call_.queue(1).isFull())
+          call_.compute(1, run<SecondRange<Kernel>>);
+      i += width;
+    } while (length - i >= width && !isOfOneRange(i));
+    return i;
+  }
+
+  /// Elements from i on into the queues of their ranges; exceptional ones are done.
+  QELVM_INLINE void sortRegister(std::ptrdiff_t i) {
+    const Path& path = elements_.path;
+    unsigned left = (1u << registerDoubles) - 1;
+    const auto append = [&](int queue, const auto& range) QELVM_ALWAYS_INLINE {
+      const unsigned set = path.template contains<Register>(range, i).bits() & left;
+      path.arrays.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
+        call_.queue(queue).append(i, set, loadElements<Register>(source)...);
+      });
+      left &= ~set;
+    };
+    append(0, MainRange<Kernel>{path.kernel});
+    if constexpr (twoRanges)
+      append(1, SecondRange<Kernel>{path.kernel});
+    for (; left != 0; left &= left - 1) {
+      const std::ptrdiff_t at = i + std::countr_zero(left);
+      call_.report(elements_.takeExceptional(at), at + 1);
     }
   }
 
-  /// Computes the whole blocks of a queue, of which `filled` elements are there, the last ones
-  /// repeated.
-  template <class Range>
-  void compute(QueueOf& queue, int filled) {
-    const Arrays<T, S, D> own = queue.arrays();
-    int done = 0;
-    while (filled - done >= width) {
-      const int computed =
-          static_cast<int>(run<Range>(elements_.path.kernel, own, done, filled));
-      for (int k = done; k < computed && k < queue.count; ++k)
-        for (int d = 0; d < D; ++d)
-          elements_.path.arrays.destination.array[d][queue.index[k]] = queue.destination[d][k];
-      done = computed;
-      if (filled - done < width)
-        break;
-      // A block whose results do not all stand.
-      for (int k = done; k < done + width && k < queue.count; ++k)
-        one(queue.index[k], queue.index[k] + 1);
-      done += width;
-    }
-    queue.dropFirst(done < queue.count ? done : queue.count);
-  }
-
-  template <class Range>
-  [[gnu::noinline]] void flush(QueueOf& queue) {
-    if (queue.count >= width)
-      compute<Range>(queue, queue.count);
-    if (queue.count > fewElements) {
-      queue.fillUp();
-      compute<Range>(queue, width);
-    }
-    for (int k = 0; k < queue.count; ++k)
-      one(queue.index[k], queue.index[k] + 1);
+  QELVM_INLINE bool isOfOneRange(std::ptrdiff_t i) const {
+    const Path& path = elements_.path;
+    if (path.template allIn<V>(MainRange<Kernel>{path.kernel}, i))
+      return true;
+    if constexpr (twoRanges)
+      return path.template allIn<V>(SecondRange<Kernel>{path.kernel}, i);
+    return false;
   }
 
   const Elements& elements_;
-  LastReport report_;
-  QueueOf queues_[twoRanges ? 2 : 1];
+  QueuedCall<T, S, D, width> call_;
 };
-
-/// One call: elements 0 to length - 1.
-template <class Export, class Kernel, class T, int S, int D, int Scalars>
-QELVM_INLINE QelStatus walkRegisters(const Elements<Export, Kernel, T, S, D, Scalars>& elements,
-                                     std::ptrdiff_t length) {
-  using Walk = RegisterWalk<Export, Kernel, T, S, D, Scalars>;
-  if (length <= fewElements)
-    return Walk::walkFew(elements, 0, length);
-  return Walk(elements).walk(length);
-}
 
 } // namespace qelvm::frame

@@ -3,8 +3,9 @@
 //
 // Here stands only what a register does in its own way: operators, the conversions between a
 // number, its pattern and an integer, comparisons, tables, memory. Everything else is written once,
-// over these names, for a double and for a register (bits.hpp and what builds on it). Each operation
-// rounds each element once, as for one element alone; nothing is fused, nothing reordered.
+// over these names, for a double and for a register (bits.hpp and what builds on it). Each
+// operation rounds each element once, as for one element alone; nothing is fused, nothing
+// reordered.
 #pragma once
 
 #include "core/lanes.hpp"
@@ -57,9 +58,9 @@ struct RawVectorOf<std::int32_t, N> {
   using Type = typename RawVectors<N>::Words;
 };
 
-/// N elements: doubles, patterns of doubles (uint64_t), or integers (int32_t). An integer is the low
-/// half of a 64-bit lane and the high half is undefined: lowWord costs nothing, and no 64-bit shift
-/// or product is needed.
+/// N elements: doubles, patterns of doubles (uint64_t), or integers (int32_t). An integer is the
+/// low half of a 64-bit lane and the high half is undefined: lowWord costs nothing, and no 64-bit
+/// shift or product is needed.
 template <class T, int N>
 struct Simd {
   using Raw = typename RawVectorOf<T, N>::Type;
@@ -100,7 +101,8 @@ QELVM_INLINE constexpr V uniform(double x) {
     return x;
 }
 
-// ---- operators -----------------------------------------------------------------------------------
+// ---- operators
+// -----------------------------------------------------------------------------------
 
 #define QELVM_SIMD_OPERATOR(T, op)                                                                 \
   template <int N>                                                                                 \
@@ -152,11 +154,13 @@ QELVM_INLINE Simd<double, N> operator-(const Simd<double, N>& a) {
   return -a.raw;
 }
 template <class T, int N>
-requires std::is_integral_v<T> QELVM_INLINE Simd<T, N> operator~(const Simd<T, N>& a) {
+requires std::is_integral_v<T> QELVM_INLINE Simd<T, N>
+operator~(const Simd<T, N>& a) {
   return ~a.raw;
 }
 template <class T, int N>
-requires std::is_integral_v<T> QELVM_INLINE Simd<T, N> operator<<(const Simd<T, N>& a, int count) {
+requires std::is_integral_v<T> QELVM_INLINE Simd<T, N>
+operator<<(const Simd<T, N>& a, int count) {
   return a.raw << count;
 }
 template <int N>
@@ -167,8 +171,8 @@ QELVM_INLINE Simd<std::uint64_t, N> operator>>(const Simd<std::uint64_t, N>& a, 
 template <int N>
 QELVM_INLINE Simd<std::int32_t, N> operator>>(const Simd<std::int32_t, N>& a, int count) {
   using Raw = RawVectors<N>;
-  return reinterpret_cast<typename Raw::Words>(
-      reinterpret_cast<typename Raw::SignedWords>(a.raw) >> count);
+  return reinterpret_cast<typename Raw::Words>(reinterpret_cast<typename Raw::SignedWords>(a.raw) >>
+                                               count);
 }
 
 template <int N>
@@ -236,7 +240,8 @@ QELVM_INLINE Simd<std::int32_t, N> operator*(const Simd<std::int32_t, N>& a, std
   return lowInteger(wideProduct(a, static_cast<std::uint32_t>(b)));
 }
 
-// ---- numbers, patterns, integers -----------------------------------------------------------------
+// ---- numbers, patterns, integers
+// -----------------------------------------------------------------
 
 /// The signed number in the upper 12 bits.
 template <int N>
@@ -297,7 +302,8 @@ QELVM_INLINE Simd<double, N> squareRootInstruction(const Simd<double, N>& x) {
   return root;
 }
 
-// ---- comparisons ---------------------------------------------------------------------------------
+// ---- comparisons
+// ---------------------------------------------------------------------------------
 
 /// Which of N elements.
 template <int N>
@@ -309,15 +315,16 @@ struct Mask {
   QELVM_INLINE Mask operator||(Mask other) const { return {raw | other.raw}; }
   QELVM_INLINE Mask operator!() const { return {~raw}; }
 
-  QELVM_INLINE bool all() const {
+  /// A bit for each element.
+  QELVM_INLINE unsigned bits() const {
 #ifdef __AVX2__
     if constexpr (N == 4)
-      return _mm256_movemask_pd(reinterpret_cast<__m256d>(raw)) == 15;
+      return static_cast<unsigned>(_mm256_movemask_pd(reinterpret_cast<__m256d>(raw)));
 #endif
-    std::int64_t every = raw[0];
-    for (int i = 1; i < N; ++i)
-      every &= raw[i];
-    return every != 0;
+    unsigned set = 0;
+    for (int i = 0; i < N; ++i)
+      set |= static_cast<unsigned>(raw[i] & 1) << i;
+    return set;
   }
 
   QELVM_INLINE static Mask lessUnsigned(typename RawVectors<N>::Patterns a,
@@ -340,14 +347,14 @@ struct Mask {
 #ifdef __AVX512F__
 template <>
 struct Mask<8> {
-  __mmask8 bits;
+  __mmask8 raw;
 
-  QELVM_INLINE Mask operator&(Mask other) const { return {_kand_mask8(bits, other.bits)}; }
-  QELVM_INLINE Mask operator&&(Mask other) const { return {_kand_mask8(bits, other.bits)}; }
-  QELVM_INLINE Mask operator||(Mask other) const { return {_kor_mask8(bits, other.bits)}; }
-  QELVM_INLINE Mask operator!() const { return {_knot_mask8(bits)}; }
+  QELVM_INLINE Mask operator&(Mask other) const { return {_kand_mask8(raw, other.raw)}; }
+  QELVM_INLINE Mask operator&&(Mask other) const { return {_kand_mask8(raw, other.raw)}; }
+  QELVM_INLINE Mask operator||(Mask other) const { return {_kor_mask8(raw, other.raw)}; }
+  QELVM_INLINE Mask operator!() const { return {_knot_mask8(raw)}; }
 
-  QELVM_INLINE bool all() const { return bits == 0xFF; }
+  QELVM_INLINE unsigned bits() const { return raw; }
 
   QELVM_INLINE static Mask lessUnsigned(RawVectors<8>::Patterns a, RawVectors<8>::Patterns b) {
     return {_mm512_cmplt_epu64_mask(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b))};
@@ -357,16 +364,15 @@ struct Mask<8> {
   }
   QELVM_INLINE Simd<double, 8> select(const Simd<double, 8>& where,
                                       const Simd<double, 8>& elsewhere) const {
-    return reinterpret_cast<RawVectors<8>::Doubles>(
-        _mm512_mask_blend_pd(bits, reinterpret_cast<__m512d>(elsewhere.raw),
-                             reinterpret_cast<__m512d>(where.raw)));
+    return reinterpret_cast<RawVectors<8>::Doubles>(_mm512_mask_blend_pd(
+        raw, reinterpret_cast<__m512d>(elsewhere.raw), reinterpret_cast<__m512d>(where.raw)));
   }
 };
 #endif
 
 template <int N>
 QELVM_INLINE bool allTrue(const Mask<N>& mask) {
-  return mask.all();
+  return mask.bits() == (1u << N) - 1;
 }
 
 template <int N>
@@ -399,14 +405,16 @@ QELVM_INLINE Simd<std::int32_t, N> select(const Mask<N>& mask, const Simd<std::i
   return lowInteger(bitsOf(mask.select(fromBits(lowBits(where)), fromBits(lowBits(elsewhere)))));
 }
 
-// ---- tables --------------------------------------------------------------------------------------
-// Loads of single elements, of pairs and of quads, which are then transposed: a gather instruction
-// takes two to five times as long on the processors that were tried.
+// ---- tables
+// -------------------------------------------------------------------------------------- Loads of
+// single elements, of pairs and of quads, which are then transposed: a gather instruction takes two
+// to five times as long on the processors that were tried.
 
 /// Rows of tables begin where no load of a pair or a quad crosses a line of the cache.
 template <int doubles>
-inline constexpr std::size_t rowAlignment =
-    registerDoubles < 4 ? alignof(double) : (doubles > 2 ? 4 : doubles) * sizeof(double);
+inline constexpr std::size_t rowAlignment = registerDoubles < 4
+                                                ? alignof(double)
+                                                : (doubles > 2 ? 4 : doubles) * sizeof(double);
 
 /// The doubles at `base`, each by its number of bytes from there.
 template <int N>
@@ -419,8 +427,8 @@ QELVM_INLINE Simd<double, N> singles(const void* base, const Simd<std::uint64_t,
   });
 }
 
-/// Element k of the pairs, or of the quads, at `base`. (k is a constant, and what the other elements
-/// share with it is computed once: all after inlining.)
+/// Element k of the pairs, or of the quads, at `base`. (k is a constant, and what the other
+/// elements share with it is computed once: all after inlining.)
 template <int N>
 QELVM_INLINE Simd<double, N> ofPairs(const void* base, const Simd<std::uint64_t, N>& offset,
                                      std::size_t k) {
@@ -514,7 +522,70 @@ QELVM_INLINE Simd<double, N> entryOf(const Row* table, const Simd<std::int32_t, 
   return fieldOf(table, index, &(table->*field)[k]);
 }
 
-// ---- memory --------------------------------------------------------------------------------------
+// ---- memory
+// --------------------------------------------------------------------------------------
+
+/// The numbers of the elements in each set of four, in order.
+struct CompressionTable {
+  alignas(16) std::int32_t number[16][4];
+};
+inline constexpr CompressionTable compressionOfFour = [] {
+  CompressionTable table{};
+  for (unsigned set = 0; set < 16; ++set)
+    for (int i = 0, n = 0; i < 4; ++i)
+      if ((set >> i & 1) != 0)
+        table.number[set][n++] = i;
+  return table;
+}();
+
+/// The elements of a set (a bit for each), closed up.
+template <int N>
+QELVM_INLINE Simd<double, N> compressed(const Simd<double, N>& x, unsigned set) {
+#ifdef __AVX512F__
+  if constexpr (N == 8)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm512_maskz_compress_pd(static_cast<__mmask8>(set), reinterpret_cast<__m512d>(x.raw)));
+#endif
+#ifdef __AVX2__
+  if constexpr (N == 4) { // the words 2 n and 2 n + 1 of each number n
+    const __m256i numbers = _mm256_cvtepu32_epi64(
+        _mm_load_si128(reinterpret_cast<const __m128i*>(compressionOfFour.number[set])));
+    const __m256i even = _mm256_slli_epi64(numbers, 1);
+    const __m256i words = _mm256_add_epi32(_mm256_add_epi32(even, _mm256_slli_epi64(even, 32)),
+                                           _mm256_set1_epi64x(std::int64_t{1} << 32));
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm256_permutevar8x32_epi32(reinterpret_cast<__m256i>(x.raw), words));
+  }
+#endif
+  Simd<double, N> close = x;
+  for (int i = 0, n = 0; i < N; ++i) {
+    close.raw[n] = x.raw[i];
+    n += set >> i & 1;
+  }
+  return close;
+}
+/// Stores their numbers, counted from `first`: N integers are written.
+template <int N>
+QELVM_INLINE void storeNumbers(std::int32_t first, unsigned set, std::int32_t* place) {
+#ifdef __AVX512VL__
+  if constexpr (N == 8) {
+    const __m256i all =
+        _mm256_add_epi32(_mm256_set1_epi32(first), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+    _mm256_storeu_si256(reinterpret_cast<__m256i*>(place),
+                        _mm256_maskz_compress_epi32(static_cast<__mmask8>(set), all));
+    return;
+  }
+#endif
+  if constexpr (N == 4) {
+    for (int i = 0; i < N; ++i)
+      place[i] = first + compressionOfFour.number[set][i];
+  } else {
+    for (int i = 0, n = 0; i < N; ++i) {
+      place[n] = first + i;
+      n += set >> i & 1;
+    }
+  }
+}
 
 /// N elements of type T from any address, widened; N elements rounded to T to any address.
 template <class T, int N>

@@ -40,14 +40,18 @@ struct ErfKernel {
   /// 5.921587195794508: from here on the result is one.
   static constexpr Element saturation = leastNotBelow<Element>(0x1.7afb48dc96628p2);
 
-  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, small, saturation); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(x, small, saturation);
+  }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
     return copySign(quarterBinadePolynomial(erfRows<Export>, magnitude(x)), x);
   }
 
-  QELVM_INLINE static auto isInSecondRange(const auto& x) { return magnitudeWithin(x, tiny, small); }
+  QELVM_INLINE static auto isInSecondRange(const auto& x) {
+    return magnitudeWithin(x, tiny, small);
+  }
 
   /// c1 a + c3 a^3 + a^5 s(a^2)
   template <class V>

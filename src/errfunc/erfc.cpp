@@ -172,7 +172,9 @@ struct ErfcKernel {
     return reflected(x, value.hi, value.lo, withExponent(value.exponent + 1023, 1.0));
   }
 
-  QELVM_INLINE static auto isInSecondRange(const auto& x) { return magnitudeWithin(x, tiny, gaussian); }
+  QELVM_INLINE static auto isInSecondRange(const auto& x) {
+    return magnitudeWithin(x, tiny, gaussian);
+  }
 
   template <class V>
   QELVM_INLINE static V computeSecondRange(const V& x) {

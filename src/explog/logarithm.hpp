@@ -83,7 +83,9 @@ struct TableLogarithm {
   using Element = typename Export::Element;
   static constexpr int lanes = 4;
 
-  QELVM_INLINE static auto isOrdinary(const auto& x) { return isPositiveNormal<Element>(x) && !isInSecondRange(x); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return isPositiveNormal<Element>(x) && !isInSecondRange(x);
+  }
 
   /// |x - 1| <= nearOne
   QELVM_INLINE static auto isInSecondRange(const auto& x) {

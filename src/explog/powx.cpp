@@ -52,7 +52,7 @@ private:
 
   double y_;
   Parity parity_;
-  std::int32_t resultSign_; ///< the bit of the sign above the exponent, where results have it
+  std::int32_t resultSign_;    ///< the bit of the sign above the exponent, where results have it
   std::uint64_t relevantBits_; ///< the bits of a base that decide whether it is ordinary
 };
 

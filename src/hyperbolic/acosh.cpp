@@ -24,7 +24,9 @@ struct InverseCosine {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
 
-  QELVM_INLINE static auto isOrdinary(const auto& x) { return positiveWithin(x, Element{1.0625}, Element{0x1p28}); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return positiveWithin(x, Element{1.0625}, Element{0x1p28});
+  }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {

@@ -23,7 +23,9 @@ struct InverseSine {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
 
-  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, Element{0.125}, Element{0x1p28}); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(x, Element{0.125}, Element{0x1p28});
+  }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {

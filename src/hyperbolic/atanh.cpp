@@ -30,7 +30,9 @@ struct InverseTangent {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
 
-  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, Element{0.0625}, Element{1}); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(x, Element{0.0625}, Element{1});
+  }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {

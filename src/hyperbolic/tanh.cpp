@@ -34,14 +34,18 @@ struct TanhKernel {
   /// 19.0615474653985: from here on 1 - tanh x is below 2^-54.
   static constexpr Element saturation = leastNotBelow<Element>(0x1.30fc1931f09cbp4);
 
-  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, small, saturation); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(x, small, saturation);
+  }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
     return copySign(quarterBinadePolynomial(tanhRows<Export>, magnitude(x)), x);
   }
 
-  QELVM_INLINE static auto isInSecondRange(const auto& x) { return magnitudeWithin(x, tiny, small); }
+  QELVM_INLINE static auto isInSecondRange(const auto& x) {
+    return magnitudeWithin(x, tiny, small);
+  }
 
   /// a + c3 a^3 + a^5 p(a^2)
   template <class V>

@@ -32,7 +32,9 @@ struct Arccosine {
     return difference(halfPi, flipSigns(arcsine, x));
   }
 
-  QELVM_INLINE static auto isInSecondRange(const auto& x) { return magnitudeWithin(x, Element{0.5}, Element{1}); }
+  QELVM_INLINE static auto isInSecondRange(const auto& x) {
+    return magnitudeWithin(x, Element{0.5}, Element{1});
+  }
 
   /// pi - t for a negative and t for a positive x: the difference from zero of -t is exact.
   template <class V>

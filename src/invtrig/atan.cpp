@@ -32,7 +32,9 @@ struct ArcTangent {
   static constexpr double tiny = 0x1p-53;
   static constexpr double large = 0x1p54;
 
-  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(widened(x), tiny, large); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(widened(x), tiny, large);
+  }
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
@@ -56,8 +58,7 @@ struct ArcTangent {
     const DoubleDoubleOf<V> q = fastTwoSum(main, inverse.seed * dHi.lo);
 
     const V tail = arctanTail(q.hi * q.hi) * q.hi;
-    const DoubleDoubleOf<V> sum =
-        fastTwoSum(lookUp(arctanTable<Export>, row, &PairRow::hi), q.hi);
+    const DoubleDoubleOf<V> sum = fastTwoSum(lookUp(arctanTable<Export>, row, &PairRow::hi), q.hi);
     const V low = (q.lo + tail) + lookUp(arctanTable<Export>, row, &PairRow::lo);
     return copySign(sum.hi + (sum.lo + low), x);
   }

@@ -78,8 +78,7 @@ QELVM_INLINE DoubleDoubleOf<V> ratioAngle(const Ratio<V>& ratio, const IntegerOf
   const DoubleDoubleOf<V> t = quotient(addProduct(ratio.y, -b, ratio.x), inverse);
   const V root = selectWhereZero(row, ratio.quotient, t.hi + t.lo);
   const DoubleDoubleOf<V> angle = arctangentOf(t, arctanTail(root * root));
-  const DoubleDoubleOf<V> sum =
-      twoSum(angle.hi, lookUp(arctanTable<Export>, row, &PairRow::hi));
+  const DoubleDoubleOf<V> sum = twoSum(angle.hi, lookUp(arctanTable<Export>, row, &PairRow::hi));
   return {sum.hi, (angle.lo + sum.lo) + lookUp(arctanTable<Export>, row, &PairRow::lo)};
 }
 
@@ -109,7 +108,9 @@ struct ArcTangentOfTwo {
            difference - binades(lowest) < binades(highest - lowest);
   }
 
-  QELVM_INLINE static auto isOrdinary(const auto& y, const auto& x) { return quotientWithin(y, x, -53, 53); }
+  QELVM_INLINE static auto isOrdinary(const auto& y, const auto& x) {
+    return quotientWithin(y, x, -53, 53);
+  }
 
   template <class V>
   QELVM_INLINE static V compute(const V& y, const V& x) {

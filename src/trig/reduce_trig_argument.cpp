@@ -67,8 +67,8 @@ QELVM_INLINE DoubleDoubleOf<V> subtractLong(const V& a, const V& m) {
 template <class V>
 QELVM_INLINE TrigReductionOf<V> reduceBySubtraction(const V& a, const V& sign) {
   constexpr double fourOverPi = 0x1.45f306dc9c883p0;
-  const IntegerOf<V> octants = lanewise(
-      [](const auto& x) QELVM_ALWAYS_INLINE { return truncated(x); }, a * fourOverPi);
+  const IntegerOf<V> octants =
+      lanewise([](const auto& x) QELVM_ALWAYS_INLINE { return truncated(x); }, a * fourOverPi);
   const V m = toDouble(octants + (octants & 1));
   const auto pieces = lanewise(
       [](const auto& x, const auto& multiple) QELVM_ALWAYS_INLINE {

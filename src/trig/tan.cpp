@@ -63,9 +63,9 @@ QELVM_INLINE DoubleDoubleOf<V> subtractSteps(const TrigArgument<V, Quadrant, Lo>
 /// c2 + r (c3 + ... + r c15), of row j.
 template <class Export, class V>
 QELVM_INLINE V tangentPolynomial(const IntegerOf<V>& j, const V& r) {
-  return horner<14>([&](int k)
-                        QELVM_ALWAYS_INLINE { return lookUp(tangentRows<Export>, j, &TangentRow::c, k); },
-                    r);
+  return horner<14>(
+      [&](int k) QELVM_ALWAYS_INLINE { return lookUp(tangentRows<Export>, j, &TangentRow::c, k); },
+      r);
 }
 
 template <class Export>

@@ -52,7 +52,9 @@ struct TrigKernel {
                                         : static_cast<Element>(0x1p-252);
   static constexpr Element directLimit = Method::directLimit;
 
-  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, lowest, directLimit); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(x, lowest, directLimit);
+  }
 
   template <class V>
   QELVM_INLINE static auto compute(const V& x) {
