@@ -32,7 +32,7 @@ inline constexpr int registersOf<Kernel> = Kernel::registers;
 /// Elements of one range, taken out of blocks, with their places.
 template <class T, int S, int D, int Width>
 struct Queue {
-  static constexpr int capacity = 4 * Width;
+  static constexpr int capacity = 64 > 3 * Width ? 64 : 3 * Width;
 
   T source[S][capacity];
   T destination[D][capacity];
