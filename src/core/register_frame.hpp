@@ -173,10 +173,11 @@ private:
   explicit RegisterWalk(const Elements& elements)
       : elements_(elements), call_(&elements, elements.path.arrays, walkPlaces) {}
 
-  static QelStatus walkPlaces(const void* elements, std::ptrdiff_t i, std::ptrdiff_t end) {
-    const auto& [path, scalars] = *static_cast<const Elements*>(elements);
+  static QelStatus walkPlaces(const void* call, std::ptrdiff_t i, std::ptrdiff_t end) {
+    const auto& elements = *static_cast<const Elements*>(call);
+    const Arrays<T, S, D>& arrays = elements.path.arrays;
     return withIndices<Scalars>([&](auto... k) QELVM_ALWAYS_INLINE {
-      return walkFew(path.arrays.source, path.arrays.destination, i, end, laneOf<k>(scalars)...);
+      return walkFew(arrays.source, arrays.destination, i, end, laneOf<k>(elements.scalars)...);
     });
   }
 

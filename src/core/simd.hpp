@@ -16,9 +16,10 @@
 #include <type_traits>
 
 #ifdef __AVX2__
-// GCC warns of what its own header leaves undefined on purpose.
 #pragma GCC diagnostic push
+#ifndef __clang__ // GCC warns of what its own header leaves undefined on purpose.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <immintrin.h>
 #pragma GCC diagnostic pop
 #endif

@@ -209,16 +209,16 @@ private:
           const auto negative = isNegative(x1);
           return choose(
               negative,
-              [&] QELVM_ALWAYS_INLINE {
+              [&]() QELVM_ALWAYS_INLINE {
                 // By a scale of a positive x, which is not for here, lo could underflow.
                 const X s = choose(
-                    negative, [&] QELVM_ALWAYS_INLINE { return scale1; },
-                    [&] QELVM_ALWAYS_INLINE { return uniform<X>(1.0); });
+                    negative, [&]() QELVM_ALWAYS_INLINE { return scale1; },
+                    [&]() QELVM_ALWAYS_INLINE { return uniform<X>(1.0); });
                 const DoubleDoubleOf<X> leading = fastTwoSum(2.0, -(hi1 * s));
                 const DoubleDoubleOf<X> sum = twoSum(leading.hi, -(lo1 * s));
                 return sum.hi + (leading.lo + sum.lo);
               },
-              [&] QELVM_ALWAYS_INLINE { return (hi1 + lo1) * scale1; });
+              [&]() QELVM_ALWAYS_INLINE { return (hi1 + lo1) * scale1; });
         },
         x, hi, lo, scale);
   }
