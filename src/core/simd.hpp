@@ -533,25 +533,26 @@ QELVM_INLINE Simd<double, N> entryOf(const Row* table, const Simd<std::int32_t, 
 // ---- memory
 // --------------------------------------------------------------------------------------
 
-/// The numbers of the elements in each set of four, in order, and those of their words.
+/// The numbers of the elements in each set of four, in order, and those of their words. What is
+/// left is the first element: whole, since a float is made of it.
 struct CompressionTable {
   alignas(16) std::int32_t number[16][4];
   alignas(32) std::int32_t word[16][8];
 };
 inline constexpr CompressionTable compressionOfFour = [] {
   CompressionTable table{};
-  for (unsigned set = 0; set < 16; ++set)
+  for (unsigned set = 0; set < 16; ++set) {
     for (int i = 0, n = 0; i < 4; ++i)
-      if ((set >> i & 1) != 0) {
-        table.number[set][n] = i;
-        table.word[set][2 * n] = 2 * i;
-        table.word[set][2 * n + 1] = 2 * i + 1;
-        ++n;
-      }
+      if ((set >> i & 1) != 0)
+        table.number[set][n++] = i;
+    for (int n = 0; n < 4; ++n)
+      for (int word = 0; word < 2; ++word)
+        table.word[set][2 * n + word] = 2 * table.number[set][n] + word;
+  }
   return table;
 }();
 
-/// The elements of a set (a bit for each), closed up.
+/// The elements of a set (a bit for each), closed up; behind them others of x, or zeros.
 template <int N>
 QELVM_INLINE Simd<double, N> compressed(const Simd<double, N>& x, unsigned set) {
 #ifdef __AVX512F__
