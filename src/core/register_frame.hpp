@@ -32,7 +32,7 @@ inline constexpr int registersOf<Kernel> = Kernel::registers;
 /// Elements of one range, taken out of blocks, with their places.
 template <class T, int S, int D, int Width>
 struct Queue {
-  static constexpr int capacity = 4 * Width;
+  static constexpr int capacity = 64 > 3 * Width ? 64 : 3 * Width;
 
   T source[S][capacity];
   T destination[D][capacity];
@@ -173,10 +173,11 @@ private:
   explicit RegisterWalk(const Elements& elements)
       : elements_(elements), call_(&elements, elements.path.arrays, walkPlaces) {}
 
-  static QelStatus walkPlaces(const void* elements, std::ptrdiff_t i, std::ptrdiff_t end) {
-    const auto& [path, scalars] = *static_cast<const Elements*>(elements);
+  static QelStatus walkPlaces(const void* call, std::ptrdiff_t i, std::ptrdiff_t end) {
+    const auto& elements = *static_cast<const Elements*>(call);
+    const Arrays<T, S, D>& arrays = elements.path.arrays;
     return withIndices<Scalars>([&](auto... k) QELVM_ALWAYS_INLINE {
-      return walkFew(path.arrays.source, path.arrays.destination, i, end, laneOf<k>(scalars)...);
+      return walkFew(arrays.source, arrays.destination, i, end, laneOf<k>(elements.scalars)...);
     });
   }
 
@@ -213,46 +214,53 @@ private:
 
   /// Sorts blocks from i on until one lies in one range again. Returns the first element left.
   [[gnu::noinline]] std::ptrdiff_t sortBlocks(std::ptrdiff_t i, std::ptrdiff_t length) {
-    do {
-      for (int k = 0; k < width; k += registerDoubles)
-        sortRegister(i + k);
+    for (const std::ptrdiff_t begin = i; length - i >= width; i += width) {
+      constexpr unsigned all = (1u << registerDoubles) - 1;
+      unsigned first[registers], second[registers];
+      unsigned everyFirst = all, everySecond = all;
+      for (int k = 0; k < registers; ++k) {
+        const std::ptrdiff_t at = i + k * registerDoubles;
+        everyFirst &= first[k] = elementsIn(MainRange<Kernel>{elements_.path.kernel}, at);
+        if constexpr (twoRanges)
+          second[k] = elementsIn(SecondRange<Kernel>{elements_.path.kernel}, at) & ~first[k];
+        else
+          second[k] = 0;
+        everySecond &= second[k];
+      }
+      if (i != begin && (everyFirst == all || everySecond == all))
+        break;
+
+      for (int k = 0; k < registers; ++k) {
+        const std::ptrdiff_t at = i + k * registerDoubles;
+        append(0, at, first[k]);
+        if constexpr (twoRanges)
+          append(1, at, second[k]);
+        takeAllExceptional(at, all & ~(first[k] | second[k]));
+      }
       if (call_.queue(0).isFull())
         call_.compute(0, run<MainRange<Kernel>>);
       if constexpr (twoRanges)
         if (call_.queue(1).isFull())
           call_.compute(1, run<SecondRange<Kernel>>);
-      i += width;
-    } while (length - i >= width && !isOfOneRange(i));
+    }
     return i;
   }
 
-  /// Elements from i on into the queues of their ranges; exceptional ones are done.
-  QELVM_INLINE void sortRegister(std::ptrdiff_t i) {
-    const Path& path = elements_.path;
-    unsigned left = (1u << registerDoubles) - 1;
-    const auto append = [&](int queue, const auto& range) QELVM_ALWAYS_INLINE {
-      const unsigned set = path.template contains<Register>(range, i).bits() & left;
-      path.arrays.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
-        call_.queue(queue).append(i, set, loadElements<Register>(source)...);
-      });
-      left &= ~set;
-    };
-    append(0, MainRange<Kernel>{path.kernel});
-    if constexpr (twoRanges)
-      append(1, SecondRange<Kernel>{path.kernel});
-    for (; left != 0; left &= left - 1) {
-      const std::ptrdiff_t at = i + std::countr_zero(left);
+  /// The elements of a register's from i on that lie in a range: a bit for each.
+  template <class Range>
+  QELVM_INLINE unsigned elementsIn(const Range& range, std::ptrdiff_t i) const {
+    return elements_.path.template contains<Register>(range, i).bits();
+  }
+  QELVM_INLINE void append(int queue, std::ptrdiff_t i, unsigned set) {
+    elements_.path.arrays.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
+      call_.queue(queue).append(i, set, loadElements<Register>(source)...);
+    });
+  }
+  QELVM_INLINE void takeAllExceptional(std::ptrdiff_t i, unsigned set) {
+    for (; set != 0; set &= set - 1) {
+      const std::ptrdiff_t at = i + std::countr_zero(set);
       call_.report(elements_.takeExceptional(at), at + 1);
     }
-  }
-
-  QELVM_INLINE bool isOfOneRange(std::ptrdiff_t i) const {
-    const Path& path = elements_.path;
-    if (path.template allIn<V>(MainRange<Kernel>{path.kernel}, i))
-      return true;
-    if constexpr (twoRanges)
-      return path.template allIn<V>(SecondRange<Kernel>{path.kernel}, i);
-    return false;
   }
 
   const Elements& elements_;

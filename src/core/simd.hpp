@@ -16,9 +16,10 @@
 #include <type_traits>
 
 #ifdef __AVX2__
-// GCC warns of what its own header leaves undefined on purpose.
 #pragma GCC diagnostic push
+#ifndef __clang__ // GCC warns of what its own header leaves undefined on purpose.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
 #include <immintrin.h>
 #pragma GCC diagnostic pop
 #endif
@@ -525,16 +526,21 @@ QELVM_INLINE Simd<double, N> entryOf(const Row* table, const Simd<std::int32_t, 
 // ---- memory
 // --------------------------------------------------------------------------------------
 
-/// The numbers of the elements in each set of four, in order.
+/// The numbers of the elements in each set of four, in order, and those of their words.
 struct CompressionTable {
   alignas(16) std::int32_t number[16][4];
+  alignas(32) std::int32_t word[16][8];
 };
 inline constexpr CompressionTable compressionOfFour = [] {
   CompressionTable table{};
   for (unsigned set = 0; set < 16; ++set)
     for (int i = 0, n = 0; i < 4; ++i)
-      if ((set >> i & 1) != 0)
-        table.number[set][n++] = i;
+      if ((set >> i & 1) != 0) {
+        table.number[set][n] = i;
+        table.word[set][2 * n] = 2 * i;
+        table.word[set][2 * n + 1] = 2 * i + 1;
+        ++n;
+      }
   return table;
 }();
 
@@ -547,15 +553,10 @@ QELVM_INLINE Simd<double, N> compressed(const Simd<double, N>& x, unsigned set) 
         _mm512_maskz_compress_pd(static_cast<__mmask8>(set), reinterpret_cast<__m512d>(x.raw)));
 #endif
 #ifdef __AVX2__
-  if constexpr (N == 4) { // the words 2 n and 2 n + 1 of each number n
-    const __m256i numbers = _mm256_cvtepu32_epi64(
-        _mm_load_si128(reinterpret_cast<const __m128i*>(compressionOfFour.number[set])));
-    const __m256i even = _mm256_slli_epi64(numbers, 1);
-    const __m256i words = _mm256_add_epi32(_mm256_add_epi32(even, _mm256_slli_epi64(even, 32)),
-                                           _mm256_set1_epi64x(std::int64_t{1} << 32));
-    return reinterpret_cast<typename RawVectors<N>::Doubles>(
-        _mm256_permutevar8x32_epi32(reinterpret_cast<__m256i>(x.raw), words));
-  }
+  if constexpr (N == 4)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(_mm256_permutevar8x32_epi32(
+        reinterpret_cast<__m256i>(x.raw),
+        _mm256_load_si256(reinterpret_cast<const __m256i*>(compressionOfFour.word[set]))));
 #endif
   Simd<double, N> close = x;
   for (int i = 0, n = 0; i < N; ++i) {
@@ -577,8 +578,10 @@ QELVM_INLINE void storeNumbers(std::int32_t first, unsigned set, std::int32_t* p
   }
 #endif
   if constexpr (N == 4) {
-    for (int i = 0; i < N; ++i)
-      place[i] = first + compressionOfFour.number[set][i];
+    typedef std::int32_t Four __attribute__((vector_size(16), may_alias));
+    typedef std::int32_t UnalignedFour __attribute__((vector_size(16), aligned(4), may_alias));
+    *reinterpret_cast<UnalignedFour*>(place) =
+        first + *reinterpret_cast<const Four*>(compressionOfFour.number[set]);
   } else {
     for (int i = 0, n = 0; i < N; ++i) {
       place[n] = first + i;

@@ -156,6 +156,7 @@ struct ErfcKernel {
   using Element = typename Export::Element;
   using Limits = ErfcLimits<Element>;
   static constexpr int lanes = 2;
+  static constexpr int registers = 3;
 
   static constexpr Element tiny = 0x1p-70;
   static constexpr Element gaussian = leastNotBelow<Element>(0x1.d413cccfe779ap0); // 2^1.5 - 1
@@ -208,16 +209,16 @@ private:
           const auto negative = isNegative(x1);
           return choose(
               negative,
-              [&] QELVM_ALWAYS_INLINE {
+              [&]() QELVM_ALWAYS_INLINE {
                 // By a scale of a positive x, which is not for here, lo could underflow.
                 const X s = choose(
-                    negative, [&] QELVM_ALWAYS_INLINE { return scale1; },
-                    [&] QELVM_ALWAYS_INLINE { return uniform<X>(1.0); });
+                    negative, [&]() QELVM_ALWAYS_INLINE { return scale1; },
+                    [&]() QELVM_ALWAYS_INLINE { return uniform<X>(1.0); });
                 const DoubleDoubleOf<X> leading = fastTwoSum(2.0, -(hi1 * s));
                 const DoubleDoubleOf<X> sum = twoSum(leading.hi, -(lo1 * s));
                 return sum.hi + (leading.lo + sum.lo);
               },
-              [&] QELVM_ALWAYS_INLINE { return (hi1 + lo1) * scale1; });
+              [&]() QELVM_ALWAYS_INLINE { return (hi1 + lo1) * scale1; });
         },
         x, hi, lo, scale);
   }

@@ -29,6 +29,7 @@ template <class Export>
 struct InverseTangent {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
+  static constexpr int registers = 3;
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {
     return magnitudeWithin(x, Element{0.0625}, Element{1});

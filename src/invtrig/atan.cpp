@@ -29,6 +29,7 @@ template <class Export>
 struct ArcTangent {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 1 : 3;
+  static constexpr int registers = 3;
   static constexpr double tiny = 0x1p-53;
   static constexpr double large = 0x1p54;
 

@@ -74,8 +74,8 @@ QELVM_INLINE TrigReductionOf<V> reduceBySubtraction(const V& a, const V& sign) {
       [](const auto& x, const auto& multiple) QELVM_ALWAYS_INLINE {
         return choose(
             magnitudeWithin(x, 0.0, 0x1p23),
-            [&] QELVM_ALWAYS_INLINE { return subtractShort(x, multiple); },
-            [&] QELVM_ALWAYS_INLINE { return subtractLong(x, multiple); });
+            [&]() QELVM_ALWAYS_INLINE { return subtractShort(x, multiple); },
+            [&]() QELVM_ALWAYS_INLINE { return subtractLong(x, multiple); });
       },
       a, m);
   const V hi = lanewise([](const auto& t) QELVM_ALWAYS_INLINE { return t.hi; }, pieces);
