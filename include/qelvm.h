@@ -129,8 +129,8 @@ typedef struct QelLibVersion {
   int32_t versionMinor; /**< minor version */
   int32_t buildMajor;   /**< major build number */
   int32_t buildNumber;  /**< build number */
-  /** What the build is compiled for, zeros behind it where it has not four letters: "px" every
-   * processor, "v3" and "v4" those levels of x86-64, "neon" aarch64. Results are the same. */
+  /** What the build is compiled for, as text: "px" every processor, "v3" and "v4" the levels
+   * x86-64-v3 (AVX2) and x86-64-v4 (AVX-512), "asd" aarch64 (Advanced SIMD). Results are the same. */
   char cpuCode[4];
   const char* libraryFile;   /**< file name of the library on Windows */
   const char* versionText;   /**< version as text */

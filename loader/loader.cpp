@@ -100,7 +100,7 @@ std::string statusName(QelStatus status) {
 }
 
 std::string cpuCode(const QelLibVersion& version) {
-  // Four letters are not followed by a zero.
+  // (Four letters would have no zero behind them.)
   return {version.cpuCode, std::ranges::find(version.cpuCode, '\0')};
 }
 
@@ -112,7 +112,7 @@ std::string processorName(const QelLibVersion& version) {
     return "x86-64-v3 (AVX2)";
   if (code == "v4")
     return "x86-64-v4 (AVX-512)";
-  if (code == "neon")
+  if (code == "asd")
     return "aarch64 (Advanced SIMD)";
   return "an unknown processor";
 }

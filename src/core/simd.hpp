@@ -22,6 +22,8 @@
 #endif
 #include <immintrin.h>
 #pragma GCC diagnostic pop
+#elif defined(__aarch64__)
+#include <arm_neon.h>
 #endif
 
 namespace qelvm {
@@ -296,6 +298,11 @@ QELVM_INLINE Simd<double, N> squareRootInstruction(const Simd<double, N>& x) {
   if constexpr (N == 4)
     return reinterpret_cast<typename RawVectors<N>::Doubles>(
         _mm256_sqrt_pd(reinterpret_cast<__m256d>(x.raw)));
+#endif
+#ifdef __aarch64__
+  if constexpr (N == 2)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        vsqrtq_f64(reinterpret_cast<float64x2_t>(x.raw)));
 #endif
   typename RawVectors<N>::Doubles root = x.raw;
   for (int i = 0; i < N; ++i)

@@ -8,18 +8,9 @@
 
 namespace {
 
-// By its letters: a code of four has no place for the zero that ends a text.
-constexpr char code[] = QELVM_CPU_CODE "\0";
-
 constexpr QelLibVersion libraryVersion = {
-    QELVM_VERSION_MAJOR,
-    QELVM_VERSION_MINOR,
-    QELVM_BUILD_MAJOR,
-    QELVM_BUILD_NUMBER,
-    {code[0], code[1], code[2], code[3]},
-    QELVM_LIBRARY_FILE,
-    QELVM_VERSION_TEXT,
-    QELVM_BUILD_DATE_TEXT,
+    QELVM_VERSION_MAJOR, QELVM_VERSION_MINOR, QELVM_BUILD_MAJOR,  QELVM_BUILD_NUMBER,
+    QELVM_CPU_CODE,      QELVM_LIBRARY_FILE,  QELVM_VERSION_TEXT, QELVM_BUILD_DATE_TEXT,
 };
 
 } // namespace

@@ -110,7 +110,7 @@ TEST_F(TrigReductionTest, Pairs) {
   };
   for (int i = 0; i < 20000; ++i) {
     const double x = draw(), y = draw();
-    const TrigReductionOf<Lanes<2>> both = reduceTrigArguments({x, y});
+    const TrigReductionOf<Lanes<2>> both = reduceTrigArguments(Lanes<2>{x, y});
     expectSame(reduceTrigArgument(x), laneOf<0>(both.remainder.hi), laneOf<0>(both.remainder.lo),
                laneOf<0>(both.quadrant));
     expectSame(reduceTrigArgument(y), laneOf<1>(both.remainder.hi), laneOf<1>(both.remainder.lo),

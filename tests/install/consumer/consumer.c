@@ -9,7 +9,7 @@ int main(void) {
   const QelStatus status = qelsExp_32f_A24(x, y, 3);
   const QelLibVersion* version = qelvmGetLibVersion();
   printf("%s %.7g %.7g %.7g: %s\n", version->versionText, y[0], y[1], y[2], qelStatusText(status));
-  printf("%.4s\n", version->cpuCode);
+  printf("%s\n", version->cpuCode);
   return status == qelStatusOk && y[0] == 1.0f && version->versionMajor == QELVM_VERSION_MAJOR ? 0
                                                                                                : 1;
 }
