@@ -12,6 +12,12 @@ install(
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+# The levels stand beside it for the loader: programs link the plain one.
+foreach(level IN LISTS levels)
+  qelvm_level_folder(${level} folder)
+  install(TARGETS qelvmpx_${level} LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/${folder}
+                                           NAMELINK_SKIP)
+endforeach()
 install(FILES include/qelvm.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 if(WIN32)
   install(FILES ${PROJECT_BINARY_DIR}/src/qelvmpx.def DESTINATION ${CMAKE_INSTALL_LIBDIR})

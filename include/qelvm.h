@@ -125,13 +125,15 @@ static inline const char* qelStatusText(QelStatus status) {
 
 /** The version record; all of it constant. */
 typedef struct QelLibVersion {
-  int32_t versionMajor;    /**< major version */
-  int32_t versionMinor;    /**< minor version */
-  int32_t buildMajor;      /**< major build number */
-  int32_t buildNumber;     /**< build number */
-  char cpuCode[4];         /**< "px": the generic build, without processor-specific instructions */
-  const char* libraryFile; /**< file name of the library on Windows */
-  const char* versionText; /**< version as text */
+  int32_t versionMajor; /**< major version */
+  int32_t versionMinor; /**< minor version */
+  int32_t buildMajor;   /**< major build number */
+  int32_t buildNumber;  /**< build number */
+  /** What the build is compiled for, as text: "px" every processor, "v3" and "v4" the levels
+   * x86-64-v3 (AVX2) and x86-64-v4 (AVX-512), "asd" aarch64 (Advanced SIMD). Results are the same. */
+  char cpuCode[4];
+  const char* libraryFile;   /**< file name of the library on Windows */
+  const char* versionText;   /**< version as text */
   const char* buildDateText; /**< build date, as "Mmm dd yyyy" */
 } QelLibVersion;
 

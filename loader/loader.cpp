@@ -1,5 +1,6 @@
 #include "loader/loader.hpp"
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <map>
@@ -98,6 +99,42 @@ std::string statusName(QelStatus status) {
   }
 }
 
+std::string cpuCode(const QelLibVersion& version) {
+  // (Four letters would have no zero behind them.)
+  return {version.cpuCode, std::ranges::find(version.cpuCode, '\0')};
+}
+
+std::string processorName(const QelLibVersion& version) {
+  const std::string code = cpuCode(version);
+  if (code == "px")
+    return "every processor";
+  if (code == "v3")
+    return "x86-64-v3 (AVX2)";
+  if (code == "v4")
+    return "x86-64-v4 (AVX-512)";
+  if (code == "asd")
+    return "aarch64 (Advanced SIMD)";
+  return "an unknown processor";
+}
+
+namespace {
+/// Whether this processor has the instructions of such a build: without them a program would end by
+/// a signal. (A file that is named by its path is loaded whatever it is.)
+bool canRun([[maybe_unused]] const std::string& code) {
+#ifdef __x86_64__
+#define HAS __builtin_cpu_supports // only lately of the levels by their names
+  if (code == "v3" || code == "v4")
+    if (!HAS("avx2") || !HAS("bmi") || !HAS("bmi2") || !HAS("fma"))
+      return false;
+  if (code == "v4")
+    return HAS("avx512f") && HAS("avx512bw") && HAS("avx512cd") && HAS("avx512dq") &&
+           HAS("avx512vl");
+#undef HAS
+#endif
+  return true;
+}
+} // namespace
+
 #ifdef _WIN32
 
 namespace {
@@ -113,8 +150,9 @@ Library::Library(const std::string& path)
     : path_(path), handle_(LoadLibraryW(loadable(path).c_str())) {
   if (handle_ == nullptr)
     throw std::runtime_error("cannot load " + path + ": error " + std::to_string(GetLastError()));
+  refuseOtherProcessors();
 }
-Library::~Library() {
+void Library::unload() {
   FreeLibrary(static_cast<HMODULE>(handle_));
 }
 void* Library::symbol(const std::string& name) const {
@@ -136,8 +174,9 @@ Library::Library(const std::string& path)
     : path_(path), handle_(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL)) {
   if (handle_ == nullptr)
     throw std::runtime_error(std::string("cannot load the library: ") + dlerror());
+  refuseOtherProcessors();
 }
-Library::~Library() {
+void Library::unload() {
   dlclose(handle_);
 }
 void* Library::symbol(const std::string& name) const {
@@ -156,6 +195,19 @@ std::string Library::defaultName() {
 }
 
 #endif
+
+Library::~Library() {
+  unload();
+}
+
+void Library::refuseOtherProcessors() {
+  if (symbol("qelvmGetLibVersion") == nullptr || canRun(cpuCode(version())))
+    return;
+  const std::string reason =
+      file() + " is compiled for " + processorName(version()) + ", and this processor is not one";
+  unload();
+  throw std::runtime_error(reason);
+}
 
 Function Library::function(const Export& e) const {
   void* address = symbol(e.symbol());

@@ -50,6 +50,10 @@ const Export* findExport(std::string_view name);
 /// "qelStatusOverflow" and so on; the number as text for an unknown status.
 std::string statusName(QelStatus status);
 
+/// The code of a version record, "px", "v3" and so on, and what it means: "x86-64-v4 (AVX-512)".
+std::string cpuCode(const QelLibVersion& version);
+std::string processorName(const QelLibVersion& version);
+
 /// The arguments of a call; those that the shape does not have are ignored.
 template <class T>
 struct Operands {
@@ -98,7 +102,9 @@ private:
 /// A loaded library; unloaded on destruction.
 class Library {
 public:
-  /// Loads the build at `path`; throws std::runtime_error with the platform's reason.
+  /// Loads the build at `path`, or the one that the platform finds by that name: of the builds for
+  /// several levels of processors the dynamic loader takes the best that this one can run. Throws
+  /// std::runtime_error with the platform's reason, or where the build is for another processor.
   explicit Library(const std::string& path);
   ~Library();
   Library(const Library&) = delete;
@@ -119,6 +125,8 @@ public:
 
 private:
   void* symbol(const std::string& name) const;
+  void unload();
+  void refuseOtherProcessors();
 
   std::string path_;
   void* handle_;

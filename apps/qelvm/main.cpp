@@ -8,7 +8,6 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include <cstring>
 #include <filesystem>
 #include <sstream>
 
@@ -210,14 +209,15 @@ std::string loadable(const std::optional<std::string>& name) {
 
 std::string versions(const loader::Library& library) {
   const QelLibVersion& v = library.version();
-  const std::string cpu(v.cpuCode, strnlen(v.cpuCode, sizeof v.cpuCode));
+  const std::string cpu = loader::cpuCode(v);
   return fmt::format("qelvm {}\n"
                      "library: {}\n"
+                     "compiled for: {}, {}\n"
                      "its version record: {} {}, version {}.{}, build {}.{}, {}, {}\n"
                      "(The date is a fixed part of the record, not that of this build.)\n",
-                     QELVM_TOOL_VERSION, printable(library.file()), v.libraryFile, v.versionText,
-                     v.versionMajor, v.versionMinor, v.buildMajor, v.buildNumber, cpu,
-                     v.buildDateText);
+                     QELVM_TOOL_VERSION, printable(library.file()), printable(cpu),
+                     loader::processorName(v), v.libraryFile, v.versionText, v.versionMajor,
+                     v.versionMinor, v.buildMajor, v.buildNumber, cpu, v.buildDateText);
 }
 
 bool run(const Commands& commands, const Options& options) {

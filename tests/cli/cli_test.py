@@ -19,12 +19,21 @@ import tempfile
 import threading
 import time
 import unittest
+import unittest.mock
 
 SOURCE = os.path.realpath(os.path.join(os.path.dirname(__file__), "../.."))
 TOOL, STAND_IN = map(os.path.abspath, sys.argv[1:3])
 COMMAND = [*sys.argv[3:], TOOL]
 WINDOWS = TOOL.endswith(".exe")
 LIBRARY = "qelvmpx.dll" if WINDOWS else "libqelvmpx.so.5"
+# By the code in their version record: how the tool calls their processor, where they are beside the
+# plain library, and what of /proc/cpuinfo a processor must have to run them.
+LEVELS = {
+    "px": ("every", ".", set()),
+    "v3": ("x86-64-v3", "glibc-hwcaps/x86-64-v3", {"avx2", "bmi2"}),
+    "v4": ("x86-64-v4", "glibc-hwcaps/x86-64-v4", {"avx2", "bmi2", "avx512bw", "avx512vl"}),
+    "asd": ("aarch64", "qelvm/neon", {"asimd"}),
+}
 ADD = ["SinCos_32f_A11", "--library", STAND_IN]  # x + 1 and x - 1
 TIMES = ["Powx_64f_A50", "--library", STAND_IN]  # x times the scalar
 SAME = ["Exp_64f_A50", "--library", STAND_IN]  # x, with the status of number x
@@ -111,10 +120,12 @@ class Help(ToolTest):
                 self.assertIn(b"Examples:\n  qelvm ", self.succeed(*command, option))
 
     def test_version(self):
-        first, library, record, date = self.succeed("--version").decode().splitlines()
+        first, library, level, record, date = self.succeed("--version").decode().splitlines()
         self.assertEqual(first, "qelvm 5.0.11.35")
-        self.assertEqual(record, "its version record: qelvmpx.dll v5.0, version 5.0, build 11.35, px, "
-                                 "Sep  7 2005")
+        code, processor = re.fullmatch(r"compiled for: (\w+), (.+)", level).groups()
+        self.assertEqual(processor.split()[0], LEVELS[code][0])
+        self.assertEqual(record, "its version record: qelvmpx.dll v5.0, version 5.0, build 11.35, "
+                                 f"{code}, Sep  7 2005")
         self.assertIn("fixed part of the record", date)
         path = library.removeprefix("library: ")
         self.assertTrue(path.endswith("\\qelvmpx.dll") if WINDOWS else os.path.isfile(path), path)
@@ -127,6 +138,36 @@ class Help(ToolTest):
         os.symlink("a\x1bb/copy.so", "link.so")
         out = self.succeed("--version", "--library", "link.so").decode()
         self.assertIn(f"library: {os.path.realpath('.')}/a\\x1bb/copy.so\n", out)
+
+    @posix("levels of processors")
+    def test_levels(self):
+        """By itself the best that the processor has and the loader may take; by its path any that it has."""
+        def loaded(*arguments, mask=""):
+            with unittest.mock.patch.dict(os.environ, GLIBC_TUNABLES=f"glibc.cpu.hwcaps={mask}"):
+                lines = self.succeed(*arguments, "--version").decode().splitlines()
+            return lines[1].removeprefix("library: "), lines[2].split()[2].rstrip(",")
+
+        file = loaded()[0]
+        folder, name = re.sub("/glibc-hwcaps/[^/]+", "", os.path.dirname(file)), os.path.basename(file)
+        with open("/proc/cpuinfo") as info:
+            features = set(info.read().split())
+        there = []
+        for code, (_, below, needed) in LEVELS.items():
+            path = os.path.join(folder, below, name)
+            if not os.path.exists(path):
+                continue
+            if needed <= features:
+                there.append(code)
+                self.assertEqual(loaded("--library", path), (os.path.realpath(path), code))
+            else:
+                self.refuse(f"{path} is compiled for x86-64-{code} (", "--library", path, "list")
+            if needed and shutil.which("qemu-x86_64"):
+                done = subprocess.run(["qemu-x86_64", "-cpu", "qemu64", TOOL, "--library", path, "list"],
+                                      capture_output=True, text=True, timeout=60)
+                self.assertEqual(done.returncode, 2)
+                self.assertIn(f"qelvm: {path} is compiled for x86-64-{code} (", done.stderr)
+        for mask, masked in ("", ()), ("-AVX512F", ["v4"]), ("-AVX2", ["v3", "v4"]):
+            self.assertEqual(loaded(mask=mask)[1], [c for c in there if c not in masked and c != "asd"][-1])
 
     def test_a_library_that_happens_to_be_here_is_not_loaded(self):
         self.write(LIBRARY, b"none")

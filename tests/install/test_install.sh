@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the build into an empty place and uses it from outside: CMake package, the build tree as a
-# package, add_subdirectory, pkg-config, shared and static; then uninstalls.
+# package, add_subdirectory, pkg-config, shared and static, every level of processors; then uninstalls.
 # usage: test_install.sh BUILD_DIRECTORY SOURCE_DIRECTORY
 set -euo pipefail
 build=$1 source=$2
@@ -47,6 +47,46 @@ needs_library() { readelf -d "$1" | grep -q 'NEEDED.*libqelvmpx'; }
 static_package() {
   consume "$1" -DCMAKE_PREFIX_PATH="$2" -DQELVM_TARGET="$3" && ! needs_library "$work/$1/consumer_c"
 }
+# Of the builds for levels of processors the dynamic loader takes the best that the processor has and
+# the user does not mask: told by the loader itself, and level by level from there.
+best_level() {
+  local code loader
+  loader=$(readelf -l "$work/package/consumer_c" | sed -n 's/.*interpreter: \(.*\)]/\1/p')
+  for code in v4 v3; do
+    grep -qE '^QELVM_WIDE:[A-Z]*=(ON|1)$' "$build/CMakeCache.txt" &&
+      "$loader" --help | grep "x86-64-$code (supported" > /dev/null && echo $code && return
+  done
+  echo px
+}
+takes() { # takes CODE MASK COMMAND...: what it prints ends with the code of the level
+  local code=$1 mask=$2 got
+  shift 2
+  got=$(GLIBC_TUNABLES=glibc.cpu.hwcaps=$mask "$@" | tail -n 1)
+  [ "$got" = "$code" ] || { echo "$got instead of $code with the mask \"$mask\": $*" && false; }
+}
+tool() { "$@" --version | sed -n 's/compiled for: \([^,]*\),.*/\1/p'; }
+levels() { # levels PREFIX: a program and the tool there
+  local best names level folder
+  folder=$(dirname "$1"/lib*/libqelvmpx.so.5)
+  best=$(best_level)
+  local program=(env LD_LIBRARY_PATH="$folder" "$work/package/consumer_c")
+  for user in "${program[*]}" "tool $1/bin/qelvm"; do
+    # shellcheck disable=SC2086
+    takes "$best" "" $user && takes "${best/v4/v3}" -AVX512F $user && takes px -AVX2 $user || return 1
+  done
+  # A file that is named by its path is that file.
+  takes px "" tool "$1/bin/qelvm" --library "$folder/libqelvmpx.so.5" || return 1
+  # Nothing links a level: it has the names that the loader looks for, and no other.
+  for level in "$folder"/glibc-hwcaps/*/; do
+    [ -e "$level" ] || continue
+    names=$(cd "$level" && echo *)
+    [ "$names" = "$(cd "$folder" && echo libqelvmpx.so.*)" ] || { echo "$level: $names" && return 1; }
+  done
+}
+moved() {
+  cp -a "$prefix" "$work/moved" && levels "$work/moved" &&
+    "$work/moved/bin/qelvm" --version | grep "^library: $work/moved/"
+}
 # Without the shared library, from the sources: the header's folder and the library's given as absolute
 # paths outside the prefix.
 static_only() {
@@ -54,7 +94,8 @@ static_only() {
   cmake -G Ninja -S "$source" -B "$tree" -DBUILD_SHARED_LIBS=OFF -DCMAKE_INSTALL_PREFIX="$work/alone" \
     -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O0 -DCMAKE_INSTALL_LIBDIR="$work/apart/lib" \
     -DCMAKE_INSTALL_INCLUDEDIR="$work/apart/include" && cmake --build "$tree" &&
-    cmake --install "$tree" && ! find "$work/alone" "$work/apart" -name '*.so*' | grep . &&
+    cmake --install "$tree" &&
+    ! find "$work/alone" "$work/apart" -name '*.so*' -o -name glibc-hwcaps | grep . &&
     with_pkg_config "$work/apart" && static_package only "$work/apart" qelvm::qelvmpx &&
     cmake --build "$tree" --target uninstall && [ ! -e "$work/apart" ] && [ ! -e "$work/alone" ]
 }
@@ -91,6 +132,8 @@ step "CMake package" consume package -DCMAKE_PREFIX_PATH="$prefix"
 step "build tree" consume tree -Dqelvm_DIR="$build"
 step "add_subdirectory" consume subdirectory -DQELVM_SOURCE="$source" \
   -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O0
+step "levels" levels "$prefix"
+step "levels, moved" moved
 step "pkg-config" with_pkg_config "$prefix"
 step "pkg-config, static" with_pkg_config "$prefix" -Wl,-Bstatic
 step "CMake package, static" static_package static "$prefix" qelvm::static
