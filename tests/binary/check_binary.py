@@ -2,9 +2,10 @@
 """Checks what a built library consists of: its exports, what it needs from others, its instructions,
 its tables and its sections.
 
-usage: check_binary.py LIBRARY SOURCE_DIRECTORY [TOOL_PREFIX]
+usage: check_binary.py LIBRARY SOURCE_DIRECTORY [TOOL_PREFIX [LEVEL]]
 
-TOOL_PREFIX is that of the binary tools (i686-w64-mingw32- for the DLL). The last line is
+TOOL_PREFIX is that of the binary tools (i686-w64-mingw32- for the DLL); LEVEL tells that the library
+is one over SIMD registers: v3, v4 or neon. The last line is
 'N passed, N failed'.
 """
 import hashlib
@@ -34,6 +35,17 @@ FORBIDDEN = {
     "PowerPC64": r"f(n?madd|n?msub|sqrt)s?\b|xs(n?madd|n?msub|sqrt)\w*|xv\w*[ds]p\b|v\w+fp\b",
     "IBM S/390": r"(w?f)?(m[as]|sq)[de]b?r?\b|[vw]f(n?m[as]|sq|a|s|m|d)[ds]?b?\b",
 }
+
+FUSED = r"vfn?m(add|sub)\w*|vp?fmadd\w*"
+X87 = X86[X86.index("|f(i?(add") + 1 :]
+# Over SIMD registers: nothing fused, nothing of the x87, no instruction of a set that is not the level's.
+FORBIDDEN_IN_LEVEL = {
+    "v3": FUSED + "|" + X87 + r"|[^\n]*(%zmm|%k[0-7]|%[xy]mm(1[6-9]|2\d|3[01]))",
+    "v4": FUSED + "|" + X87 + r"|vpmadd52|v?gf2p8|vp2intersect|vpdp\w+|vp(sh[lr]d|multishift|opcnt)\w*"
+          r"|vp(compress|expand|erm|ermi2|ermt2)[bw]\b|v\w+(ph|sh|bf16)\b",
+    "neon": r"f(n?madd|n?msub|mla|mls)\b",
+}
+LARGEST_LEVEL = 1_500_000  # bytes of code
 
 
 class Checks:
@@ -118,8 +130,16 @@ def check_tables(checks, binary, rows, source):
     checks.expect("tables apart", [names for names in addresses.values() if len(names) > 1])
 
 
-def check_instructions(checks, binary, machine):
+def check_instructions(checks, binary, machine, level):
     code = binary.instructions()
+    if level:
+        packed = re.search(r"\tv(add|mul)pd|\tf(add|mul)\s+v", code)
+        checks.expect("registers are used", [] if packed else ["no packed arithmetic"])
+        if level == "v3":  # the first byte that only instructions of AVX-512 have
+            raw = binary.run("objdump", "-d")
+            checks.expect("AVX-512", re.findall(r"^\s*[0-9a-f]+:\t62 .*", raw, re.M))
+        size = int(re.search(r"\.text\s+\w+\s+\w+\s+\w+\s+(\w+)", binary.run("readelf", "-SW"))[1], 16)
+        checks.expect("size of the code", [size] if size >= LARGEST_LEVEL else [])
     if machine == "Intel 80386":
         # The report raises its flag in the x87 unit too: one product or quotient for each status.
         report = re.compile(r"(^[0-9a-f]+ <[^>]*(?:raiseFloatingException|reportElementError)[^>]*>:\n"
@@ -129,15 +149,16 @@ def check_instructions(checks, binary, machine):
             not found or sorted(found) == ["fdivl"] * 2 + ["fmull"] * 2 for found in raised
         ) and any(raised) else [raised])
         code = report.sub(lambda body: re.sub(r"\tf(mul|div)l\b", "\tflag", body[1]), code)
-    pattern = re.compile(r"^\s*[0-9a-f]+:\s+(" + FORBIDDEN[machine] + ")", re.M)
+    forbidden = FORBIDDEN_IN_LEVEL[level] if level else FORBIDDEN[machine]
+    pattern = re.compile(r"^\s*[0-9a-f]+:\s+(" + forbidden + ")", re.M)
     checks.expect("instructions", {m[1] for m in pattern.finditer(code)})
     checks.expect("disassembled", [] if code.count("\n") > 500 else ["too little code"])
 
 
-def check_elf(checks, binary, expected):
+def check_elf(checks, binary, expected, level):
     header = binary.run("readelf", "-hW")
     machine = re.search(r"Machine:\s+(.*)", header)[1].strip()
-    check_instructions(checks, binary, machine)
+    check_instructions(checks, binary, machine, level)
 
     exported = {
         line.split()[-1].split("@")[0]
@@ -174,7 +195,7 @@ def check_pe(checks, binary, rows, expected):
         "<HHIIIHH", image, pe + 4)
     optional = pe + 24
     wide = machine == 0x8664
-    check_instructions(checks, binary, "Advanced Micro Devices X86-64" if wide else "Intel 80386")
+    check_instructions(checks, binary, "Advanced Micro Devices X86-64" if wide else "Intel 80386", None)
     entry = struct.unpack_from("<I", image, optional + 16)[0]
     dll_characteristics = struct.unpack_from("<H", image, optional + 70)[0]
     directories = [struct.unpack_from("<II", image, optional + (112 if wide else 96) + 8 * i) for i in range(16)]
@@ -280,7 +301,7 @@ def main():
     if path.read_bytes()[:2] == b"MZ":
         check_pe(checks, binary, rows, expected)
     else:
-        check_elf(checks, binary, expected)
+        check_elf(checks, binary, expected, sys.argv[4] if len(sys.argv) > 4 else None)
     check_tables(checks, binary, rows, source)
     print(f"{checks.passed} passed, {checks.failed} failed")
     return checks.failed != 0

@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
 """Compares the stack that each function of a build needs, as GCC noted it, with the limit.
 
-usage: check_stack.py BUILD_DIRECTORY LIMIT
+usage: check_stack.py BUILD_DIRECTORY LIMIT [LEVEL]
 
 A call stays within a few hundred bytes, so that it can run on any thread's stack: 256 bytes on x86-64
 Linux. Frames of other processors hold more registers, those of 64-bit Windows the ten that a callee
-saves: 512 bytes.
+saves: 512 bytes. A level (v3, v4) keeps elements of mixed kinds in queues: 4096 bytes.
 """
 import argparse
 import sys
@@ -14,10 +14,12 @@ from pathlib import Path
 parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
 parser.add_argument("build", type=Path)
 parser.add_argument("limit", type=int)
+parser.add_argument("level", nargs="?")
 arguments = parser.parse_args()
 limit = arguments.limit
+objects = "qelvm_objects" + (f"_{arguments.level}" if arguments.level else "")
 
-notes = sorted(arguments.build.glob("src/CMakeFiles/qelvm_objects.dir/**/*.su"))
+notes = sorted(arguments.build.glob(f"src/CMakeFiles/{objects}.dir/**/*.su"))
 needs = []
 for note in notes:
     for line in note.read_text().splitlines():

@@ -155,7 +155,7 @@ void withElement(const loader::Export& e, F f) {
 
 inline const int allFlags = FE_DIVBYZERO | FE_INEXACT | FE_INVALID | FE_OVERFLOW | FE_UNDERFLOW;
 
-void checkFrame(const loader::Library& library, Results& results);
+void checkFrame(const loader::Library& library, const std::string& cpuCode, Results& results);
 void checkValues(const loader::Library& library, const std::string& directory, Results& results);
 
 /// Compares the hash of every export with that in its family's facts, or prints the lines that

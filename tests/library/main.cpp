@@ -5,14 +5,15 @@
 
 namespace {
 
-const char usage[] = "usage: library_checks LIBRARY frame\n"
+const char usage[] = "usage: library_checks LIBRARY frame [CODE]\n"
                      "       library_checks LIBRARY values|golden|print-golden FACTS\n"
-                     "FACTS is the folder of the families' facts, families\n";
+                     "CODE is the build's processor code, px unless told; FACTS the folder of the\n"
+                     "families' facts, families\n";
 
 bool run(const loader::Library& library, std::string_view what, const std::string& data) {
   checks::Results results;
   if (what == "frame") {
-    checks::checkFrame(library, results);
+    checks::checkFrame(library, data.empty() ? "px" : data, results);
   } else if (what == "values") {
     checks::checkValues(library, data, results);
   } else if (what == "golden") {
