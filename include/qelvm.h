@@ -130,7 +130,7 @@ typedef struct QelLibVersion {
   int32_t buildMajor;   /**< major build number */
   int32_t buildNumber;  /**< build number */
   /** What the build is compiled for, as text: "px" every processor, "v3" and "v4" the levels
-   * x86-64-v3 (AVX2) and x86-64-v4 (AVX-512), "asd" aarch64 (Advanced SIMD). Results are the same. */
+   * x86-64-v3 (AVX2) and x86-64-v4 (AVX-512), "asd" aarch64 (Advanced SIMD). Same results. */
   char cpuCode[4];
   const char* libraryFile;   /**< file name of the library on Windows */
   const char* versionText;   /**< version as text */
