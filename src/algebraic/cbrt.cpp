@@ -97,7 +97,7 @@ template <class Export>
 struct CubeRoot {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
-  static constexpr int registers = 4;
+  static constexpr int registers = registersInFlight(4, 3);
   static constexpr bool ofNegative = true, reciprocal = false;
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {

@@ -70,7 +70,7 @@ template <class Export>
 struct InverseCubeRoot {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
-  static constexpr int registers = 4;
+  static constexpr int registers = registersInFlight(4, 3);
   static constexpr bool ofNegative = true, reciprocal = true;
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {

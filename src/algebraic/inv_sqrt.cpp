@@ -66,7 +66,7 @@ template <class Export>
 struct InverseSquareRoot {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 4;
-  static constexpr int registers = 4;
+  static constexpr int registers = registersInFlight(4, 3);
   static constexpr bool ofNegative = false, reciprocal = true;
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {

@@ -295,53 +295,47 @@ template <class Kernel, class T, int S, int D, class... Scalars>
   });
 }
 
-/// The elements of one call; `Scalars` of them are scalar arguments.
-template <class Export, class Kernel, class T, int S, int D, int Scalars>
-struct Elements {
-  MainPath<Kernel, T, S, D> path;
-  LaneArray<T, Scalars> scalars;
+/// Stores exceptional element i and reports it. Returns the status, qelStatusOk for none.
+template <class Export, class Kernel, class T, int S, int D, class... Scalars>
+QELVM_INLINE QelStatus takeExceptional(const Kernel& kernel, const Arrays<T, S, D>& arrays,
+                                       std::ptrdiff_t i, Scalars... scalars) {
+  const auto store = [&] { return storeExceptional(kernel, arrays, i, scalars...); };
+  if constexpr (std::is_void_v<decltype(store())>) {
+    store();
+    return qelStatusOk;
+  } else {
+    const QelStatus reported = store();
+    if (reported != qelStatusOk)
+      reportElementError(reported, static_cast<std::int32_t>(i), arrays.source.array[0],
+                         arrays.source.array[S - 1], arrays.destination.array[0],
+                         arrays.destination.array[D - 1], nameSlot<Export>);
+    return reported;
+  }
+}
 
-  /// Stores exceptional element i and reports it. Returns the status, qelStatusOk for none.
-  QELVM_INLINE QelStatus takeExceptional(std::ptrdiff_t i) const {
-    const auto& [source, destination] = path.arrays;
-    const auto store = [&] {
-      return withIndices<Scalars>([&](auto... k) QELVM_ALWAYS_INLINE {
-        return storeExceptional(path.kernel, path.arrays, i, laneOf<k>(scalars)...);
-      });
-    };
-    if constexpr (std::is_void_v<decltype(store())>) {
-      store();
-      return qelStatusOk;
-    } else {
-      const QelStatus reported = store();
+/// Elements i to end - 1 in ascending order. Returns the status of the last that reported one.
+template <class Export, class Kernel, class T, int S, int D, class... Scalars>
+QELVM_INLINE QelStatus walk(const Kernel& kernel, const Arrays<T, S, D>& arrays, std::ptrdiff_t i,
+                            std::ptrdiff_t end, Scalars... scalars) {
+  constexpr int lanes = Kernel::lanes;
+  const MainPath<Kernel, T, S, D> path{kernel, arrays};
+  QelStatus status = qelStatusOk;
+  while (i < end) {
+    if constexpr (lanes > 1) {
+      if (end - i >= lanes && path.template runOrdinary<Lanes<lanes>>(i)) [[likely]] {
+        i += lanes;
+        continue;
+      }
+    }
+    if (!path.template runOrdinary<double>(i)) [[unlikely]] {
+      const QelStatus reported = takeExceptional<Export>(kernel, arrays, i, scalars...);
       if (reported != qelStatusOk)
-        reportElementError(reported, static_cast<std::int32_t>(i), source.array[0],
-                           source.array[S - 1], destination.array[0], destination.array[D - 1],
-                           nameSlot<Export>);
-      return reported;
+        status = reported;
     }
+    ++i;
   }
-
-  /// Elements i to end - 1 in ascending order. Returns the status of the last that reported one.
-  QELVM_INLINE QelStatus walk(std::ptrdiff_t i, std::ptrdiff_t end) const {
-    constexpr int lanes = registerDoubles > 0 ? Kernel::lanes : Kernel::lanes;
-    QelStatus status = qelStatusOk;
-    while (i < end) {
-      if constexpr (lanes > 1) {
-        if (end - i >= lanes && path.template runOrdinary<Lanes<lanes>>(i)) [[likely]] {
-          i += lanes;
-          continue;
-        }
-      }
-      if (!path.template runOrdinary<double>(i)) [[unlikely]] {
-        if (const QelStatus reported = takeExceptional(i); reported != qelStatusOk)
-          status = reported;
-      }
-      ++i;
-    }
-    return status;
-  }
-};
+  return status;
+}
 
 } // namespace frame
 } // namespace qelvm
@@ -360,16 +354,13 @@ QELVM_INLINE QelStatus call(ArrayList<const Stored<T>*, S> source,
   if (source.hasNull() || destination.hasNull())
     return qelStatusNullPointer;
 
-  using Elements = frame::Elements<Export, Kernel, T, S, D, sizeof...(Scalars)>;
-  if constexpr (registerDoubles > 0)
-    if (length < frame::RegisterWalk<Elements>::width)
-      return frame::RegisterWalk<Elements>::walkFew(source, destination, 0, length, scalars...);
-  const Kernel kernel{scalars...};
-  const Elements elements{{kernel, {source, destination}}, {scalars...}};
-  if constexpr (registerDoubles > 0)
-    return frame::RegisterWalk<Elements>::walk(elements, length);
-  else
-    return elements.walk(0, length);
+  if constexpr (registerDoubles > 0) {
+    return frame::RegisterWalk<Export, Kernel, T, S, D, Scalars...>::walk(source, destination,
+                                                                          length, scalars...);
+  } else {
+    const Kernel kernel{scalars...};
+    return frame::walk<Export>(kernel, Arrays<T, S, D>{source, destination}, 0, length, scalars...);
+  }
 }
 
 } // namespace qelvm

@@ -32,10 +32,9 @@ inline constexpr int registersOf<Kernel> = Kernel::registers;
 /// Elements of one range, taken out of blocks, with their places.
 template <class T, int S, int D, int Width>
 struct Queue {
-  static constexpr int capacity = 64 > 3 * Width ? 64 : 3 * Width;
+  static constexpr int capacity = 2 * Width > 48 ? 2 * Width : 48;
 
-  T source[S][capacity];
-  T destination[D][capacity];
+  T element[S > D ? S : D][capacity]; // the sources, then in their place the results
   std::int32_t place[capacity];
   int count = 0;
 
@@ -47,22 +46,22 @@ struct Queue {
   QELVM_INLINE void append(std::ptrdiff_t i, unsigned set, const Simd<double, N>& x,
                            const auto&... y) {
     int s = 0;
-    storeRegister<T>(compressed(x, set), source[s] + count);
-    (storeRegister<T>(compressed(y, set), source[++s] + count), ...);
+    storeRegister<T>(compressed(x, set), element[s] + count);
+    (storeRegister<T>(compressed(y, set), element[++s] + count), ...);
     storeNumbers<N>(static_cast<std::int32_t>(i), set, place + count);
     count += std::popcount(set);
   }
 
   Arrays<T, S, D> arrays() {
-    return {withIndices<S>([&](auto... s) QELVM_ALWAYS_INLINE { return sources(source[s]...); }),
-            withIndices<D>([&](auto... d)
-                               QELVM_ALWAYS_INLINE { return destinations(destination[d]...); })};
+    return {
+        withIndices<S>([&](auto... s) QELVM_ALWAYS_INLINE { return sources(element[s]...); }),
+        withIndices<D>([&](auto... d) QELVM_ALWAYS_INLINE { return destinations(element[d]...); })};
   }
 
   /// Closes up after the first n elements.
   void dropFirst(int n) {
     for (int k = n; k < count; ++k) {
-      for (auto& array : source)
+      for (auto& array : element)
         array[k - n] = array[k];
       place[k - n] = place[k];
     }
@@ -76,18 +75,18 @@ class QueuedCall {
 public:
   /// Computes blocks of one range, while all their elements lie in it and their results stand.
   /// Returns the first element that is left.
-  using Run = std::ptrdiff_t (*)(const void* elements, Arrays<T, S, D> arrays, std::ptrdiff_t i,
+  using Run = std::ptrdiff_t (*)(const void* call, Arrays<T, S, D> arrays, std::ptrdiff_t i,
                                  std::ptrdiff_t end);
   /// Elements i to end - 1 as in the plain library.
-  using Walk = QelStatus (*)(const void* elements, std::ptrdiff_t i, std::ptrdiff_t end);
+  using Walk = QelStatus (*)(const void* call, std::ptrdiff_t i, std::ptrdiff_t end);
 
-  QueuedCall(const void* elements, const Arrays<T, S, D>& arrays, Walk walkFew)
-      : elements_(elements), arrays_(arrays), walk_(walkFew) {}
+  QueuedCall(const void* call, const Arrays<T, S, D>& arrays, Walk walkFew)
+      : call_(call), arrays_(arrays), walk_(walkFew) {}
 
   Queue<T, S, D, Width>& queue(int range) { return queues_[range]; }
   QelStatus status() const { return status_; }
 
-  void walk(std::ptrdiff_t i, std::ptrdiff_t end) { report(walk_(elements_, i, end), end); }
+  void walk(std::ptrdiff_t i, std::ptrdiff_t end) { report(walk_(call_, i, end), end); }
 
   /// Keeps the status of the last place that reported one: what waited in a queue comes late.
   void report(QelStatus reported, std::ptrdiff_t end) {
@@ -103,10 +102,10 @@ public:
     const Arrays<T, S, D> own = queue.arrays();
     int done = 0;
     while (queue.count - done >= Width) {
-      const int computed = static_cast<int>(run(elements_, own, done, queue.count));
+      const int computed = static_cast<int>(run(call_, own, done, queue.count));
       for (int d = 0; d < D; ++d)
         for (int k = done; k < computed; ++k)
-          arrays_.destination.array[d][queue.place[k]] = queue.destination[d][k];
+          arrays_.destination.array[d][queue.place[k]] = queue.element[d][k];
       done = computed;
       if (queue.count - done >= Width) { // a block whose results do not all stand
         walkQueued(queue, done, done + Width);
@@ -128,7 +127,7 @@ private:
       walk(queue.place[k], queue.place[k] + 1);
   }
 
-  const void* elements_;
+  const void* call_;
   Arrays<T, S, D> arrays_;
   Walk walk_;
   QelStatus status_ = qelStatusOk;
@@ -137,56 +136,68 @@ private:
 };
 
 /// One call of an export.
-template <class Elements>
-class RegisterWalk;
-
-template <class Export, class Kernel, class T, int S, int D, int Scalars>
-class RegisterWalk<Elements<Export, Kernel, T, S, D, Scalars>> {
+template <class Export, class Kernel, class T, int S, int D, class... Scalars>
+class RegisterWalk {
 public:
-  using Elements = frame::Elements<Export, Kernel, T, S, D, Scalars>;
-  static constexpr int registers = registersOf<Kernel>;
-  static constexpr int width = registers * registerDoubles;
-
-  /// Elements 0 to length - 1, at least a block.
-  static QelStatus walk(const Elements& elements, std::ptrdiff_t length) {
-    const std::ptrdiff_t i = run<MainRange<Kernel>>(&elements, elements.path.arrays, 0, length);
-    if (i == length)
-      return qelStatusOk;
-    return RegisterWalk(elements).walkRest(i, length);
-  }
-
-  /// The scalar way, its arguments in registers.
-  [[gnu::noinline]] static QelStatus walkFew(ArrayList<const Stored<T>*, S> source,
-                                             ArrayList<Stored<T>*, D> destination, std::ptrdiff_t i,
-                                             std::ptrdiff_t end, auto... scalars) {
+  /// Elements 0 to length - 1.
+  QELVM_INLINE static QelStatus walk(ArrayList<const Stored<T>*, S> source,
+                                     ArrayList<Stored<T>*, D> destination, std::ptrdiff_t length,
+                                     Scalars... scalars) {
+    if (length < width)
+      return walkFew(source, destination, 0, length, scalars...);
     const Kernel kernel{scalars...};
-    return Elements{{kernel, {source, destination}}, {scalars...}}.walk(i, end);
+    const Call call{kernel, {source, destination}, {scalars...}};
+    const std::ptrdiff_t i = run<MainRange<Kernel>>(&call, call.arrays, 0, length);
+    return i == length ? qelStatusOk : RegisterWalk(call).walkRest(i, length);
   }
 
 private:
-  using Path = MainPath<Kernel, T, S, D>;
+  /// Its arguments, for what sees them through one pointer.
+  struct Call {
+    const Kernel& kernel;
+    Arrays<T, S, D> arrays;
+    LaneArray<T, sizeof...(Scalars)> scalars;
+
+    MainPath<Kernel, T, S, D> path() const { return {kernel, arrays}; }
+
+    /// f(the scalars...)
+    template <class F>
+    QELVM_INLINE QelStatus withScalars(const F& f) const {
+      return withIndices<sizeof...(Scalars)>(
+          [&](auto... k) QELVM_ALWAYS_INLINE { return f(laneOf<k>(scalars)...); });
+    }
+  };
+
   using Register = Simd<double, registerDoubles>;
+  static constexpr int registers = registersOf<Kernel>;
+  static constexpr int width = registers * registerDoubles;
   using V = std::conditional_t<registers == 1, Register, LaneArray<Register, registers>>;
   static constexpr bool twoRanges = hasSecondRange<Kernel, T>;
   static_assert(!twoRanges || S == 1, "QueuedCall has one queue for calls of two sources");
 
-  explicit RegisterWalk(const Elements& elements)
-      : elements_(elements), call_(&elements, elements.path.arrays, walkPlaces) {}
+  explicit RegisterWalk(const Call& call)
+      : arguments_(call), call_(&call, call.arrays, walkPlaces) {}
 
+  /// The scalar way, its arguments in registers.
+  [[gnu::noinline]] static QelStatus walkFew(ArrayList<const Stored<T>*, S> source,
+                                             ArrayList<Stored<T>*, D> destination, std::ptrdiff_t i,
+                                             std::ptrdiff_t end, Scalars... scalars) {
+    const Kernel kernel{scalars...};
+    return frame::walk<Export>(kernel, Arrays<T, S, D>{source, destination}, i, end, scalars...);
+  }
   static QelStatus walkPlaces(const void* call, std::ptrdiff_t i, std::ptrdiff_t end) {
-    const auto& elements = *static_cast<const Elements*>(call);
-    const Arrays<T, S, D>& arrays = elements.path.arrays;
-    return withIndices<Scalars>([&](auto... k) QELVM_ALWAYS_INLINE {
-      return walkFew(arrays.source, arrays.destination, i, end, laneOf<k>(elements.scalars)...);
+    const Call& arguments = *static_cast<const Call*>(call);
+    return arguments.withScalars([&](auto... scalars) QELVM_ALWAYS_INLINE {
+      return walkFew(arguments.arrays.source, arguments.arrays.destination, i, end, scalars...);
     });
   }
 
   template <class Range>
-  [[gnu::noinline]] static std::ptrdiff_t run(const void* elements, Arrays<T, S, D> arrays,
+  [[gnu::noinline]] static std::ptrdiff_t run(const void* call, Arrays<T, S, D> arrays,
                                               std::ptrdiff_t i, std::ptrdiff_t end) {
     // A copy, which no store to the destination can change.
-    const Kernel kernel = static_cast<const Elements*>(elements)->path.kernel;
-    const Path path{kernel, arrays};
+    const Kernel kernel = static_cast<const Call*>(call)->kernel;
+    const MainPath<Kernel, T, S, D> path{kernel, arrays};
     while (end - i >= width && path.template allIn<V>(Range{kernel}, i) &&
            path.template run<V>(Range{kernel}, i))
       i += width;
@@ -195,14 +206,14 @@ private:
 
   /// From element i on, where the main range ended.
   QelStatus walkRest(std::ptrdiff_t i, std::ptrdiff_t length) {
-    const Arrays<T, S, D>& arrays = elements_.path.arrays;
+    const Arrays<T, S, D>& arrays = arguments_.arrays;
     while (length - i >= width) {
       const std::ptrdiff_t begin = i;
       if constexpr (twoRanges)
-        i = run<SecondRange<Kernel>>(&elements_, arrays, i, length);
+        i = run<SecondRange<Kernel>>(&arguments_, arrays, i, length);
       if (i == begin)
         i = sortBlocks(i, length);
-      i = run<MainRange<Kernel>>(&elements_, arrays, i, length);
+      i = run<MainRange<Kernel>>(&arguments_, arrays, i, length);
     }
     if (i < length)
       call_.walk(i, length);
@@ -220,9 +231,9 @@ private:
       unsigned everyFirst = all, everySecond = all;
       for (int k = 0; k < registers; ++k) {
         const std::ptrdiff_t at = i + k * registerDoubles;
-        everyFirst &= first[k] = elementsIn(MainRange<Kernel>{elements_.path.kernel}, at);
+        everyFirst &= first[k] = elementsIn(MainRange<Kernel>{arguments_.kernel}, at);
         if constexpr (twoRanges)
-          second[k] = elementsIn(SecondRange<Kernel>{elements_.path.kernel}, at) & ~first[k];
+          second[k] = elementsIn(SecondRange<Kernel>{arguments_.kernel}, at) & ~first[k];
         else
           second[k] = 0;
         everySecond &= second[k];
@@ -249,21 +260,24 @@ private:
   /// The elements of a register's from i on that lie in a range: a bit for each.
   template <class Range>
   QELVM_INLINE unsigned elementsIn(const Range& range, std::ptrdiff_t i) const {
-    return elements_.path.template contains<Register>(range, i).bits();
+    return arguments_.path().template contains<Register>(range, i).bits();
   }
   QELVM_INLINE void append(int queue, std::ptrdiff_t i, unsigned set) {
-    elements_.path.arrays.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
+    arguments_.arrays.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
       call_.queue(queue).append(i, set, loadElements<Register>(source)...);
     });
   }
   QELVM_INLINE void takeAllExceptional(std::ptrdiff_t i, unsigned set) {
     for (; set != 0; set &= set - 1) {
       const std::ptrdiff_t at = i + std::countr_zero(set);
-      call_.report(elements_.takeExceptional(at), at + 1);
+      call_.report(arguments_.withScalars([&](auto... scalars) QELVM_ALWAYS_INLINE {
+        return takeExceptional<Export>(arguments_.kernel, arguments_.arrays, at, scalars...);
+      }),
+                   at + 1);
     }
   }
 
-  const Elements& elements_;
+  const Call& arguments_;
   QueuedCall<T, S, D, width> call_;
 };
 

@@ -35,6 +35,12 @@ inline constexpr int registerDoubles = QELVM_REGISTER_DOUBLES;
 inline constexpr int registerDoubles = 0;
 #endif
 
+/// Registers of a kernel in flight, as measured: of up to four doubles, or of eight. (Long kernels
+/// would keep more of them than the stack has room for.)
+consteval int registersInFlight(int ofFour, int ofEight) {
+  return registerDoubles == 8 ? ofEight : ofFour;
+}
+
 /// The vector types of N 64-bit elements. (As members: an alias template would lose the attribute.)
 template <int N>
 struct RawVectors {

@@ -156,7 +156,7 @@ struct ErfcKernel {
   using Element = typename Export::Element;
   using Limits = ErfcLimits<Element>;
   static constexpr int lanes = 2;
-  static constexpr int registers = 3;
+  static constexpr int registers = registersInFlight(3, 2);
 
   static constexpr Element tiny = 0x1p-70;
   static constexpr Element gaussian = leastNotBelow<Element>(0x1.d413cccfe779ap0); // 2^1.5 - 1

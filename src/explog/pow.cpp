@@ -27,7 +27,7 @@ template <class Export>
 struct PowKernel {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 1 : 2;
-  static constexpr int registers = 4;
+  static constexpr int registers = registersInFlight(3, 2);
 
   QELVM_INLINE static auto isOrdinary(const auto& x, const auto& y) {
     return positiveWithin(x, std::numeric_limits<Element>::min(),

@@ -13,7 +13,7 @@ class PowxKernel {
 public:
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 1 : 2;
-  static constexpr int registers = 4;
+  static constexpr int registers = registersInFlight(3, 2);
 
   explicit PowxKernel(Element power)
       : y_(static_cast<double>(power)),

@@ -23,7 +23,7 @@ template <class Export>
 struct InverseCosine {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
-  static constexpr int registers = 4;
+  static constexpr int registers = registersInFlight(3, 2);
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {
     return positiveWithin(x, Element{1.0625}, Element{0x1p28});

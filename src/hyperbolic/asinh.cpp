@@ -22,7 +22,7 @@ template <class Export>
 struct InverseSine {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 2 : 3;
-  static constexpr int registers = 4;
+  static constexpr int registers = registersInFlight(3, 2);
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {
     return magnitudeWithin(x, Element{0.125}, Element{0x1p28});

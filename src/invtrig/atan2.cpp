@@ -94,7 +94,7 @@ template <class Export>
 struct ArcTangentOfTwo {
   using Element = typename Export::Element;
   static constexpr int lanes = fewRegisters ? 1 : 2;
-  static constexpr int registers = 4;
+  static constexpr int registers = registersInFlight(3, 2);
 
   /// Both normal, y not in the last binade; 2^lowest <= |y / x| < 2^highest, nearly: the difference
   /// of the bits of |y| and |x| lies between these many binades.
