@@ -118,7 +118,7 @@ check_platform() {
   done
   shift
   layer "$platform" build build "$directory" -DQELVM_EXPORTS_TESTS_ONLY=ON -DQELVM_TOOL=OFF \
-    -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF "$@" || return 0
+    -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF -DQELVM_WIDE=OFF "$@" || return 0
   layer "$platform" binary check_library "$directory" "$library" "$prefix" || true
   layer "$platform" frame "${runner[@]}" "$checks" "$library" frame || true
   layer "$platform" values "${runner[@]}" "$checks" "$library" values families || true
@@ -202,7 +202,7 @@ option_tests() {
     }
     directory=$build_root/options/$compiler${options// /}
     check "$compiler $options build" build "$directory" --target qelvmpx -DQELVM_TOOL=OFF \
-      -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF -DQELVM_TESTS=OFF -DCMAKE_BUILD_TYPE=None \
+      -DQELVM_WIDE=OFF -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF -DQELVM_TESTS=OFF -DCMAKE_BUILD_TYPE=None \
       -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="-O2 $options" &&
       check "$compiler $options" check_options "$directory" || continue
     case $options in -Ofast* | -ffast-math*) ;; *) continue ;; esac # the tool takes longer
@@ -218,6 +218,53 @@ clang++ -ffinite-math-only -fassociative-math -freciprocal-math -fno-signed-zero
 clang++ -funsafe-math-optimizations -fdenormal-fp-math=positive-zero -fapprox-func -frounding-math
 clang++ -ffp-model=fast -flto
 END
+}
+
+# check_level LIBRARY LEVEL CODE [RUNNER...]: taken apart, and run through the exports.
+check_level() {
+  local library=$1 level=$2 code=$3 checks=$build_root/linux/tests
+  python3 tests/binary/check_binary.py "$library" . "" "$level" &&
+    "$checks/library_checks" "$library" frame "$code" &&
+    "$checks/library_checks" "$library" values families &&
+    "$checks/library_checks" "$library" golden families &&
+    "$checks/compare_libraries" "$build_root/linux/src/libqelvmpx.so.5" "$library"
+}
+
+# The libraries over SIMD registers: ten million elements through each export beside the plain one;
+# made by other compilers, and with options that would bring other instructions or other results.
+level_tests() {
+  local level compiler options directory library
+  if [ "$(uname -m)" != x86_64 ]; then
+    skip "levels" "this processor is another one"
+    return
+  fi
+  for level in v3 v4; do
+    library=glibc-hwcaps/x86-64-$level/libqelvmpx.so.5
+    if "$build_root/linux/tests/library_checks" "$build_root/linux/src/$library" frame $level 2>&1 |
+      grep -q "this processor is not one"; then
+      skip "level $level" "this processor cannot run it"
+      continue
+    fi
+    check "$level comparison" "$build_root/linux/tests/compare_libraries" \
+      "$build_root/linux/src/libqelvmpx.so.5" "$build_root/linux/src/$library" --count 10000000 \
+      --seed 2 || true
+    while read -r compiler options; do
+      command -v "$compiler" > /dev/null || require_packages "${clang_packages[@]}" || {
+        skip "$level $compiler $options" "no compiler"
+        continue
+      }
+      directory=$build_root/levels/$compiler${options// /}
+      check "$level $compiler $options build" build "$directory" --target "qelvmpx_$level" \
+        -DQELVM_WIDE=ON -DQELVM_TOOL=OFF -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF -DQELVM_TESTS=OFF \
+        -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$options" &&
+        check "$level $compiler $options" check_level "$directory/src/$library" $level $level || true
+    done << 'END'
+g++ -O0
+g++ -Ofast -march=native
+clang++ -O3
+clang++ -O1 -ffast-math -mfma
+END
+  done
 }
 
 windows_tests() {
@@ -280,6 +327,27 @@ s390x s390x-linux-gnu
 END
 }
 
+# Advanced SIMD: a library of its own. (A platform's table has no column for it.)
+neon_tests() {
+  local directory=$build_root/neon runner=(qemu-aarch64 -L /usr/aarch64-linux-gnu) library layer
+  library=$directory/src/qelvm/neon/libqelvmpx.so.5
+  if ! require_packages "${build_packages[@]}" g++-aarch64-linux-gnu "${emulator_packages[@]}"; then
+    skip neon "no cross compiler or emulator"
+    return
+  fi
+  check "neon build" build "$directory" -DQELVM_WIDE=neon -DQELVM_EXPORTS_TESTS_ONLY=ON \
+    -DQELVM_TOOL=OFF -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF -DCMAKE_SYSTEM_NAME=Linux \
+    -DCMAKE_SYSTEM_PROCESSOR=aarch64 -DCMAKE_C_COMPILER=aarch64-linux-gnu-gcc \
+    -DCMAKE_CXX_COMPILER=aarch64-linux-gnu-g++ || return 0
+  check "neon binary" python3 tests/binary/check_binary.py "$library" . aarch64-linux-gnu- neon || true
+  for layer in "frame asd" "values families" "golden families"; do
+    # shellcheck disable=SC2086
+    check "neon $layer" "${runner[@]}" "$directory/tests/library_checks" "$library" $layer || true
+  done
+  check "neon comparison" "${runner[@]}" "$directory/tests/compare_libraries" \
+    "$directory/src/libqelvmpx.so.5" "$library" --count 50000 || true
+}
+
 build_reference() {
   { cat docs/Doxyfile && echo "OUTPUT_DIRECTORY = \"$build_root\""; } | doxygen -
 }
@@ -319,8 +387,10 @@ base_tests "${chosen[@]}"
 if $platforms; then
   compiler_tests
   option_tests
+  level_tests
   windows_tests
   processor_tests
+  neon_tests
   quality_tests
   print_table
 fi
