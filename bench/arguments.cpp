@@ -70,8 +70,8 @@ std::string exceptionsText(const std::string& family) {
   return fmt::format("{}{}", family == "Div" ? "y: " : "", fmt::join(exceptions(family), ", "));
 }
 
-std::string TwoRanges::text() const {
-  return fmt::format("[{:g}, {:g}], [{:g}, {:g}]", first.low, first.high, second.low, second.high);
+std::string text(const peers::Interval& interval) {
+  return fmt::format("[{:.8g}, {:.8g}]", interval.low, interval.high);
 }
 
 const std::vector<TwoRanges>& twoRanges() {

@@ -28,6 +28,9 @@ struct Arrays {
   std::vector<T> x, y, r, r2;
 };
 
+/// "[-10, 10]"
+std::string text(const peers::Interval& interval);
+
 /// Uniform over the main ranges of the family.
 template <class T>
 Arrays<T> ordinary(const peers::Peer& peer, std::size_t elements);
@@ -42,8 +45,6 @@ std::string exceptionsText(const std::string& family);
 struct TwoRanges {
   std::string family;
   peers::Interval first, second;
-
-  std::string text() const; ///< "[-0.5, 0.5], [0.5, 1]"
 };
 /// Of every family that has them.
 const std::vector<TwoRanges>& twoRanges();

@@ -75,8 +75,10 @@ void printTable(const std::vector<std::string>& textTitles, const std::vector<Co
       cells.push_back(cell(column.value(row.place)));
     printCells(cells);
   }
-  if (std::ranges::none_of(columns, &Column::mean))
+  if (std::ranges::none_of(columns, &Column::mean)) {
+    fmt::print("\n");
     return;
+  }
   std::vector<std::string> cells(textTitles.size());
   cells[0] = "geometric mean (of)";
   for (const Column& column : columns) {
@@ -88,6 +90,7 @@ void printTable(const std::vector<std::string>& textTitles, const std::vector<Co
                                         : fmt::format("{} ({})", cell(mean.mean()), mean.count()));
   }
   printCells(cells);
+  fmt::print("\n");
 }
 
 } // namespace bench

@@ -63,7 +63,7 @@ struct Row {
   std::vector<std::string> texts;
   Place place;
 };
-/// A Markdown table: of each row its texts, then the values of the columns.
+/// A Markdown table: of each row its texts, then the values of the columns. A blank line ends it.
 void printTable(const std::vector<std::string>& textTitles, const std::vector<Column>& columns,
                 const std::vector<Row>& rows);
 

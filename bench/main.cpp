@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <regex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -87,10 +88,6 @@ void run(const Options& options) {
   for (const std::string& path : options.wide)
     addBuild(subject, path);
 
-  if (!options.csv && options.sections.empty()) {
-    bench::printPeers(subject);
-    fmt::print("\n");
-  }
   for (const bench::Section& section : bench::sections()) {
     if (!options.sections.empty() &&
         std::ranges::find(options.sections, section.name) == options.sections.end())
@@ -99,13 +96,14 @@ void run(const Options& options) {
     if (options.csv)
       continue;
     section.print(subject);
-    fmt::print("\n");
-    std::fflush(stdout);
+    std::fflush(stdout); // the next one takes its time
   }
   if (options.csv)
     subject.figures.printCsv();
   else if (subject.builds.size() > 1)
     bench::printSummary(subject);
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+    throw std::runtime_error("cannot write");
 }
 
 } // namespace

@@ -8,7 +8,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
+#include <stdexcept>
+#include <type_traits>
 
 namespace bench {
 namespace {
@@ -65,12 +68,11 @@ public:
   /// All others that do the same work.
   template <class T>
   void addPeers(Shared<T> arrays, int length) {
-    if (const peers::Peer* peer = peers::peerOf(family_))
-      add<T>(scalar, peer->loop(T{}), arrays, length, "");
+    addPeer<T>(scalar, peers::peerOf(family_)->loop(T{}), arrays, length);
     for (const std::string& level : subject_.levels())
       for (const Vectors vectors : {Vectors::CLibrary, Vectors::OneUlp})
-        if (peers::Loop<T> loop = peers::vectorLoop<T>(vectors, family_, level))
-          add<T>(vectorsName(vectors, level), std::move(loop), arrays, length, "");
+        if (const peers::Loop<T> loop = peers::vectorLoop<T>(vectors, family_, level))
+          addPeer<T>(vectorsName(vectors, level), loop, arrays, length);
   }
 
   void run() {
@@ -80,6 +82,24 @@ public:
   }
 
 private:
+  /// Throws std::runtime_error if its results are not those of the export, but for roundings.
+  template <class T>
+  void addPeer(const std::string& name, const peers::Loop<T>& loop, Shared<T> arrays, int length) {
+    constexpr double roundings = std::is_same_v<T, float> ? 1e-5 : 1e-12;
+    subject_.plain().library.function(export_)(arrays->operands(0), length);
+    const std::vector<T> expected[] = {arrays->r, arrays->r2};
+    loop(arrays->operands(0), length);
+    const std::vector<T>* results[] = {&arrays->r, &arrays->r2};
+    for (int destination = 0; destination < export_.destinations(); ++destination)
+      for (std::size_t i = 0; i < static_cast<std::size_t>(length); ++i) {
+        const double exact = expected[destination][i], result = (*results[destination])[i];
+        if (!(std::abs(result - exact) <= roundings * std::max(1.0, std::abs(exact))))
+          throw std::runtime_error(fmt::format("{} of {}: {} from {} in the place of {}", name,
+                                               export_.name, result, arrays->x[i], exact));
+      }
+    add<T>(name, loop, arrays, length, "");
+  }
+
   template <class T, class F>
   void add(const std::string& name, F f, Shared<T> arrays, int length,
            const std::string& arguments) {
@@ -256,6 +276,24 @@ std::vector<Row> rowsOf(const std::vector<std::string>& families, const std::str
   return rows;
 }
 
+void printFunctions(const Subject& subject) {
+  fmt::print(
+      "## Functions\n\nThe main ranges, over which arguments are uniform, and what the other "
+      "libraries do with each element or\nregister. Where an operation is an instruction, that "
+      "is what stands beside.\n\n");
+  const auto textOrDash = [](const std::string& text) { return text.empty() ? "-" : code(text); };
+  std::vector<Row> rows;
+  for (const std::string& family : subject.families) {
+    const peers::Peer& peer = *peers::peerOf(family);
+    const bool two = peer.y.high != 0;
+    rows.push_back({{code(family), text(peer.x) + (two ? ", " + text(peer.y) : ""), code(peer.text),
+                     textOrDash(peers::vectorText(Vectors::CLibrary, family)),
+                     textOrDash(peers::vectorText(Vectors::OneUlp, family))},
+                    {}});
+  }
+  printTable({"family", "arguments", scalar, "C vectors", "1 ulp"}, {}, rows);
+}
+
 void printWithPeers(const Subject& subject, const std::string& section) {
   std::vector<Column> columns;
   for (const Build& build : subject.builds)
@@ -297,7 +335,7 @@ void printA24(const Subject& subject) {
 
 void printSizes(const Subject& subject) {
   fmt::print("## Sizes\n\nNanoseconds per element of `64f_A53`; KiB are those of all arrays of a "
-             "call. Where memory decides,\nthe levels come no further than the plain library.\n\n");
+             "call. Where memory decides,\nmore elements at once gain less.\n\n");
   std::vector<Row> rows;
   for (const std::string& family : familiesOfSizes(subject)) {
     const loader::Export& e = *loader::findExport(family + "_64f_A53");
@@ -312,7 +350,9 @@ void printSizes(const Subject& subject) {
 }
 
 void printLengths(const Subject& subject) {
-  fmt::print("## Short calls\n\nNanoseconds per call of `64f_A53`, by its length.\n\n");
+  fmt::print(
+      "## Short calls\n\nNanoseconds per call of `64f_A53`, by its length. (The means over all "
+      "families are in the summary.)\n\n");
   std::vector<std::string> titles{"family", "library"};
   for (const int length : lengths)
     titles.push_back(std::to_string(length));
@@ -326,9 +366,12 @@ void printLengths(const Subject& subject) {
       }
       printCells(cells);
     }
+  fmt::print("\n");
 }
 
 void printAngles(const Subject& subject) {
+  if (familiesOfAngles(subject).empty())
+    return;
   fmt::print(
       "## Large angles\n\nNanoseconds per element of `64f_A53`, {} elements of either sign, "
       "magnitudes uniform in their\nlogarithms; and how many times as long each library takes "
@@ -344,8 +387,7 @@ void printAngles(const Subject& subject) {
     for (const auto& [name, low, high] : largeAngles)
       rows.push_back({{code(family), name}, {"angles", family, name, usual}});
   }
-  if (!rows.empty())
-    printTable({"family", "arguments"}, columns, rows);
+  printTable({"family", "arguments"}, columns, rows);
 }
 
 void printExceptions(const Subject& subject) {
@@ -365,6 +407,8 @@ void printExceptions(const Subject& subject) {
 }
 
 void printRanges(const Subject& subject) {
+  if (measuredRanges(subject).empty())
+    return;
   fmt::print("## Two ranges\n\nNanoseconds per element of `64f_A53`, {} elements, each from one of "
              "two ordinary ranges at random;\nand how many times as long each library takes as for "
              "the ranges apart.\n\n",
@@ -374,9 +418,9 @@ void printRanges(const Subject& subject) {
     columns.push_back(slowdownColumn(subject, build.name, {"first", "second"}));
   std::vector<Row> rows;
   for (const TwoRanges& two : measuredRanges(subject))
-    rows.push_back({{code(two.family), two.text()}, {"ranges", two.family, "both", usual}});
-  if (!rows.empty())
-    printTable({"family", "ranges"}, columns, rows);
+    rows.push_back({{code(two.family), text(two.first) + ", " + text(two.second)},
+                    {"ranges", two.family, "both", usual}});
+  printTable({"family", "ranges"}, columns, rows);
 }
 
 } // namespace
@@ -391,6 +435,7 @@ std::vector<std::string> Subject::levels() const {
 
 const std::vector<Section>& sections() {
   static const std::vector<Section> all = {
+      {"functions", [](Subject&) {}, printFunctions},
       {"A53", [](Subject& s) { measureClass<double>(s, "_64f_A53", true); }, printA53},
       {"A50", [](Subject& s) { measureClass<double>(s, "_64f_A50", false); }, printA50},
       {"A24", [](Subject& s) { measureClass<float>(s, "_32f_A24", true); }, printA24},
@@ -401,21 +446,6 @@ const std::vector<Section>& sections() {
       {"ranges", measureRanges, printRanges},
   };
   return all;
-}
-
-void printPeers(const Subject& subject) {
-  const auto textOrDash = [](const std::string& text) { return text.empty() ? "-" : code(text); };
-  printTitles({"family", "arguments", scalar, "C vectors", "1 ulp"});
-  for (const std::string& family : subject.families) {
-    const peers::Peer& peer = *peers::peerOf(family);
-    const auto text = [](const peers::Interval& i) {
-      return fmt::format("[{:g}, {:g}]", i.low, i.high);
-    };
-    const bool two = peer.y.high != 0;
-    printCells({code(family), text(peer.x) + (two ? ", " + text(peer.y) : ""), code(peer.text),
-                textOrDash(peers::vectorText(Vectors::CLibrary, family)),
-                textOrDash(peers::vectorText(Vectors::OneUlp, family))});
-  }
 }
 
 void printSummary(const Subject& subject) {

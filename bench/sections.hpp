@@ -37,8 +37,6 @@ struct Section {
 };
 const std::vector<Section>& sections();
 
-/// Which functions stand beside each family.
-void printPeers(const Subject& subject);
 /// The means of everything that was measured.
 void printSummary(const Subject& subject);
 
