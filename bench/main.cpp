@@ -1,137 +1,141 @@
-// Every export beside the C library's scalar function in a loop, in one process. Prints a table:
-// nanoseconds per element of both, and how many times faster the export is.
-//
-// The runs of both sides are interleaved at random and the fastest of the repetitions counts, so
-// that another load on the machine falls out. Any option of Google Benchmark works too.
+// Every export beside the same export of other builds of the library, and beside other libraries,
+// in one process: the levels of processors that stand beside the plain library, the C library's
+// scalar functions in a loop, its vector functions, and those of SLEEF.
+
+#include "sections.hpp"
 
 #include "peers/peers.hpp"
 
-#include "loader/loader.hpp"
-
-#include <benchmark/benchmark.h>
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
-#include <map>
-#include <random>
+#include <cstdio>
+#include <filesystem>
+#include <regex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace {
 
-using loader::Export;
-using peers::Peer;
+namespace fs = std::filesystem;
+using bench::Build;
+using bench::Subject;
 
-constexpr int elements = 4096; // sources and results stay in the first-level cache
-
-/// Room behind each array, so that the arrays of a call do not lie whole pages apart: loads would
-/// then wait for unrelated stores.
-constexpr int padding = 160;
-
-template <class T>
-std::vector<T> samples(const peers::Interval& interval, unsigned seed) {
-  std::mt19937_64 random(seed);
-  std::uniform_real_distribution<double> draw(interval.low, interval.high);
-  std::vector<T> values(elements + seed * padding);
-  for (T& value : values)
-    value = static_cast<T>(draw(random));
-  return values;
-}
-
-template <class T>
-void registerExport(const loader::Library& library, const Export& e, const Peer& peer) {
-  const auto measure = [=](auto run) {
-    return [=](benchmark::State& state) {
-      const std::vector<T> x = samples<T>(peer.x, 1), y = samples<T>(peer.y, 2);
-      std::vector<T> r(elements + 3 * padding), r2(elements);
-      const loader::Operands<T> operands{x.data(), y.data(), y[0], r.data(), r2.data()};
-      for (auto _ : state) {
-        run(operands);
-        benchmark::ClobberMemory();
-      }
-      state.SetItemsProcessed(state.iterations() * elements);
-    };
-  };
-  const loader::Function function = library.function(e);
-  const auto scalarLoop = peer.loop(T{});
-  const auto add = [&](const char* side, auto run) {
-    benchmark::RegisterBenchmark((e.name + side).c_str(), measure(run));
-  };
-  add("/export", [=](const loader::Operands<T>& operands) { function(operands, elements); });
-  add("/peer", [=](const loader::Operands<T>& operands) { scalarLoop(operands, elements); });
-}
-
-/// Keeps the fastest repetition of each side and prints the table at the end.
-class Table : public benchmark::BenchmarkReporter {
-public:
-  bool ReportContext(const Context&) override { return true; }
-
-  void ReportRuns(const std::vector<Run>& runs) override {
-    for (const Run& run : runs) {
-      if (run.run_type != Run::RT_Iteration)
-        continue;
-      const std::string& name = run.run_name.function_name;
-      const auto slash = name.find('/');
-      double& best = times_[name.substr(0, slash)][name.substr(slash) == "/peer"];
-      const double time =
-          run.cpu_accumulated_time / static_cast<double>(run.iterations) / elements * 1e9;
-      best = best == 0 ? time : std::min(best, time);
-    }
-  }
-
-  void Finalize() override {
-    fmt::print("| export | ns per element | peer | ns per element | times as fast |\n"
-               "|---|---|---|---|---|\n");
-    for (const Export& e : loader::exports()) {
-      if (!times_.contains(e.name))
-        continue;
-      const auto& [own, peer] = times_[e.name];
-      fmt::print("| `{}` | {:.2f} | `{}` | {:.2f} | {:.2f} |\n", e.name, own,
-                 peers::peerOf(e.family)->text, peer, peer / own);
-    }
-  }
-
-private:
-  std::map<std::string, std::array<double, 2>> times_; // by export: its own, its peer's
+struct Options {
+  std::string library = QELVM_DEFAULT_LIBRARY;
+  std::vector<std::string> wide;
+  std::string families;
+  std::vector<std::string> sections;
+  bool csv = false;
+  int rounds = 150;
 };
+
+/// Loads the build and names it after its processors; a second one for the same gets a number.
+void addBuild(Subject& subject, const std::string& path) {
+  Build& build = subject.builds.emplace_back(path);
+  const std::string code = loader::cpuCode(build.library.version());
+  const std::string name = code == "px" ? "plain" : code;
+  const auto taken = [&](const Build& other) { return other.name == build.name; };
+  build.name = name;
+  for (int number = 2; std::count_if(subject.builds.begin(), subject.builds.end(), taken) > 1;
+       ++number)
+    build.name = name + " " + std::to_string(number);
+}
+
+/// The builds for levels of processors that stand beside the first, as far as this processor can
+/// run them.
+void addLevels(Subject& subject) {
+  const fs::path plain = subject.builds.front().library.file();
+  for (const char* folder : {"glibc-hwcaps/x86-64-v3", "glibc-hwcaps/x86-64-v4", "qelvm/neon"}) {
+    fs::path level = plain.parent_path() / folder / plain.filename();
+    if (!fs::exists(level))
+      level.replace_filename(loader::Library::defaultName());
+    if (!fs::exists(level))
+      continue;
+    try {
+      addBuild(subject, level.string());
+    } catch (const std::runtime_error& error) {
+      fmt::print(stderr, "qelvm_bench: without a level: {}\n", error.what());
+    }
+  }
+}
+
+void addFamilies(Subject& subject, const std::string& pattern) {
+  const std::regex regex(pattern);
+  for (const loader::Export& e : loader::exports()) {
+    if (!e.name.ends_with("_64f_A53"))
+      continue;
+    if (!std::regex_search(e.family, regex))
+      subject.chosen = true;
+    else if (peers::peerOf(e.family) == nullptr)
+      fmt::print(stderr, "qelvm_bench: no peer for {} in peers/peers.cpp\n", e.family);
+    else
+      subject.families.push_back(e.family);
+  }
+  if (subject.families.empty())
+    throw std::runtime_error("no family matches " + pattern);
+}
+
+void run(const Options& options) {
+  Subject subject;
+  subject.rounds = options.rounds;
+  addFamilies(subject, options.families);
+  addBuild(subject, options.library);
+  if (options.wide.empty())
+    addLevels(subject);
+  for (const std::string& path : options.wide)
+    addBuild(subject, path);
+
+  for (const bench::Section& section : bench::sections()) {
+    if (!options.sections.empty() &&
+        std::ranges::find(options.sections, section.name) == options.sections.end())
+      continue;
+    section.measure(subject);
+    if (options.csv)
+      continue;
+    section.print(subject);
+    std::fflush(stdout); // the next one takes its time
+  }
+  if (options.csv)
+    subject.figures.printCsv();
+  else if (subject.builds.size() > 1)
+    bench::printSummary(subject);
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+    throw std::runtime_error("cannot write");
+}
 
 } // namespace
 
 int main(int argc, char** argv) {
-  std::string library = QELVM_DEFAULT_LIBRARY;
-  std::vector<std::string> arguments{argv[0], "--benchmark_repetitions=15",
-                                     "--benchmark_min_time=0.01",
-                                     "--benchmark_enable_random_interleaving=true"};
-  for (int i = 1; i < argc; ++i) {
-    if (const std::string argument = argv[i]; argument.starts_with("--library="))
-      library = argument.substr(argument.find('=') + 1);
-    else
-      arguments.push_back(argument);
-  }
-  std::vector<char*> pointers;
-  for (std::string& argument : arguments)
-    pointers.push_back(argument.data());
-  int count = static_cast<int>(pointers.size());
-  benchmark::Initialize(&count, pointers.data());
-  if (benchmark::ReportUnrecognizedArguments(count, pointers.data()))
-    return 2;
-
+  Options options;
+  std::vector<std::string> sections;
+  for (const bench::Section& section : bench::sections())
+    sections.push_back(section.name);
+  CLI::App app{"Measures the exports of several builds of the library, and the functions of other "
+               "libraries, in turn, and prints the tables of docs/performance.md"};
+  app.add_option("--library", options.library, "the plain library")->capture_default_str();
+  app.add_option(
+         "--wide", options.wide,
+         "a build to measure beside it, instead of the levels in the folders beside it that "
+         "this processor can run; can be given several times")
+      ->take_all();
+  app.add_option("--family", options.families,
+                 "only families whose names have a match for this regular expression");
+  app.add_option("--section", options.sections, "only these sections")
+      ->check(CLI::IsMember(sections));
+  app.add_option("--rounds", options.rounds,
+                 "how often each call is measured, for half a millisecond; the fastest counts")
+      ->check(CLI::Range(1, 100000))
+      ->capture_default_str();
+  app.add_flag("--csv", options.csv, "print comma-separated values for other programs");
+  CLI11_PARSE(app, argc, argv);
   try {
-    const loader::Library loaded(library);
-    for (const Export& e : loader::exports()) {
-      const Peer* peer = peers::peerOf(e.family);
-      if (!loaded.has(e))
-        continue;
-      if (peer == nullptr)
-        fmt::print(stderr, "no peer for {} in peers/peers.cpp\n", e.family);
-      else if (e.single)
-        registerExport<float>(loaded, e, *peer);
-      else
-        registerExport<double>(loaded, e, *peer);
-    }
-    Table table;
-    benchmark::RunSpecifiedBenchmarks(&table);
+    run(options);
+  } catch (const std::regex_error&) {
+    fmt::print(stderr, "qelvm_bench: \"{}\" is no regular expression\n", options.families);
+    return 2;
   } catch (const std::exception& error) {
     fmt::print(stderr, "qelvm_bench: {}\n", error.what());
     return 2;

@@ -3,11 +3,14 @@
 #   tools/figures.sh accuracy [INPUTS]     docs/accuracy.md and the pictures in docs/accuracy/, with that
 #                                          many inputs for each family and type; half an hour for the
 #                                          default, one million
-#   tools/figures.sh performance           docs/performance.md, in some minutes; on an idle machine
-#   tools/figures.sh accuracy|performance FAMILY [INPUTS]
+#   tools/figures.sh accuracy FAMILY [INPUTS]
 #                                          the rows of that family alone, and its picture
+#   tools/figures.sh performance           docs/performance.md, in two minutes; on an idle machine
 set -euo pipefail
+caller=$PWD # for setup.sh
 cd "$(dirname "$0")/.."
+# shellcheck source=tools/setup.sh
+. tools/setup.sh
 build=${QELVM_BUILD_DIR:-build}/linux
 c_library=$(ldd --version | sed -n '1s/.*(\(.*\)).*/\1/p')
 
@@ -37,17 +40,31 @@ EOF
 }
 
 performance() {
-  local compiler processor
+  local compiler processor sleef
   compiler=$(c++ --version | sed -n 1p)
   processor=$(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | sed -n 1p)
+  sleef=$(dpkg-query -W -f 'SLEEF ${Version}' libsleef3 2> /dev/null) || sleef='no SLEEF'
   cat << EOF
 # Performance
 
-Nanoseconds per element over 4096 elements of the main range, beside a loop of the C library's scalar
-function (or of the plain operation) in the same process, neither of them vectorised; the fastest of
-15 interleaved repetitions. \`$build/bench/qelvm_bench\` prints this table.
+\`$build/bench/qelvm_bench\` prints these tables. What stands in one row was measured in one process,
+in turn, half a millisecond at a time; the fastest of 150 times counts.
 
-Measured on: ${processor:-unknown processor}, $compiler, $c_library.
+| column | |
+|---|---|
+| plain | the library that every processor can run |
+| v3, v4 | the same for [levels of processors](using.md#levels-of-processors): four doubles at once (AVX2), eight (AVX-512); the same bits |
+| C scalar | a loop over the C library's scalar functions, in the variants that it has for this processor, with fused multiply-add; not vectorised |
+| C vectors v3, v4 | a loop over the C library's vector functions for that level (libmvec), which may be some ulps off |
+| 1 ulp v3, v4 | a loop over SLEEF's vector functions for that level with bounds of 1 ulp (\`Erfc\` 1.5, square roots 0.5) |
+| A / B | how many times as fast B is as A: below 1, A is the faster one |
+| A, times | how many times as long A takes with these arguments as with the usual ones |
+
+Figures of different rows, or of different runs, do not compare so well. What the other libraries give
+depends on the processor, and they report nothing; this one has a status and exact flags, and is within
+hundredths of an ulp of correct rounding in nearly all families.
+
+Measured on: ${processor:-unknown processor}, $compiler, $c_library, $sleef.
 
 EOF
   "$build/bench/qelvm_bench"
@@ -56,39 +73,43 @@ EOF
   sed -n '/^## Where the time goes/,$p' docs/performance.md
 }
 
-# rows TABLE FAMILY: that family's rows, measured again; what a failure says on standard error.
+# rows FAMILY: its rows of the accuracy, measured again; what a failure says on standard error.
 rows() {
-  if [ "$1" = accuracy ]; then
-    "$build/tests/accuracy" "$build/src/libqelvmpx.so.5" --exports "$2_64f" --plots docs/accuracy
-    "$build/tests/accuracy" "$build/src/libqelvmpx.so.5" --exports "$2_" --count "$inputs" \
-      --climb $((inputs / 5)) --peers --markdown
-  else
-    "$build/bench/qelvm_bench" --benchmark_filter="^$2_"
-  fi | awk -v row="| \`$2_" 'index($0, row) == 1 { print; next } /^FAILED/ { print > "/dev/stderr" }'
+  "$build/tests/accuracy" "$build/src/libqelvmpx.so.5" --exports "$1_64f" --plots docs/accuracy
+  "$build/tests/accuracy" "$build/src/libqelvmpx.so.5" --exports "$1_" --count "$inputs" \
+    --climb $((inputs / 5)) --peers --markdown |
+    awk -v row="| \`$1_" 'index($0, row) == 1 { print; next } /^FAILED/ { print > "/dev/stderr" }'
 }
 
-# replace TABLE FAMILY: the document with these rows in the place of the old ones; new ones last in
-# their table.
+# replace FAMILY: the document with these rows in the place of the old ones; new ones last in their
+# table.
 replace() {
   local new
-  new=$(rows "$1" "$2")
-  awk -v family="| \`$2_" '
+  new=$(rows "$1")
+  awk -v family="| \`$1_" '
     function print_new() { for (i = 1; i <= count; i++) print new[i]; count = 0 }
     NR == FNR { new[++count] = $0; next }
     index($0, family) == 1 { print_new(); next }
     /^$/ && in_table && !known { print_new() }
     { in_table = /^\|/; print }
     END { print_new() }
-  ' known="$(grep -cF "| \`$2_" "docs/$1.md")" - "docs/$1.md" <<< "$new"
+  ' known="$(grep -cF "| \`$1_" docs/accuracy.md)" - docs/accuracy.md <<< "$new"
 }
 
 table=${1:-} family=
-case ${2:-} in [A-Z]*) family=$2 && shift ;; esac
+case $table,${2:-} in accuracy,[A-Z]*) family=$2 && shift ;; esac
 inputs=${2:-1000000}
+if [ "$table" = performance ]; then
+  if [ $# -gt 1 ]; then
+    printf 'figures.sh: all families are measured in one run; leave %s out\n' "$2" >&2
+    exit 2
+  fi
+  require_packages "${figure_packages[@]}" || say "measuring without them"
+fi
 case $table in
 accuracy | performance)
   trap 'rm -f "docs/$table.md.new"' EXIT
-  if [ -n "$family" ]; then replace "$table" "$family"; else "$table" "$inputs"; fi > "docs/$table.md.new"
+  if [ -n "$family" ]; then replace "$family"; else "$table" "$inputs"; fi > "docs/$table.md.new"
   mv "docs/$table.md.new" "docs/$table.md"
   ;;
 *)
