@@ -178,12 +178,12 @@ bool compare(const loader::Library& one, const loader::Library& other, const loa
           outcome[0].status, outcome[1].status, static_cast<unsigned>(outcome[0].flags),
           static_cast<unsigned>(outcome[1].flags));
       for (int d = 0; d < e.destinations(); ++d)
-        for (int i = 0; i < length; ++i) {
+        for (std::size_t i = 0; i < static_cast<std::size_t>(length); ++i) {
           const int array = d == 0 ? first : second;
           const T* const results[] = {arenas[0].at<T>(array, offset[array]) + i,
                                       arenas[1].at<T>(array, offset[array]) + i};
           if (hex(results[0]) != hex(results[1]))
-            std::printf("  element %d: %s, %s (scalar %s) gives %s and %s\n", i, hex(&x[i]).c_str(),
+            std::printf("  element %zu: %s, %s (scalar %s) gives %s and %s\n", i, hex(&x[i]).c_str(),
                         hex(&y[i]).c_str(), hex(&y[0]).c_str(), hex(results[0]).c_str(),
                         hex(results[1]).c_str());
         }
