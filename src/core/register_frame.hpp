@@ -8,7 +8,8 @@
 //
 // A queue is computed, by the very loop that takes the blocks, when another block would not fit; so
 // no register ever holds an element that is not of its range, and none can raise a flag of its own.
-// What is less than a block, of a call or in a queue at its end, goes the scalar way.
+// What is less than a block, of a call or in a queue at its end, goes the scalar way, and so do two
+// mixed blocks with none behind them.
 #pragma once
 
 #include "core/call_frame.hpp"
@@ -143,15 +144,25 @@ public:
   QELVM_INLINE static QelStatus walk(ArrayList<const Stored<T>*, S> source,
                                      ArrayList<Stored<T>*, D> destination, std::ptrdiff_t length,
                                      Scalars... scalars) {
-    if (length < width)
-      return walkFew(source, destination, 0, length, scalars...);
-    const Kernel kernel{scalars...};
-    const Call call{kernel, {source, destination}, {scalars...}};
-    const std::ptrdiff_t i = run<MainRange<Kernel>>(&call, call.arrays, 0, length);
-    return i == length ? qelStatusOk : RegisterWalk(call).walkRest(i, length);
+    // Both out of line, so that a short call keeps no registers.
+    return length < width ? walkFew(source, destination, 0, length, scalars...)
+                          : walkMany(source, destination, length, scalars...);
   }
 
 private:
+  [[gnu::noinline]] static QelStatus walkMany(ArrayList<const Stored<T>*, S> source,
+                                              ArrayList<Stored<T>*, D> destination,
+                                              std::ptrdiff_t length, Scalars... scalars) {
+    const Kernel kernel{scalars...};
+    const Call call{kernel, {source, destination}, {scalars...}};
+    std::ptrdiff_t i = run<MainRange<Kernel>>(&call, call.arrays, 0, length);
+    if (length - i >= 2 * width)
+      return RegisterWalk(call).walkRest(i, length);
+    if constexpr (twoRanges)
+      i = run<SecondRange<Kernel>>(&call, call.arrays, i, length);
+    return walkPlaces(&call, i, length); // too few for the queues to be worth their while
+  }
+
   /// Its arguments, for what sees them through one pointer.
   struct Call {
     const Kernel& kernel;

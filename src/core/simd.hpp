@@ -498,6 +498,15 @@ QELVM_INLINE Simd<double, N> ofQuads(const void* base, const Simd<std::uint64_t,
   }
 }
 
+/// The same pointer, which compilers take to be known when x is.
+template <int N, class Row>
+QELVM_INLINE const Row* knownAfter(const Simd<double, N>& x, const Row* table) {
+#ifdef __x86_64__
+  asm("" : "+r"(table) : "x"(x.raw));
+#endif
+  return table;
+}
+
 template <int N>
 QELVM_INLINE Simd<double, N> entryOf(const double* table, const Simd<std::int32_t, N>& index) {
   return singles(table, zeroExtended(index) << 3);

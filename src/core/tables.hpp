@@ -64,6 +64,18 @@ QELVM_INLINE constexpr auto lookUp(const Row* table, const I& index, Field (Row:
                   index);
 }
 
+/// What is looked up in `table` from here on is loaded when `value` is computed, as far as
+/// compilers decide that: over registers they would load a whole row at once, and keep in memory
+/// what the registers cannot hold.
+template <class V, class Row>
+QELVM_INLINE constexpr void lookUpAfter(const V& value, const Row*& table) {
+  if constexpr (isLanes<V>)
+    withIndices<LaneTraits<V>::count>(
+        [&](auto... i) QELVM_ALWAYS_INLINE { (lookUpAfter(laneOf<i>(value), table), ...); });
+  else if constexpr (isSimd<V>)
+    table = knownAfter(value, table);
+}
+
 /// c(0) + x (c(1) + x (c(2) + ... x c(N - 1))), from the innermost coefficient outwards, each
 /// product and each sum rounded; c is a function of the degree or an array.
 template <int N, class Coefficient, class V>

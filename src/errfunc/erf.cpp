@@ -21,7 +21,7 @@ namespace {
 // (tools/tables/erf_rows.sollya).
 template <class Export>
 QELVM_TABLE QuarterBinadeRow erfRows[22] = {
-#define QELVM_ERF_ROW(...) {{__VA_ARGS__}},
+#define QELVM_ERF_ROW(...) {__VA_ARGS__},
 #include "errfunc/erf_rows.inc"
 #undef QELVM_ERF_ROW
 };
@@ -34,6 +34,7 @@ template <class Export>
 struct ErfKernel {
   using Element = typename Export::Element;
   static constexpr int lanes = 2;
+  static constexpr int registers = registersInFlight(3, 2);
 
   static constexpr Element tiny = 0x1p-40;
   static constexpr Element small = 0.125;

@@ -19,7 +19,7 @@ namespace {
 // (tools/tables/tanh_rows.sollya).
 template <class Export>
 QELVM_TABLE QuarterBinadeRow tanhRows[29] = {
-#define QELVM_TANH_ROW(...) {{__VA_ARGS__}},
+#define QELVM_TANH_ROW(...) {__VA_ARGS__},
 #include "hyperbolic/tanh_rows.inc"
 #undef QELVM_TANH_ROW
 };
@@ -28,6 +28,7 @@ template <class Export>
 struct TanhKernel {
   using Element = typename Export::Element;
   static constexpr int lanes = 2;
+  static constexpr int registers = registersInFlight(3, 2);
 
   static constexpr Element tiny = 0x1p-53;
   static constexpr Element small = 0.125;
