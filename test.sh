@@ -177,11 +177,9 @@ compiler_tests() {
 
 # A library that was built with options of the user's: no other results, no other instructions.
 check_options() {
-  local layer
-  check_library "$1" "$1/src/libqelvmpx.so.5" "" || return 1
-  for layer in frame values golden; do
-    "$build_root/linux/tests/library_checks" "$1/src/libqelvmpx.so.5" $layer families || return 1
-  done
+  local library=$1/src/libqelvmpx.so.5 checks=$build_root/linux/tests/library_checks
+  check_library "$1" "$library" "" && "$checks" "$library" frame &&
+    "$checks" "$library" values families && "$checks" "$library" golden families
 }
 
 # The tool of such a build prints what the ordinary one prints: subnormals, and what is not a number.

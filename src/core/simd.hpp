@@ -498,12 +498,17 @@ QELVM_INLINE Simd<double, N> ofQuads(const void* base, const Simd<std::uint64_t,
   }
 }
 
-/// The same pointer, which compilers take to be known when x is.
-template <int N, class Row>
-QELVM_INLINE const Row* knownAfter(const Simd<double, N>& x, const Row* table) {
+/// The same pointer; of a register, one that compilers take to be known only when x is.
+template <class V, class Row>
+QELVM_INLINE constexpr const Row* knownAfter([[maybe_unused]] const V& x, const Row* table) {
+  if constexpr (isLanes<V>) {
+    withIndices<LaneTraits<V>::count>(
+        [&](auto... i) QELVM_ALWAYS_INLINE { ((table = knownAfter(laneOf<i>(x), table)), ...); });
+  } else if constexpr (isSimd<V>) {
 #ifdef __x86_64__
-  asm("" : "+r"(table) : "x"(x.raw));
+    asm("" : "+r"(table) : "x"(x.raw));
 #endif
+  }
   return table;
 }
 

@@ -4,6 +4,7 @@
 
 #include "core/simd.hpp"
 
+#include <concepts>
 #include <cstdint>
 
 namespace qelvm {
@@ -64,16 +65,33 @@ QELVM_INLINE constexpr auto lookUp(const Row* table, const I& index, Field (Row:
                   index);
 }
 
-/// What is looked up in `table` from here on is loaded when `value` is computed, as far as
-/// compilers decide that: over registers they would load a whole row at once, and keep in memory
-/// what the registers cannot hold.
-template <class V, class Row>
-QELVM_INLINE constexpr void lookUpAfter(const V& value, const Row*& table) {
-  if constexpr (isLanes<V>)
-    withIndices<LaneTraits<V>::count>(
-        [&](auto... i) QELVM_ALWAYS_INLINE { (lookUpAfter(laneOf<i>(value), table), ...); });
-  else if constexpr (isSimd<V>)
-    table = knownAfter(value, table);
+/// A row of N entries: the centre of an interval, then coefficients. The latter stand in the order
+/// in which they are needed, the last first.
+template <int N>
+struct alignas(rowAlignment<N>) FittedRow {
+  static constexpr int place(int k) { return k == 0 ? 0 : N - k; }
+
+  consteval FittedRow(std::same_as<double> auto... entry) {
+    int k = 0;
+    ((f[place(k++)] = entry), ...);
+  }
+
+  double f[N]{};
+};
+
+/// Entry k of such a row.
+template <int N, class I>
+QELVM_INLINE constexpr auto lookUp(const FittedRow<N>* rows, const I& index, int k) {
+  return lookUp(rows, index, &FittedRow<N>::f, FittedRow<N>::place(k));
+}
+
+/// Stands before the step that needs `value` and, as the next entry, k. Compilers would load a
+/// whole row over registers at once, and keep in memory what the registers cannot hold: they are
+/// told to load no group of four before the one before it is used up.
+template <class V, int N>
+QELVM_INLINE constexpr void loadInGroups(const V& value, const FittedRow<N>*& rows, int k) {
+  if (FittedRow<N>::place(k) % 4 == 0)
+    rows = knownAfter(value, rows);
 }
 
 /// c(0) + x (c(1) + x (c(2) + ... x c(N - 1))), from the innermost coefficient outwards, each

@@ -24,16 +24,14 @@ namespace qelvm {
 namespace {
 
 /// A row: -c; d0 to d5 as pairs, hi before lo; f6 to f15.
-struct alignas(rowAlignment<23>) ErfcRow {
-  double f[23];
-};
+using ErfcRow = FittedRow<23>;
 
 // Polynomial erfc_rows: fit; off by 2^-64.22 (relative), worst in row 5
 // (tools/tables/erfc_rows.sollya).
 template <class Export>
 QELVM_TABLE ErfcRow erfcRows[20] = {
-#define QELVM_ERFC_ROW(...) {{__VA_ARGS__}},
-#define QELVM_ERFC_FAR_ROW(...) {{__VA_ARGS__}},
+#define QELVM_ERFC_ROW(...) {__VA_ARGS__},
+#define QELVM_ERFC_FAR_ROW(...) {__VA_ARGS__},
 #include "errfunc/erfc_rows.inc"
 #undef QELVM_ERFC_FAR_ROW
 };
@@ -87,12 +85,16 @@ template <class Export, class V>
 QELVM_INLINE DoubleDoubleOf<V> erfcPolynomial(const V& a) {
   const V square = (1.0 + a) * (1.0 + a);
   const IntegerOf<V> row = exponentField(square * square) - Format<double>::bias;
-  const auto field = [&](int k) QELVM_ALWAYS_INLINE {
-    return lookUp(rowsOfErfc<Export>(), row, &ErfcRow::f, k);
-  };
+  const ErfcRow* rows = rowsOfErfc<Export>();
+  const auto field = [&](int k) QELVM_ALWAYS_INLINE { return lookUp(rows, row, k); };
 
   const DoubleDoubleOf<V> t = twoSum(a, field(0));
-  const V fromSixth = horner<10>([&](int k) QELVM_ALWAYS_INLINE { return field(13 + k); }, t.hi);
+  V fromSixth = t.hi * field(22) + field(21);
+  const auto shortStep = [&](int k) QELVM_ALWAYS_INLINE {
+    loadInGroups(fromSixth, rows, k);
+    fromSixth = fromSixth * t.hi + field(k);
+  };
+  withIndices<8>([&](auto... i) QELVM_ALWAYS_INLINE { (shortStep(20 - i), ...); });
   const V tail = fromSixth * t.hi;
 
   const DoubleDoubleOf<V> split = splitHiLo(t.hi, split26Bits);
@@ -156,7 +158,7 @@ struct ErfcKernel {
   using Element = typename Export::Element;
   using Limits = ErfcLimits<Element>;
   static constexpr int lanes = 2;
-  static constexpr int registers = registersInFlight(3, 2);
+  static constexpr int registers = registersInFlight(3, 3);
 
   static constexpr Element tiny = 0x1p-70;
   static constexpr Element gaussian = leastNotBelow<Element>(0x1.d413cccfe779ap0); // 2^1.5 - 1

@@ -4,24 +4,14 @@
 
 #include "core/floating_point.hpp"
 
-#include <concepts>
 #include <cstdint>
 
 namespace qelvm {
 namespace {
 
 /// A row: -c; the coefficients of 1, t and t^2 as pairs, hi before lo; those of t^3 to t^14. The hi
-/// of t^2 has at most 26 bits. Behind the first they stand from the last on, as they are needed.
-struct alignas(rowAlignment<19>) QuarterBinadeRow {
-  static constexpr int place(int k) { return k == 0 ? 0 : 19 - k; }
-
-  consteval QuarterBinadeRow(std::same_as<double> auto... entry) {
-    int k = 0;
-    ((f[place(k++)] = entry), ...);
-  }
-
-  double f[19]{};
-};
+/// of t^2 has at most 26 bits.
+using QuarterBinadeRow = FittedRow<19>;
 
 /// The value at a >= 0.125 by its row of the table.
 ///
@@ -31,15 +21,12 @@ struct alignas(rowAlignment<19>) QuarterBinadeRow {
 template <class V>
 QELVM_INLINE V quarterBinadePolynomial(const QuarterBinadeRow* rows, const V& a) {
   const IntegerOf<V> row = (highWord(a) - highWord(0.125)) >> 18;
-  const auto f = [&](int k) QELVM_ALWAYS_INLINE {
-    return lookUp(rows, row, &QuarterBinadeRow::f, QuarterBinadeRow::place(k));
-  };
+  const auto f = [&](int k) QELVM_ALWAYS_INLINE { return lookUp(rows, row, k); };
 
   const V t = a + f(0);
   V fromCube = t * f(18) + f(17);
   const auto step = [&](int k) QELVM_ALWAYS_INLINE {
-    if (k % 4 == 3) // four entries are loaded at once
-      lookUpAfter(fromCube, rows);
+    loadInGroups(fromCube, rows, k);
     fromCube = fromCube * t + f(k);
   };
   withIndices<10>([&](auto... i) QELVM_ALWAYS_INLINE { (step(16 - i), ...); });
