@@ -10,15 +10,18 @@
 //
 // A kernel is a type with these members (T the element type, double or float; all const or static):
 //
-//   bool isOrdinary(T x)                        the cheap test for the main range
+//   auto isOrdinary(x)                          the cheap test for the main range, of an element (T)
+//                                               or of a register of widened ones
 //   V compute(V x)                              the result of an ordinary element, a straight line
-//                                               of building blocks over V = double or Lanes<N>
+//                                               of building blocks over V = double, Lanes<N>, a
+//                                               register, or several
 //   QelStatus exceptional(const Stored<T>& x, Stored<T>& r)
 //                                               everything else: stores the result into r, then
 //                                               returns the status to report, qelStatusOk for none;
 //                                               void in a family that never reports. Of a NaN, only
 //                                               that it is one counts; all NaNs come from here
 //   static constexpr int lanes                  elements in flight (1 where more do not help)
+//   static constexpr int registers              registers in flight, where two are not the best
 //
 // and, where a family has a second ordinary range (a series beside a table), also
 // isInSecondRange(x) and computeSecondRange(x), tried after the first, and secondRangeApart = true
