@@ -10,8 +10,8 @@
 //
 // A kernel is a type with these members (T the element type, double or float; all const or static):
 //
-//   auto isOrdinary(x)                          the cheap test for the main range, of an element (T)
-//                                               or of a register of widened ones
+//   auto isOrdinary(x)                          the cheap test for the main range, of an element
+//                                               or of a register of them, widened
 //   V compute(V x)                              the result of an ordinary element, a straight line
 //                                               of building blocks over V = double, Lanes<N>, a
 //                                               register, or several
