@@ -257,7 +257,7 @@ level_tests() {
         -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="$options" &&
         check "$level $compiler $options" check_level "$directory/src/$library" $level $level || true
     done << 'END'
-g++ -O0
+g++ -O1
 g++ -Ofast -march=native
 clang++ -O3
 clang++ -O1 -ffast-math -mfma

@@ -136,7 +136,7 @@ def check_instructions(checks, binary, machine, level):
         packed = re.search(r"\tv(add|mul)pd|\tf(add|mul)\s+v", code)
         checks.expect("registers are used", [] if packed else ["no packed arithmetic"])
         if level == "v3":  # the first byte that only instructions of AVX-512 have
-            raw = binary.run("objdump", "-d")
+            raw = binary.run("objdump", "-dw")  # an instruction, a line
             checks.expect("AVX-512", re.findall(r"^\s*[0-9a-f]+:\t62 .*", raw, re.M))
         size = int(re.search(r"\.text\s+\w+\s+\w+\s+\w+\s+(\w+)", binary.run("readelf", "-SW"))[1], 16)
         checks.expect("size of the code", [size] if size >= LARGEST_LEVEL else [])
