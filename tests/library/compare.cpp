@@ -183,9 +183,9 @@ bool compare(const loader::Library& one, const loader::Library& other, const loa
           const T* const results[] = {arenas[0].at<T>(array, offset[array]) + i,
                                       arenas[1].at<T>(array, offset[array]) + i};
           if (hex(results[0]) != hex(results[1]))
-            std::printf("  element %zu: %s, %s (scalar %s) gives %s and %s\n", i, hex(&x[i]).c_str(),
-                        hex(&y[i]).c_str(), hex(&y[0]).c_str(), hex(results[0]).c_str(),
-                        hex(results[1]).c_str());
+            std::printf("  element %zu: %s, %s (scalar %s) gives %s and %s\n", i,
+                        hex(&x[i]).c_str(), hex(&y[i]).c_str(), hex(&y[0]).c_str(),
+                        hex(results[0]).c_str(), hex(results[1]).c_str());
         }
       return false;
     }
