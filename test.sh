@@ -48,16 +48,16 @@ skip() {
   skipped=$((skipped + 1))
 }
 
-# check NAME COMMAND...: one case; its output is shown if it fails.
+# check NAME COMMAND...: one case, with its seconds; its output is shown if it fails.
 check() {
-  local name=$1 log=$temporary/log
+  local name=$1 log=$temporary/log begin=$SECONDS
   shift
   if "$@" > "$log" 2>&1 < /dev/null; then
     passed=$((passed + 1))
-    printf 'passed  %s: %s\n' "$name" "$(tail -n 1 "$log" | tr -d '\r')"
+    printf 'passed  %s (%d s): %s\n' "$name" $((SECONDS - begin)) "$(tail -n 1 "$log" | tr -d '\r')"
   else
     failed=$((failed + 1))
-    printf 'FAILED  %s\n' "$name"
+    printf 'FAILED  %s (%d s)\n' "$name" $((SECONDS - begin))
     tail -n 60 "$log"
     return 1
   fi
