@@ -36,6 +36,14 @@ apt_update() { # an index can fail to download while a mirror changes: try again
     say "package index incomplete, attempt $try"
     sleep 5
   done
+  return 1
+}
+
+apt_install() {
+  local install=(apt-get -o DPkg::Lock::Timeout=600 install -y --no-install-recommends)
+  "${install[@]}" "$@" > /dev/null 2>&1 ||
+    { apt_update > /dev/null || true; "${install[@]}" "$@" > /dev/null; } ||
+    "${install[@]}" -t bookworm --allow-downgrades "$@" > /dev/null
 }
 
 # require_packages PACKAGE...: installs what is missing, or says what to install.
@@ -50,11 +58,14 @@ require_packages() {
   fi
   say "installing ${missing[*]}"
   export DEBIAN_FRONTEND=noninteractive
-  local install=(apt-get -o DPkg::Lock::Timeout=600 install -y --no-install-recommends)
-  case "${missing[*]}" in *:i386*) dpkg --add-architecture i386 ;; esac
-  apt_update > /dev/null
-  "${install[@]}" "${missing[@]}" > /dev/null ||
-    "${install[@]}" -t bookworm --allow-downgrades "${missing[@]}" > /dev/null
+  case "${missing[*]}" in
+  *:i386*)
+    dpkg --add-architecture i386
+    # (Without its packages, its index would only be in the way.)
+    apt_install "${missing[@]}" || { dpkg --remove-architecture i386 2> /dev/null; return 1; }
+    ;;
+  *) apt_install "${missing[@]}" ;;
+  esac
 }
 
 # The file in DIRECTORY that only one build at a time holds open: two scripts may run at once.
