@@ -201,15 +201,16 @@ def main():
         print(f"""## Python
 
 `tools/figures.sh python` measures the package [qelvm](python.md) beside NumPy and SciPy, the same arguments
-for both, uniform over the [main ranges](#functions). Measured on: {model[1] if model else "unknown processor"} (`{qelvm.library().cpu}`), Python {sys.version.split()[0]}, NumPy {np.__version__}, SciPy
-{scipy.__version__}, all of the same run.
+for both, uniform over the [main ranges](#functions). Measured on: {model[1] if model else "unknown processor"}
+(`{qelvm.library().cpu}`), Python {sys.version.split()[0]}, NumPy {np.__version__}, SciPy {scipy.__version__}.
 
 ### Results that change with the processor, and wrong roundings
 
-Of {count:,} arguments each (`sincos`: results): how many get other bits when the processor has fewer features, which
-`NPY_DISABLE_CPU_FEATURES` and `GLIBC_TUNABLES` hide ({seen}); how many results are not the
-correctly rounded ones (by MPFR); and the largest error among those, in ulps. Theirs are judged once for each of
-these processors. Ours are the same on all of them, which this run has compared, too.
+Of {count:,} arguments each (`sincos` has two results for one): how many results get other bits on a
+processor with fewer features, as `NPY_DISABLE_CPU_FEATURES` and `GLIBC_TUNABLES` hide them
+({seen}); how many are not the correctly rounded ones (by MPFR); and
+the largest error among these, in ulps. Theirs are judged once for each of these processors; ours are the
+same on all of them, which the run has compared as well.
 """)
         numbers = [str(k + 1) for k in range(len(servers))]
         for kind in TYPES:

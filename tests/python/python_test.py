@@ -12,6 +12,7 @@ import os
 import pathlib
 import pickle
 import re
+import shutil
 import subprocess
 import sys
 import threading
@@ -31,6 +32,7 @@ NAMES = {family: names for family, *names in map(str.split, filter(
     lambda line: line[:1] not in ("#", ""), (SOURCE / "python/names.txt").read_text().splitlines()))}
 PACKAGES = {"A53": qelvm, "A50": qelvm.a50}
 TYPES = {np.float32: "32f_A24", np.float64: "64f"}
+THOROUGH = "QELVM_TEST_THOROUGH" in os.environ  # also what takes seconds
 EXPORTS = ctypes.CDLL(qelvm.library().path)
 
 
@@ -266,7 +268,7 @@ class Arrays(Case):
         longest, numpys = map(min, zip(*pairs))
         self.assertLess(longest, 0.75 * numpys)
 
-    @unittest.skipUnless("QELVM_TEST_LARGE" in os.environ, "QELVM_TEST_LARGE is not set")
+    @unittest.skipUnless(THOROUGH, "QELVM_TEST_THOROUGH is not set")
     def test_more_than_an_int32(self):
         """2^31 + 70000 floats in memory for a few: the same pages over and over, but for the last results."""
         count, chunk = 2**31 + 70000, 1 << 22
@@ -477,7 +479,7 @@ class Package(Case):
                 text = ufunc_of(family, double).__doc__
                 single, *doubles = bounds[family].split(", ")
                 bound = doubles[double == "A53"]
-                self.assertIn(f"float32 {single}, float64 {bound}.", text)
+                self.assertRegex(text, f"float32 {single}, float64 {bound}[.,]")
                 self.assertIn(f"qels{family}_64f_{double}", text)
                 self.assertNotRegex(text, r"qelStatus|\bdst|\bsrc|\b[63][42]f\b|\bstatus")
         for name in ("A50", "A53"):
@@ -491,16 +493,25 @@ class Package(Case):
             typed = {node.target.id for node in tree.body if isinstance(node, ast.AnnAssign)}
             self.assertEqual(typed - {"__version__"}, set(package.__all__) - {"a50", "library"})
 
-    def test_guide(self):
-        """The five lines that docs/python.md begins with, and its other examples."""
-        text = (SOURCE / "docs/python.md").read_text()
-        blocks = re.findall(r"^```python\n(.*?)^```", text, re.M | re.S)
-        self.assertEqual(len(blocks[0].splitlines()), 5)
-        names = {}
-        for block in blocks:
-            with warnings.catch_warnings():
-                warnings.simplefilter("ignore")
-                exec(block, names)
+    @unittest.skipUnless(THOROUGH and shutil.which("mypy"), "QELVM_TEST_THOROUGH is not set, or no mypy")
+    def test_stubs_for_a_type_checker(self):
+        script = ("import numpy as np, qelvm, qelvm.a50\nx: np.ufunc = qelvm.a50.exp\n"
+                  "cpu: str = qelvm.library().cpu\nreveal_type(qelvm.power)\ncpu = qelvm.exp\nqelvm.none\n")
+        answer = subprocess.run(["mypy", "--strict", "--cache-dir", os.devnull, "-c", script], text=True,
+                                env={**os.environ, "MYPYPATH": str(pathlib.Path(qelvm.__file__).parents[1])},
+                                capture_output=True).stdout
+        self.assertIn('note: Revealed type is "numpy.ufunc"', answer)
+        self.assertEqual(re.findall(r"^<string>:(\d+): error", answer, re.M), ["5", "6"], answer)
+
+    def test_guides(self):
+        """The five lines that docs/python.md begins with, its other examples, and that of ctypes."""
+        blocks = [re.findall(r"^```python\n(.*?)^```", (SOURCE / "docs" / name).read_text(), re.M | re.S)
+                  for name in ("python.md", "using.md")]
+        self.assertEqual(len(blocks[0][0].splitlines()), 5)
+        names = {"print": lambda *_: None}
+        for block in itertools.chain(*blocks):
+            exec(block.replace("libqelvmpx.so.5", qelvm.library().path), names)
+        self.same([np.array(names["y"])], export("Exp", np.float64, "A53", np.array(names["x"])))
 
 
 if __name__ == "__main__":
