@@ -218,7 +218,11 @@ class Arrays(Case):
 
     def test_longest_axis(self):
         """Tables with a short axis: the same bits and the layout that NumPy gives."""
-        a, b = arguments(np.float64, 30000), arguments(np.float64, 30000, 1)
+        for dtype in TYPES:
+            self.check_longest_axis(dtype)
+
+    def check_longest_axis(self, dtype):
+        a, b = arguments(dtype, 30000), arguments(dtype, 30000, 1)
         tables = [
             (a[:10000].reshape(-1, 1), b[:3].reshape(1, 3)),
             (b[:3].reshape(1, 3), a[:10000].reshape(-1, 1)),
@@ -228,25 +232,26 @@ class Arrays(Case):
             (a.reshape(2, 5000, 3), b[:2].reshape(2, 1, 1)),
             (a.reshape(3, 5000, 2).T, b[:3]),
             (a.reshape(5000, 2, 3), np.linspace(-2, 2, 5000, dtype=np.float32).reshape(5000, 1, 1)),
-            (a.reshape(-1, 3).astype(">f8"), b[:3]),
+            (a.reshape(-1, 3).astype(a.dtype.newbyteorder()), b[:3]),
             (a.reshape(-1, 6)[:, 1:4], b.reshape(-1, 6)[:, :3]),
         ]
         for family, inputs in itertools.product(SHAPES, tables):
             ufunc = ufunc_of(family)
             inputs = inputs[: ufunc.nin]
             results = quiet(ufunc, *inputs)
-            self.same(results, export(family, np.float64, "A53", *inputs), family)
+            widest = np.result_type(*inputs).type
+            self.same(results, export(family, widest, "A53", *inputs), family)
             like = quiet(np.add if ufunc.nin == 2 else np.positive, *inputs)[0]
             self.assertEqual([r.strides for r in results], [like.strides] * ufunc.nout)
-            for place in (np.empty(like.shape), np.empty(like.shape[::-1], ">f8").T,
-                          np.empty((2,) + like.shape)[:, ..., ::-1]):
+            for place in (np.empty(like.shape, widest), np.empty(like.shape[::-1], like.dtype.newbyteorder()).T,
+                          np.empty((2,) + like.shape, widest)[:, ..., ::-1]):
                 outs = (place,) + (None,) * (ufunc.nout - 1)
                 answers = quiet(ufunc, *inputs, out=outs if ufunc.nout > 1 else place)
                 self.assertIs(answers[0], place)
                 shape = place.shape
                 self.same(answers, [np.broadcast_to(r, shape) for r in results], family, shape)
         table = a.reshape(-1, 3).copy()
-        expected = export("Pow", np.float64, "A53", table, table[:, ::-1])
+        expected = export("Pow", dtype, "A53", table, table[:, ::-1])
         self.same(quiet(qelvm.power, table, table[:, ::-1], out=table), expected)
         with self.assertRaises(ValueError):
             qelvm.power(np.ones((5000, 3)), np.ones((5000, 2)))
@@ -373,7 +378,7 @@ class Flags(Case):
         ("reciprocal", [0], "divide"), ("rsqrt", [0], "divide"), ("sin", [np.inf], "invalid"),
         ("sincos", [-np.inf], "invalid"), ("cosh", [-800], "over"), ("arctanh", [1], "divide"),
         ("arccos", [2], "invalid"), ("arccos", [np.inf], "invalid"), ("arcsin", [-np.inf], "invalid"),
-        ("divide", [1, 0], "divide"), ("power", [-8, 0.5], "invalid"), ("power", [10, 400], "over"),
+        ("divide", [1, 0], "divide"), ("divide", [0, 5], None), ("power", [-8, 0.5], "invalid"), ("power", [10, 400], "over"),
         ("arctan2", [0, 0], None), ("erf", [np.inf], None), ("erfc", [40], "under"),
     ]
 
@@ -398,6 +403,11 @@ class Flags(Case):
                             else:
                                 ufunc(*own, **outs)
                         own = [np.array(a) for a in arguments]
+
+    def test_flags_of_a_recurrence_in_place(self):
+        x = np.array([0.0, 5.0, 7.0])
+        with np.errstate(all="raise"):
+            qelvm.divide.accumulate(x, out=x)
 
     def test_warnings(self):
         with warnings.catch_warnings(record=True) as caught:
