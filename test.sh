@@ -346,6 +346,24 @@ neon_tests() {
     "$directory/src/libqelvmpx.so.5" "$library" --count 50000 || true
 }
 
+# The module for Fortran: here, and where its calls are of another convention.
+fortran_tests() {
+  local linux=$build_root/linux windows=$build_root/windows
+  if ! require_packages "${fortran_packages[@]}"; then
+    skip Fortran "no gfortran"
+    return
+  fi
+  check "Fortran build" build "$linux" -DQELVM_FORTRAN=ON &&
+    check Fortran tests/fortran/test_fortran.sh "$linux" "$PWD" || true
+  if ! [ -e "$windows/src/qelvmpx.dll" ] || ! require_packages "${fortran_windows_packages[@]}"; then
+    skip "Fortran on 32-bit Windows" "no cross compiler or no Wine"
+    return
+  fi
+  check "Fortran on 32-bit Windows, build" build "$windows" --target fortran_test -DQELVM_FORTRAN=ON &&
+    WINEPATH=$windows/src check "Fortran on 32-bit Windows" wine \
+      "$windows/tests/fortran/fortran_test.exe" || true
+}
+
 build_reference() {
   { cat docs/Doxyfile && echo "OUTPUT_DIRECTORY = \"$build_root\""; } | doxygen -
 }
@@ -389,6 +407,7 @@ if $platforms; then
   windows_tests
   processor_tests
   neon_tests
+  fortran_tests
   quality_tests
   print_table
 fi

@@ -9,6 +9,8 @@ windows_packages=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 llvm clang
 wine_packages=(wine wine32:i386 wine64)
 clang_packages=(clang)
 emulator_packages=(qemu-user)
+fortran_packages=(gfortran)
+fortran_windows_packages=(gfortran-mingw-w64-i686-win32)
 instrumentation_packages=(clang llvm libclang-rt-14-dev)
 
 # Where everything is built: a folder that can be written, below the sources unless told otherwise.
