@@ -364,6 +364,15 @@ fortran_tests() {
       "$windows/tests/fortran/fortran_test.exe" || true
 }
 
+mpi_tests() {
+  if ! require_packages "${mpi_packages[@]}"; then
+    skip MPI "no Open MPI"
+    return
+  fi
+  check "MPI build" build "$build_root/linux" -DQELVM_MPI=ON &&
+    check MPI python3 tests/mpi/mpi_test.py "$build_root/linux" || true
+}
+
 build_reference() {
   { cat docs/Doxyfile && echo "OUTPUT_DIRECTORY = \"$build_root\""; } | doxygen -
 }
@@ -408,6 +417,7 @@ if $platforms; then
   processor_tests
   neon_tests
   fortran_tests
+  mpi_tests
   quality_tests
   print_table
 fi

@@ -11,6 +11,7 @@ clang_packages=(clang)
 emulator_packages=(qemu-user)
 fortran_packages=(gfortran)
 fortran_windows_packages=(gfortran-mingw-w64-i686-win32)
+mpi_packages=(libopenmpi-dev openmpi-bin python3)
 instrumentation_packages=(clang llvm libclang-rt-14-dev)
 
 # Where everything is built: a folder that can be written, below the sources unless told otherwise.
