@@ -40,6 +40,7 @@ while [ $# -gt 0 ]; do
   shift
 done
 passed=0 failed=0 skipped=0
+python=OFF # whether the Python package can be built
 temporary=$(mktemp -d)
 trap 'rm -rf "$temporary"' EXIT
 
@@ -131,8 +132,9 @@ base_tests() {
   if $platforms; then
     set -- -C Fits "$@" # also what takes minutes: the fits of the tables
   fi
+  require_packages "${python_packages[@]}" && python=ON || skip "Python package" "no NumPy"
   say "building"
-  if ! build "$build_root/linux" -DQELVM_TOOL=ON -DQELVM_EXAMPLES=ON -DQELVM_TESTS=ON -DQELVM_BENCH=ON; then
+  if ! build "$build_root/linux" -DQELVM_PYTHON=$python -DQELVM_TOOL=ON -DQELVM_EXAMPLES=ON -DQELVM_TESTS=ON -DQELVM_BENCH=ON; then
     failed=$((failed + 1))
     return
   fi
@@ -373,6 +375,15 @@ mpi_tests() {
     check MPI python3 tests/mpi/mpi_test.py "$build_root/linux" || true
 }
 
+# (Distributions have Dask for their own interpreter.)
+dask_tests() {
+  if [ $python = OFF ] || ! require_packages "${dask_packages[@]}"; then
+    skip Dask "no NumPy or no Dask"
+    return
+  fi
+  PYTHONPATH=$build_root/linux/python check Dask /usr/bin/python3 tests/dask/dask_test.py || true
+}
+
 build_reference() {
   { cat docs/Doxyfile && echo "OUTPUT_DIRECTORY = \"$build_root\""; } | doxygen -
 }
@@ -386,7 +397,7 @@ quality_tests() {
     # (g++ takes minutes for every kernel here.)
     check "sanitizers build" build "$directory" -DCMAKE_C_COMPILER=clang -DCMAKE_CXX_COMPILER=clang++ \
       -DCMAKE_BUILD_TYPE=None -DCMAKE_CXX_FLAGS=-O1 -DCMAKE_C_FLAGS=-O1 -DQELVM_BENCH=OFF \
-      -DQELVM_EXAMPLES=OFF -DQELVM_INSTRUMENTATION="-fsanitize=address,undefined \
+      -DQELVM_EXAMPLES=OFF -DQELVM_PYTHON=$python -DQELVM_INSTRUMENTATION="-fsanitize=address,undefined \
         -fno-sanitize=function -fno-sanitize-recover=undefined" &&
       check "sanitizers" ctest --test-dir "$directory" --no-tests=error -j "$(nproc)" --output-on-failure \
         -LE 'binary|install|tables|accuracy' || true
@@ -408,6 +419,17 @@ quality_tests() {
   fi
 }
 
+# The Python package from the sources alone, and with more elements than an int32 counts.
+python_tests() {
+  if [ $python = OFF ]; then
+    skip "wheel from the sources" "no NumPy"
+    return
+  fi
+  local interpreter
+  interpreter=$(sed -n 's/^QELVM_PYTHON_INTERPRETER:[A-Z]*=//p' "$build_root/linux/CMakeCache.txt")
+  QELVM_TEST_LARGE=1 check "wheel from the sources" tests/python/package_test.sh "$PWD" "$interpreter" || true
+}
+
 base_tests "${chosen[@]}"
 if $platforms; then
   compiler_tests
@@ -419,6 +441,8 @@ if $platforms; then
   fortran_tests
   mpi_tests
   quality_tests
+  python_tests
+  dask_tests
   print_table
 fi
 if [ $((passed + failed)) -eq 0 ]; then

@@ -10,10 +10,14 @@ foreach(level IN LISTS levels)
   qelvm_level_folder(${level} folder)
   string(APPEND more_folders " ${CMAKE_INSTALL_LIBDIR}/${folder}")
 endforeach()
+set(python_folder)
+if(QELVM_PYTHON)
+  set(python_folder ${QELVM_PYTHON_DIR}/qelvm)
+endif()
 install(CODE "
   foreach(folder ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_INCLUDEDIR} ${CMAKE_INSTALL_LIBDIR}/pkgconfig
                  ${CMAKE_INSTALL_LIBDIR}/cmake/qelvm${more_folders}
-                 ${CMAKE_INSTALL_DOCDIR}/accuracy
+                 ${python_folder} ${CMAKE_INSTALL_DOCDIR}/accuracy
                  ${CMAKE_INSTALL_DOCDIR}/reference/search
                  ${CMAKE_INSTALL_MANDIR}/man1
                  ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)

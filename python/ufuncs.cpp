@@ -25,8 +25,7 @@ constexpr npy_intp blockLength = 512;
 /// The length of a call is an int32_t.
 constexpr npy_intp longestCall = npy_intp(1) << 30;
 
-// ---- calls of the library by the type of the function
-// ---------------------------------------------
+// ---- calls of the library by the type of the function ------------------------------------------
 
 /// An export as a call with an array of pointers: sources, then destinations.
 template <auto function>
@@ -63,8 +62,7 @@ constexpr auto withScalar<qelsPow_64f_A50> = qelsPowx_64f_A50;
 template <>
 constexpr auto withScalar<qelsPow_64f_A53> = qelsPowx_64f_A53;
 
-// ---- the loop over one axis
-// -----------------------------------------------------------------------
+// ---- the loop over one axis --------------------------------------------------------------------
 
 /// How the elements of a source and of a destination lie to each other.
 enum class Overlap {
@@ -109,7 +107,7 @@ void apply(char* const* operands, const npy_intp* steps, npy_intp length, const 
     return reinterpret_cast<T*>(operands[operand] + i * steps[operand]);
   };
 
-  bool collected[count], direct = true, sequential = false;
+  bool collected[count], sequential = false;
   for (int k = 0; k < count; ++k)
     collected[k] = steps[k] != size && length > 1;
   for (int s = 0; s < sources; ++s)
@@ -119,18 +117,33 @@ void apply(char* const* operands, const npy_intp* steps, npy_intp length, const 
       // In place some exports report less: they look at their sources after the store.
       collected[s] |= found != Overlap::None;
     }
+  if (sequential) {
+    for (npy_intp i = 0; i < length; ++i) {
+      T sourceElements[sources];
+      T* pointers[count];
+      for (int k = 0; k < count; ++k)
+        pointers[k] = element(k, i);
+      for (int s = 0; s < sources; ++s) {
+        sourceElements[s] = *pointers[s];
+        pointers[s] = &sourceElements[s];
+      }
+      call(pointers, 1);
+    }
+    return;
+  }
+
+  bool direct = true;
   for (const bool c : collected)
     direct &= !c;
-
   T block[count][blockLength];
-  const npy_intp longest = direct ? longestCall : sequential ? 1 : blockLength;
+  const npy_intp longest = direct ? longestCall : blockLength;
   for (npy_intp done = 0, n; done < length; done += n) {
     n = std::min(longest, length - done);
     T* pointers[count];
     for (int k = 0; k < count; ++k)
-      pointers[k] = collected[k] || sequential ? block[k] : element(k, done);
+      pointers[k] = collected[k] ? block[k] : element(k, done);
     for (int s = 0; s < sources; ++s)
-      if (pointers[s] == block[s] && (done == 0 || steps[s] != 0 || sequential)) {
+      if (collected[s] && (done == 0 || steps[s] != 0)) {
         if (steps[s] == size)
           std::copy_n(element(s, done), n, block[s]);
         else
@@ -139,7 +152,7 @@ void apply(char* const* operands, const npy_intp* steps, npy_intp length, const 
       }
     call(pointers, std::int32_t(n));
     for (int d = sources; d < count; ++d)
-      if (pointers[d] == block[d])
+      if (collected[d])
         for (npy_intp i = 0; i < n; ++i)
           *element(d, done + i) = block[d][i];
   }
@@ -165,8 +178,7 @@ void loop(char** operands, const npy_intp* dimensions, const npy_intp* steps, vo
   apply<T, Exported::sources, Exported::destinations>(operands, steps, length, Exported::call);
 }
 
-// ---- calls along the longest axis
-// -----------------------------------------------------------------
+// ---- calls along the longest axis --------------------------------------------------------------
 
 // The inner loop of a ufunc is along the last axis in memory. Where that is short and the arrays do
 // not reduce to one axis (a column and a row, three columns of a table), calls of three elements
@@ -203,15 +215,17 @@ bool mayHaveShortLoops(PyObject* const* inputs, int count) {
 PyObject* call(PyObject* ufunc, PyObject* const* arguments, std::size_t flagged, PyObject* names) {
   constexpr auto offsetFlag = std::size_t(1) << (8 * sizeof(std::size_t) - 1);
   const auto count = int(flagged & ~offsetFlag);
-  if (names == nullptr && count == reinterpret_cast<PyUFuncObject*>(ufunc)->nin &&
+  const bool hasOut = names != nullptr && PyTuple_Size(names) == 1 &&
+                      PyUnicode_CompareWithASCIIString(PyTuple_GetItem(names, 0), "out") == 0;
+  if ((names == nullptr || hasOut) && count == reinterpret_cast<PyUFuncObject*>(ufunc)->nin &&
       mayHaveShortLoops(arguments, count))
-    return PyObject_CallFunctionObjArgs(alongLongestAxis, ufunc, arguments[0],
+    return PyObject_CallFunctionObjArgs(alongLongestAxis, ufunc,
+                                        hasOut ? arguments[count] : Py_None, arguments[0],
                                         count > 1 ? arguments[1] : nullptr, nullptr);
   return numpysCall(ufunc, arguments, flagged, names);
 }
 
-// ---- the module
-// -----------------------------------------------------------------------------------
+// ---- the module --------------------------------------------------------------------------------
 
 /// A new ufunc in `ufuncs` under each of its names; false, with an exception set, if that failed.
 template <auto floats, auto doubles>

@@ -5,6 +5,7 @@ build_packages=(g++ cmake ninja-build libfmt-dev libcli11-dev)
 test_packages=(libgtest-dev libmpfr-dev pkg-config binutils python3 mandoc)
 fit_packages=(sollya)
 figure_packages=(libsleef-dev) # its functions are measured too, where they are there
+python_packages=(python3-dev python3-numpy python3-pip python3-setuptools python3-venv python3-wheel)
 windows_packages=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 llvm clang lld python3)
 wine_packages=(wine wine32:i386 wine64)
 clang_packages=(clang)
@@ -12,6 +13,7 @@ emulator_packages=(qemu-user)
 fortran_packages=(gfortran)
 fortran_windows_packages=(gfortran-mingw-w64-i686-win32)
 mpi_packages=(libopenmpi-dev openmpi-bin python3)
+dask_packages=(python3-dask python3-distributed python3-zarr python3-pandas python3-xarray python3-psutil)
 instrumentation_packages=(clang llvm libclang-rt-14-dev)
 
 # Where everything is built: a folder that can be written, below the sources unless told otherwise.

@@ -6,6 +6,7 @@ special values and the error bound.
 """
 import copyreg as _copyreg
 import importlib as _importlib
+import os as _os
 from typing import NamedTuple as _NamedTuple
 from typing import Tuple as _Tuple
 
@@ -31,35 +32,37 @@ class Library(_NamedTuple):
 
 def library():
     """Which build of the library the dynamic loader chose, a `Library`."""
-    return Library(*_ufuncs.library())
+    version, cpu, path = _ufuncs.library()
+    return Library(version, cpu, _os.path.realpath(path))
 
 
 __version__ = ".".join(map(str, library().version))
 
 
-def _along_longest_axis(ufunc, *inputs):
-    """ufunc(*inputs), with inner loops along the longest axis where they would be short.
+def _along_longest_axis(ufunc, out, *inputs):
+    """ufunc(*inputs, out=out), with inner loops along the longest axis where they would be short.
 
-    The results are the same; only the order in which the elements are computed is another.
+    The results and their layout are the same; only the order in which the elements are computed is another.
     """
+    given = (None,) * ufunc.nout if out is None else out if isinstance(out, tuple) else (out,)
     try:
         dtype = _numpy.result_type(*inputs, _numpy.float32)
         iterator = _numpy.nditer(
-            [*inputs, *[None] * ufunc.nout], ["external_loop"],
+            [*inputs, *given], ["external_loop"],
             [["readonly"]] * ufunc.nin + [["writeonly", "allocate"]] * ufunc.nout,
-            [None] * ufunc.nin + [dtype] * ufunc.nout)
+            [None] * ufunc.nin + [None if array is not None else dtype for array in given])
     except (TypeError, ValueError):  # NumPy says it better
-        return ufunc(*inputs, order="K")
+        return ufunc(*inputs, out=given, order="K")
     outputs = iterator.operands[ufunc.nin:]
     shape = outputs[0].shape
     longest = max(shape)
-    if longest >= 4 * iterator.shape[-1] and dtype in (_numpy.float32, _numpy.float64):
-        axis = shape.index(longest)
-        arrays = [_numpy.moveaxis(a, axis, -1) for a in (*_numpy.broadcast_arrays(*inputs), *outputs)]
-        ufunc(*arrays, order="C")
-    else:
-        ufunc(*inputs, *outputs, order="K")
-    return outputs[0] if len(outputs) == 1 else tuple(outputs)
+    if longest < 4 * iterator.shape[0] or dtype not in (_numpy.float32, _numpy.float64):
+        return ufunc(*inputs, out=given, order="K")
+    axis = shape.index(longest)
+    arrays = [_numpy.moveaxis(_numpy.broadcast_to(a, shape), axis, -1) for a in inputs]
+    ufunc(*arrays, out=tuple(_numpy.moveaxis(a, axis, -1) for a in outputs), order="C")
+    results = tuple(o if g is None else g for o, g in zip(outputs, given))
+    return results[0] if len(results) == 1 else results
 
 
 _ufuncs.set_along_longest_axis(_along_longest_axis)
