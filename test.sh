@@ -384,6 +384,18 @@ dask_tests() {
   PYTHONPATH=$build_root/linux/python check Dask /usr/bin/python3 tests/dask/dask_test.py || true
 }
 
+# The worked problem, by Python and by C, also of 32 bits where such a library was built.
+reproducible_tests() {
+  if [ $python = OFF ]; then
+    skip "worked problem" "no NumPy"
+    return
+  fi
+  local more=()
+  if [ -e "$build_root/i686/src/libqelvmpx.so.5" ]; then more=("$build_root/i686"); fi
+  PYTHONPATH=$build_root/linux/python check "worked problem" tests/reproducible/reproducible_test.sh \
+    "$build_root/linux" "${more[@]}" || true
+}
+
 build_reference() {
   { cat docs/Doxyfile && echo "OUTPUT_DIRECTORY = \"$build_root\""; } | doxygen -
 }
@@ -443,6 +455,7 @@ if $platforms; then
   quality_tests
   python_tests
   dask_tests
+  reproducible_tests
   print_table
 fi
 if [ $((passed + failed)) -eq 0 ]; then
