@@ -439,7 +439,8 @@ python_tests() {
   fi
   local interpreter
   interpreter=$(sed -n 's/^QELVM_PYTHON_INTERPRETER:[A-Z]*=//p' "$build_root/linux/CMakeCache.txt")
-  QELVM_TEST_LARGE=1 check "wheel from the sources" tests/python/package_test.sh "$PWD" "$interpreter" || true
+  require_packages mypy || say "no mypy"
+  QELVM_TEST_THOROUGH=1 check "wheel from the sources" tests/python/package_test.sh "$PWD" "$interpreter" || true
 }
 
 base_tests "${chosen[@]}"

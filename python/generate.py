@@ -36,24 +36,40 @@ def read_groups(path):
     return {name: (title, re.sub(r"^ \* ?", "", text, flags=re.M).strip()) for name, title, text in groups}
 
 
-def in_python(text):
-    """The header's words about arrays and statuses as NumPy's."""
+# The header's words about arrays, statuses and types, and NumPy's.
+WORDS = [
+    (r"Never reports:[^.]*#qelStatusOk\.\s*", ""),
+    (r"Either destination may be the source\.\s*", ""),
+    (r"#qelStatus(\w+)", lambda m: "`%s`" % FLAGS[m[1]]),
+    (r"The limits themselves are not reported", "The limits themselves raise nothing"),
+    (r"raises?( the)? underflow( flag)? without a status", "raise `under`"),
+    (r"\s+without a status", ""),
+    (r"and, by its report, invalid", "and `invalid`"),
+    (r"\bdivide-by-zero\b", "`divide`"),
+    (r"raises the invalid flag \(the division\) and `divide` \(the report\)", "raises `invalid` and `divide`"),
+    (r"Overflow and underflow only raise their flags", "Overflow raises `over`, underflow `under`"),
+    (r", unreported\b", ""),
+    (r"\breports\b", "raises"), (r"\bReports\b", "Raises"), (r"\| reported \|", "| raised |"),
+    (r"\bdstSin\b", "out1"), (r"\bdstCos\b", "out2"), (r"\bdst\b", "out"), (r"\bsrc(\d?)\b", r"x\1"),
+    (r"A50 and A53|\b64f\b", "float64"), (r"\b32f\b", "float32"), (r"\bfive classes\b", "classes"),
+    (r"\bfloat64_A5\d\b", "float64"),
+]
+
+
+def in_python(text, names):
     paragraphs = [p for p in text.split("\n\n") if not re.search(r"\bin place\b", p, re.I)]
-    text = "\n\n".join(paragraphs)
-    text = re.sub(r"Never reports:[^.]*#qelStatusOk\.\s*", "", text)
-    text = re.sub(r"Either destination may be the source\.\s*", "", text)
-    text = re.sub(r"#qelStatus(\w+)", lambda m: "`%s`" % FLAGS[m[1]], text)
-    text = re.sub(r"\bReports\b", "Raises", text)
-    text = re.sub(r"\b(is|not) reported\b", r"\1 raised", text)
-    text = text.replace("| reported |", "| raised |").replace("status", "flag")
-    for header, python in (("dstSin", "out1"), ("dstCos", "out2"), ("dst", "out"), ("src1", "x1"),
-                           ("src2", "x2"), ("src", "x"), ("A50 and A53", "float64"), ("64f", "float64"),
-                           ("32f", "float32")):
-        text = re.sub(rf"\b{header}\b", python, text)
-    return text
+    for index, paragraph in enumerate(paragraphs):
+        for pattern, python in WORDS:
+            paragraph = re.sub(pattern.replace(" ", r"\s+"), python, paragraph)
+        for family, known in names.items():
+            if known:
+                paragraph = re.sub(rf"`{family}`", f"`{known[0]}`", paragraph)
+        prose, *rows = re.split(r"^(?=\|)", paragraph, maxsplit=1, flags=re.M)
+        paragraphs[index] = "\n".join(textwrap.wrap(" ".join(prose.split()), 88) + rows)
+    return "\n\n".join(p for p in paragraphs if p)
 
 
-def documentation(family, row, group, double):
+def documentation(family, names, row, group, double):
     shape, statuses, bounds, note = row
     sources, destinations = SHAPES[shape]
     title, text = group
@@ -61,15 +77,18 @@ def documentation(family, row, group, double):
     outputs = ", ".join(f"out{i + 1}" if destinations > 1 else "out" for i in range(destinations))
     flags = ", ".join(f"`{FLAGS[s]}`" for s in statuses if s in FLAGS)
     bound = bounds[{"A50": 1, "A53": 2}[double]]
-    notes = f"Of the bounds: {in_python(note)}.\n" if note else ""
+    if note:
+        value = re.search(rf"64f(?:_{double})?: ([\d.]+)", note)[1]
+        note = f", where {in_python(note.split(' where ')[1], {})} {value}"
     broadcast = "; shapes that broadcast together" if sources > 1 else ""
     return f"""{title[0].upper()}{title[1:]}, element by element.
 
 Parameters
 ----------
 {inputs} : array_like
-    float32 or float64{broadcast}. float16, bool and integers of 8 and 16 bits become float32,
-    other integers float64; anything else is a TypeError.
+    float32 or float64{broadcast}.
+    float16, bool and integers of 8 and 16 bits become float32, other integers float64;
+    anything else is a TypeError.
 
 Returns
 -------
@@ -78,10 +97,10 @@ Returns
 
 Notes
 -----
-{in_python(text)}
+{in_python(text, names)}
 
-Error bounds in ulps of the exact result: float32 {bounds[0]}, float64 {bound}.
-{notes}Results that NumPy warns of, see numpy.errstate: {flags or "none but those of arithmetic"}.
+Error bounds in ulps of the exact result: float32 {bounds[0]}, float64 {bound}{note}.
+Exceptions that it reports, see numpy.errstate: {flags or "none of its own"}.
 The bits are the same on every platform and processor; these are
 qels{family}_32f_A24 and qels{family}_64f_{double}.
 """
@@ -95,7 +114,7 @@ def c_string(text):
 def ufunc_rows(names, families, groups):
     for family, known in names.items():
         if known:
-            texts = [c_string(documentation(family, families[family], groups[family], double))
+            texts = [c_string(documentation(family, names, families[family], groups[family], double))
                      for double in ("A53", "A50")]
             quoted = ", ".join(f'"{name}"' for name in known)
             yield f"QELVM_UFUNC({family},\n{texts[0]},\n{texts[1]},\n    {quoted})\n"

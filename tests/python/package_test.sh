@@ -13,7 +13,7 @@ else
   export CMAKE_ARGS="-DQELVM_WIDE=OFF -G Ninja"
 fi
 unset PYTHONPATH
-"$interpreter" -m venv --system-site-packages "$work/venv" || exit 77 # Debian: python3-venv
+"$interpreter" -m venv --system-site-packages --without-pip "$work/venv"
 python=$work/venv/bin/python
 # A copy, for setuptools writes beside the sources.
 mkdir "$work/source" && cd "$source"
@@ -21,7 +21,7 @@ cp -R setup.py pyproject.toml CMakeLists.txt LICENSE cmake docs families include
   "$work/source"
 cd "$work"
 "$python" -m pip wheel -q --no-build-isolation --no-index --no-deps -w wheels ./source
-echo wheels/qelvm-*-cp39-abi3-*.whl
+ls wheels/qelvm-*-cp39-abi3-*.whl
 "$python" -m pip install -q --no-index --no-deps wheels/*.whl
 # What is in the wheel is all it needs, but for NumPy.
 "$python" -c "import qelvm, sys; path = qelvm.library().path; print(path); sys.exit(sys.prefix not in path)"
