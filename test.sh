@@ -360,6 +360,54 @@ neon_tests() {
     "$directory/src/libqelvmpx.so.5" "$library" --count 50000 || true
 }
 
+# The module for Fortran: here, and where its calls are of another convention.
+fortran_tests() {
+  local linux=$build_root/linux windows=$build_root/windows
+  if ! require_packages "${fortran_packages[@]}"; then
+    skip Fortran "no gfortran"
+    return
+  fi
+  check "Fortran build" build "$linux" -DQELVM_FORTRAN=ON &&
+    check Fortran tests/fortran/test_fortran.sh "$linux" "$PWD" || true
+  if ! [ -e "$windows/src/qelvmpx.dll" ] || ! require_packages "${fortran_windows_packages[@]}"; then
+    skip "Fortran on 32-bit Windows" "no cross compiler or no Wine"
+    return
+  fi
+  check "Fortran on 32-bit Windows, build" build "$windows" --target fortran_test -DQELVM_FORTRAN=ON &&
+    WINEPATH=$windows/src check "Fortran on 32-bit Windows" wine \
+      "$windows/tests/fortran/fortran_test.exe" || true
+}
+
+mpi_tests() {
+  if ! require_packages "${mpi_packages[@]}"; then
+    skip MPI "no Open MPI"
+    return
+  fi
+  check "MPI build" build "$build_root/linux" -DQELVM_MPI=ON &&
+    check MPI python3 tests/mpi/mpi_test.py "$build_root/linux" || true
+}
+
+# (Distributions have Dask for their own interpreter.)
+dask_tests() {
+  if [ $python = OFF ] || ! require_packages "${dask_packages[@]}"; then
+    skip Dask "no NumPy or no Dask"
+    return
+  fi
+  PYTHONPATH=$build_root/linux/python check Dask /usr/bin/python3 tests/dask/dask_test.py || true
+}
+
+# The worked problem, by Python and by C, also of 32 bits where such a library was built.
+reproducible_tests() {
+  if [ $python = OFF ]; then
+    skip "worked problem" "no NumPy"
+    return
+  fi
+  local more=()
+  if [ -e "$build_root/i686/src/libqelvmpx.so.5" ]; then more=("$build_root/i686"); fi
+  PYTHONPATH=$build_root/linux/python check "worked problem" tests/reproducible/reproducible_test.sh \
+    "$build_root/linux" "${more[@]}" || true
+}
+
 build_reference() {
   { cat docs/Doxyfile && echo "OUTPUT_DIRECTORY = \"$build_root\""; } | doxygen -
 }
@@ -415,8 +463,12 @@ if $platforms; then
   windows_tests
   processor_tests
   neon_tests
+  fortran_tests
+  mpi_tests
   quality_tests
   python_tests
+  dask_tests
+  reproducible_tests
   print_table
 fi
 if [ $((passed + failed)) -eq 0 ]; then

@@ -11,6 +11,10 @@ wine_packages=(wine wine64)
 wine32_packages=(wine32:i386)
 clang_packages=(clang)
 emulator_packages=(qemu-user)
+fortran_packages=(gfortran)
+fortran_windows_packages=(gfortran-mingw-w64-i686-win32)
+mpi_packages=(libopenmpi-dev openmpi-bin python3)
+dask_packages=(python3-dask python3-distributed python3-zarr python3-pandas python3-xarray python3-psutil)
 instrumentation_packages=(clang llvm libclang-rt-14-dev)
 
 # Where everything is built: a folder that can be written, below the sources unless told otherwise.
