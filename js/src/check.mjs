@@ -85,7 +85,8 @@ const exponentShift = (format) => format.fractionBits - 32 * topOf(format);
 
 /** 2^exponent, whatever the engine's `**` does. */
 function power(exponent) {
-  words.set(exponent < -1022 ? moved(formats['64f'], [0, 0], 2 ** Math.max(exponent + 1074, 0)) : [0, (exponent + 1023) << 20]);
+  const place = exponent + 1074; // of the bit, where the number is subnormal
+  words.set(exponent >= -1022 ? [0, (exponent + 1023) << 20] : place < 32 ? [1 << place, 0] : [0, 1 << (place - 32)]);
   return number[0];
 }
 
@@ -239,33 +240,37 @@ function hashOf(entry, shape, format, common, limits) {
   return [high, low].map((word) => (word >>> 0).toString(16).padStart(8, '0')).join('');
 }
 
+let common; // the arguments of all families, by the element's type
+const known = {}; // exports that are one computation are computed once
+
 /** Every export in turn: { name, module, hash, expected, same }. */
 export function* goldenHashes({ simd = qelvm.simd } = {}) {
-  const common = Object.fromEntries(Object.entries(formats).map(([type, format]) => [type, commonPairs(format)]));
-  const known = {}; // exports that are one computation are computed once
+  if (common === undefined)
+    common = Object.fromEntries(Object.entries(formats).map(([type, format]) => [type, commonPairs(format)]));
   for (const [family, { shape, limits, hashes }] of Object.entries(golden))
     for (const [suffix, expected] of Object.entries(hashes)) {
       const name = `qels${family}_${suffix}`;
       const entry = qelvm.raw(name, simd);
       const type = suffix.slice(0, 3);
-      if (known[entry.name] === undefined)
-        known[entry.name] = hashOf(entry, shape, formats[type], common[type], limits);
-      const hash = known[entry.name];
+      const computation = `${entry.module} ${entry.name}`;
+      if (known[computation] === undefined)
+        known[computation] = hashOf(entry, shape, formats[type], common[type], limits);
+      const hash = known[computation];
       yield { name, module: entry.module, hash, expected, same: hash === expected };
     }
 }
 
 // As a program, in Node.
 if (typeof process === 'object' && process.argv && /qelvm-check$|check\.mjs$/.test(process.argv[1] || '')) {
-  let same = 0;
-  let all = 0;
+  const names = new Set();
+  const wrong = new Set();
   for (const simd of qelvm.simd ? [true, false] : [false])
-    for (const found of goldenHashes({ simd })) {
-      if (simd && found.module === 'plain') continue; // its turn comes
-      ++all;
-      if (found.same) ++same;
-      else console.log(`${found.name} (${found.module}): ${found.hash}, not ${found.expected}`);
+    for (const { name, module, hash, expected, same } of goldenHashes({ simd })) {
+      names.add(name);
+      if (same) continue;
+      wrong.add(name);
+      console.log(`${name} (${module}): ${hash}, not ${expected}`);
     }
-  console.log(`qelvm ${qelvm.version}: ${same} of ${all} exports give the same bits here`);
-  process.exitCode = same === all ? 0 : 1;
+  console.log(`qelvm ${qelvm.version}: ${names.size - wrong.size} of ${names.size} exports give the same bits here`);
+  process.exitCode = wrong.size === 0 ? 0 : 1;
 }
