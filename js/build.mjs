@@ -133,7 +133,7 @@ const files = {
   'index.cjs': `${license}'use strict';\nrequire('./qelvm.js');\nmodule.exports = ${api};\n`,
   'index.d.mts': `${license}${types}`,
   'index.d.cts': `${license}${types.replace('export default qelvm;', 'export = qelvm;').replace(/^\/\/ @esm\n(.|\n)*$/m, '')}`,
-  'check.mjs': `${license}const golden = ${JSON.stringify(Object.fromEntries(families.map((row) => [row.family, { shape: row.shape, ...goldenOf(row) }])))};\n${read('js/src/check.mjs')}`,
+  'check.mjs': `#!/usr/bin/env node\n${license}const golden = ${JSON.stringify(Object.fromEntries(families.map((row) => [row.family, { shape: row.shape, ...goldenOf(row) }])))};\n${read('js/src/check.mjs')}`,
   'check.d.mts': read('js/src/check.d.mts'),
   'package.json': read('js/package.json.in').replace('@version@', version),
   'README.md': read('js/README.md'),

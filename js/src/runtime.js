@@ -202,15 +202,16 @@ async function ready() {
 
 let simdFound;
 function simd() {
-  if (simdFound === undefined) simdFound = hasSimd();
+  if (simdFound === undefined) simdFound = typeof WebAssembly === 'object' && hasSimd();
   return simdFound;
 }
 
 /** The export that computes what `name` does, in the module that has it and is faster. */
 function entryOf(name, withSimd = simd()) {
-  const representative = built.aliases[name] || name;
+  const representative = Object.hasOwn(built.aliases, name) ? built.aliases[name] : name;
   const module = withSimd && built.simdExports.includes(representative) ? 'simd' : 'plain';
   const found = machine(module);
+  if (typeof found.exports[representative] !== 'function') throw new RangeError(`qelvm: no export ${name}`);
   return { name: representative, module, call: found.exports[representative], ...found };
 }
 
@@ -470,21 +471,17 @@ function mathLike(functions) {
   for (const { name, sources } of built.functions) {
     if (typeof Math[name] !== 'function') continue;
     const f = functions[name];
-    // As `Math` does, these take anything that converts to a number. `Math.pow` is its own where one
-    // argument is 1 and the other infinite or not a number.
-    const ours = {
-      [name]:
-        name === 'pow'
-          ? (x, y) => {
-              const [a, b] = [+x, +y];
-              const undecided = b !== b || ((a === 1 || a === -1) && (b === Infinity || b === -Infinity));
-              return undecided ? NaN : f(a, b);
-            }
-          : sources === 2
-            ? (x, y) => f(+x, +y)
-            : (x) => f(+x),
-    };
-    define(name, ours[name]);
+    // As those of `Math`, these take anything that converts to a number. `Math.pow` is its own where
+    // an argument is 1 and the other infinite or no number.
+    let ours = sources === 2 ? (x, y) => f(+x, +y) : (x) => f(+x);
+    if (name === 'pow')
+      ours = (x, y) => {
+        const [a, b] = [+x, +y];
+        const undecided = b !== b || ((a === 1 || a === -1) && (b === Infinity || b === -Infinity));
+        return undecided ? NaN : f(a, b);
+      };
+    Object.defineProperty(ours, 'name', { value: name });
+    define(name, ours);
   }
   define(Symbol.toStringTag, 'Math');
   return Object.freeze(like);
