@@ -408,6 +408,34 @@ reproducible_tests() {
     "$build_root/linux" "${more[@]}" || true
 }
 
+# WebAssembly: the library in both its modules, and the package for JavaScript in Node.
+wasm_tests() {
+  local directory=$build_root/wasm program code platform run
+  if ! require_packages "${build_packages[@]}" "${wasm_packages[@]}"; then
+    skip_platform wasm "no compiler for it"
+    return
+  fi
+  command -v node > /dev/null || require_packages "${node_packages[@]}" || {
+    skip_platform wasm "no Node"
+    return
+  }
+  command -v npm > /dev/null || require_packages npm || say "no npm"
+  layer wasm build build "$directory" --toolchain cmake/wasm32.cmake -DQELVM_TESTS=ON || return 0
+  layer wasm binary node tests/binary/check_module.mjs "$directory/js/qelvm.wasm" \
+    "$directory/js/qelvm-simd.wasm" || true
+  rows+=("wasm simd")
+  while read -r program code platform; do
+    run=(node tests/library/run_wasi.mjs "$directory/tests/$program.wasm" "$platform")
+    layer "$platform" frame "${run[@]}" frame "$code" || true
+    layer "$platform" values "${run[@]}" values families || true
+    layer "$platform" golden "${run[@]}" golden families || true
+  done << 'END'
+library_checks px wasm
+library_checks_simd wsd wasm simd
+END
+  check "package for JavaScript" js/test/run.sh "$directory/npm" || true
+}
+
 build_reference() {
   { cat docs/Doxyfile && echo "OUTPUT_DIRECTORY = \"$build_root\""; } | doxygen -
 }
@@ -465,6 +493,7 @@ if $platforms; then
   neon_tests
   fortran_tests
   mpi_tests
+  wasm_tests
   quality_tests
   python_tests
   dask_tests
