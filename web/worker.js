@@ -3,17 +3,18 @@
 import { expose } from './lib/comlink.js';
 import { errorsOf, exactData, mathFunction, mathResults } from './exact.js';
 import { goldenHash } from './golden.js';
-import { library } from './module.js';
+import { load } from './module.js';
 import { formats, toBits } from './numbers.js';
 
-const { families } = library;
 const formatOf = (name) => formats[name.split('_')[1]];
+const loading = load(); // awaited in each call: what comes before the worker listens would be lost
 const data = {};
 
 expose({
   /** Calls `report(name, same)` for every export, as its hash is computed. */
   async golden(report) {
-    for (const [family, { golden, hashes }] of Object.entries(families))
+    const library = await loading;
+    for (const [family, { golden, hashes }] of Object.entries(library.families))
       for (const [type, hash] of Object.entries(hashes)) {
         const name = `${family}_${type}`;
         await report(name, goldenHash(library, name, golden) === hash);
@@ -22,6 +23,7 @@ expose({
 
   /** Errors of an export, and of the engine's function where it has one, over the family's range. */
   async errors(name) {
+    const library = await loading, { families } = library;
     const [family, type] = name.split('_'), format = formats[type];
     const exact = await (data[`${family}_${type}`] ??= exactData(`data/${family}_${type}.bin`, families[family]));
     const operand = (array) => array && format.Floats.from(array);
@@ -36,14 +38,16 @@ expose({
   },
 
   /** The function at arguments. */
-  graph(name, x, y) {
+  async graph(name, x, y) {
+    const library = await loading;
     const { Floats } = formatOf(name);
     const { results } = library.apply(name, Floats.from(x), Floats.from(x, () => y));
     return results.map((bits) => Float64Array.from(new Floats(bits.buffer)));
   },
 
   /** One call: the bits of the results, and the status; the engine's own result where there is one. */
-  evaluate(name, x, y) {
+  async evaluate(name, x, y) {
+    const library = await loading, { families } = library;
     const [family, type] = name.split('_'), format = formats[type];
     const bits = (n) => format.Bits.of(format.bytes === 8 ? n : Number(n));
     const { results, status } = library.apply(name, bits(x), bits(y));
