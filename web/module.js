@@ -2,8 +2,9 @@
 
 import { Library } from './library.js';
 
-export async function load() {
-  const { families } = await (await fetch('families.json')).json();
-  const { instance } = await WebAssembly.instantiateStreaming(fetch('lib/qelvm/q.wasm'));
+/** The library; `base` is where the page is served. */
+export async function load(base = import.meta.url) {
+  const { families } = await (await fetch(new URL('families.json', base))).json();
+  const { instance } = await WebAssembly.instantiateStreaming(fetch(new URL('lib/qelvm/q.wasm', base)));
   return new Library(instance.exports, families);
 }
