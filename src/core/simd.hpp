@@ -35,6 +35,13 @@ inline constexpr int registerDoubles = QELVM_REGISTER_DOUBLES;
 inline constexpr int registerDoubles = 0;
 #endif
 
+/// Where code travels (WebAssembly), elements that do not fill a register are computed one by one.
+#ifdef QELVM_SHORT_CODE
+inline constexpr bool shortCode = true;
+#else
+inline constexpr bool shortCode = false;
+#endif
+
 /// Registers of a kernel in flight, as measured: of up to four doubles, or of eight. (Long kernels
 /// would keep more of them than the stack has room for.)
 consteval int registersInFlight(int ofFour, int ofEight) {
