@@ -27,15 +27,13 @@ async function facts() {
       shape,
       computes: /^# \w+: (.*?)\.?$/m.exec(own)[1].replaceAll('`', ''),
       reference: /^reference (\w+)/m.exec(known)[1],
-      golden: [...known.matchAll(/^golden ([^#\n]*)/gm)].flatMap(([, list]) => list.trim().split(/\s+/)),
       hashes: Object.fromEntries([...own.matchAll(/^hash (\w+) (\w+)/gm)].map(([, type, hash]) => [type, hash])),
       bounds: { '32f': +single, '64f_A50': +a50, '64f_A53': +a53 },
       largest: Object.fromEntries([...accuracy.matchAll(
         new RegExp(`^\\| \`${name}_(\\w+)\` \\| [\\d.]+ \\| ([\\d.]+) \\|`, 'gm'))].map(([, type, error]) => [type, +error])),
     };
   }
-  const [, version] = /define QELVM_VERSION_MAJOR (\d+)/.exec(await read('include/qelvm.h'));
-  return { version, families };
+  return { families };
 }
 
 /** The first table of a document, as an HTML table. */
@@ -66,10 +64,11 @@ async function exactResults(names) {
 
 await mkdir(`${site}/data`, { recursive: true });
 await mkdir(`${site}/lib`, { recursive: true });
+const { version } = JSON.parse(await readFile(`${qelvm}/package.json`, 'utf8'));
 const known = await facts();
 await exactResults(Object.keys(known.families));
-for (const name of ['style.css', 'page.js', 'charts.js', 'worker.js', 'module.js', 'library.js', 'golden.js',
-  'exact.js', 'numbers.js'])
+for (const name of ['style.css', 'page.js', 'charts.js', 'worker.js', 'library.js', 'exact.js',
+  'numbers.js'])
   await cp(`${root}web/${name}`, `${site}/${name}`);
 await cp(`${modules}/uplot/dist/uPlot.esm.js`, `${site}/lib/uPlot.js`);
 await cp(`${modules}/uplot/dist/uPlot.min.css`, `${site}/lib/uPlot.css`);
@@ -77,4 +76,4 @@ await cp(`${modules}/comlink/dist/esm/comlink.min.mjs`, `${site}/lib/comlink.js`
 await cp(qelvm, `${site}/lib/qelvm`, { recursive: true });
 await writeFile(`${site}/families.json`, JSON.stringify(known));
 await writeFile(`${site}/index.html`, (await read('web/index.html'))
-  .replace('<!-- engines -->', htmlTable(await read('docs/engines.md'))).replaceAll('{version}', known.version));
+  .replace('<!-- engines -->', htmlTable(await read('docs/engines.md'))).replace('{version}', version));

@@ -20,26 +20,38 @@ async function sha256([first, second]) {
 export async function measure(base, site = base) {
   const get = async (path) => (await fetch(new URL(path, base))).arrayBuffer();
   const post = (path, body) => fetch(new URL(path, base), { method: 'POST', body });
-  const load = (name) => import(new URL(name, site).href);
-  const [{ load: loadLibrary }, { goldenHash }, { exactData, mathFunction, mathResults }, { formats }] =
-    await Promise.all(['module.js', 'golden.js', 'exact.js', 'numbers.js'].map(load));
-  const library = await loadLibrary(base);
-  const golden = {}, random = {}, inputs = {};
+  const [{ goldenHashes }, { apply }, { exactData, mathFunction, mathResults }, { formats }] = await Promise.all(
+    ['lib/qelvm/check.mjs', 'library.js', 'exact.js', 'numbers.js'].map((name) => import(new URL(name, site).href)));
+  const { families } = await (await fetch(new URL('families.json', base))).json();
+  const inputs = {};
   for (const type of ['32f', '64f'])
     inputs[type] = await Promise.all(['x', 'y', 'scalar'].map(async (which) =>
       new formats[type].Floats(await get(`inputs/${type}_${which}.bin`))));
-  for (const [family, facts] of Object.entries(library.families)) {
-    for (const type of Object.keys(facts.hashes)) {
-      const name = `${family}_${type}`;
-      golden[name] = goldenHash(library, name, facts.golden);
-      const [x, y, scalar] = inputs[type.split('_')[0]];
-      random[name] = await sha256(library.apply(name, x, facts.shape === 'SourceAndScalar' ? scalar : y).results);
+
+  const golden = [], random = [], modules = new Set(); // of both modules, where there are two
+  for (const simd of [true, false]) {
+    for (const { name, module, hash } of goldenHashes({ simd })) {
+      if (simd && module === 'plain') continue;
+      golden.push([name.replace(/^qels/, ''), hash]);
+      modules.add(module);
     }
+  }
+  for (const simd of modules.has('simd') ? [true, false] : [false]) {
+    for (const [family, { shape, hashes }] of Object.entries(families)) {
+      for (const type of Object.keys(hashes)) {
+        const [x, y, scalar] = inputs[type.split('_')[0]], name = `${family}_${type}`;
+        const { results, module } = apply(name, shape, x, shape === 'SourceAndScalar' ? scalar : y, simd);
+        if (simd && module === 'plain') continue;
+        random.push([name, await sha256(results)]);
+      }
+    }
+  }
+  for (const [family, facts] of Object.entries(families)) {
     const f = mathFunction(facts);
     if (!f || facts.shape === 'SourceAndScalar') continue;
     const exact = await exactData(new URL(`inputs/${family}.bin`, base), facts);
     await post(`math/${family}`, mathResults(f, exact));
-    await post(`qelvm/${family}`, library.apply(`${family}_64f_A53`, exact.x, exact.y).results[0]);
+    await post(`qelvm/${family}`, apply(`${family}_64f_A53`, facts.shape, exact.x, exact.y).results[0]);
   }
-  await post('report', JSON.stringify({ golden, random }));
+  await post('report', JSON.stringify({ golden, random, modules: [...modules] }));
 }
