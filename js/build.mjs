@@ -56,9 +56,9 @@ function numberOf(text) {
   const named = { largest: Number.MAX_VALUE, normal: 2 ** -1022, smallest: Number.MIN_VALUE }[text];
   if (named !== undefined) return named;
   const hex = text.match(/^0x([\da-f]+)\.?([\da-f]*)p([+-]?\d+)$/);
-  const value = hex
-    ? Number(BigInt(`0x${hex[1]}${hex[2]}`)) * 2 ** (Number(hex[3]) - 4 * hex[2].length)
-    : Number(text);
+  const exponent = hex ? Number(hex[3]) - 4 * hex[2].length : 0;
+  const half = exponent >> 1; // the whole power may be too small
+  const value = hex ? Number(BigInt(`0x${hex[1]}${hex[2]}`)) * 2 ** half * 2 ** (exponent - half) : Number(text);
   if (!Number.isFinite(value)) throw new Error(`not a number: ${text}`);
   return value;
 }

@@ -41,6 +41,11 @@ class Random {
     this.l = (l ^ ((l >>> 31) | (h << 1))) >>> 0;
     this.h = (h ^ (h >>> 31)) >>> 0;
   }
+  /** Uniform in [-limit, limit). */
+  within(limit) {
+    this.draw();
+    return ((this.h | 0) * 2 ** 22 + (this.l >>> 10)) * 2 ** -53 * limit;
+  }
   below(count) {
     this.draw();
     return ((this.h % count) * (0x100000000 % count) + (this.l % count)) % count;
@@ -78,6 +83,13 @@ const formats = {
 const topOf = (format) => format.words - 1; // the word of the sign and the exponent
 const exponentShift = (format) => format.fractionBits - 32 * topOf(format);
 
+/** 2^exponent, whatever the engine's `**` does. */
+function power(exponent) {
+  const place = exponent + 1074; // of the bit, where the number is subnormal
+  words.set(exponent >= -1022 ? [0, (exponent + 1023) << 20] : place < 32 ? [1 << place, 0] : [0, 1 << (place - 32)]);
+  return number[0];
+}
+
 /** A pattern with another top word. */
 function withTop(format, pattern, f) {
   const changed = [...pattern];
@@ -95,10 +107,8 @@ function moved(format, [low, high], step) {
 
 function input(format, random, kind) {
   random.draw();
-  const { h, l } = random;
   const shift = exponentShift(format);
-  const pattern = format.random(l, h);
-  const within = (limit) => format.bitsOf(((h | 0) * 2 ** 22 + (l >>> 10)) * 2 ** -53 * limit);
+  const pattern = format.random(random.l, random.h);
   switch (kind) {
     case 0:
       return pattern;
@@ -107,11 +117,11 @@ function input(format, random, kind) {
       return withTop(format, pattern, (top) => (top & (0x80000000 | ((1 << shift) - 1))) | (exponent << shift));
     }
     case 2:
-      return within(1);
+      return format.bitsOf(random.within(1));
     case 3:
-      return within(30);
+      return format.bitsOf(random.within(30));
     case 4:
-      return within(format.within);
+      return format.bitsOf(random.within(format.within));
     case 5:
       return moved(format, format.bitsOf(1), random.below(64) - 32);
     case 6:
@@ -129,10 +139,10 @@ function specialValues(format) {
   add(0);
   for (const exponent of [least, least + 10, -bias, 1 - bias, -100, -60, -53, -52, -28, -10, -3, -1, 0, 1, 2, 5,
                           17, 20, 53, 60, 100, bias]) {
-    const x = 2 ** exponent;
+    const x = power(exponent);
     add(x);
     add(x * 1.5);
-    add(x + 2 ** Math.max(exponent - fractionBits, -1074));
+    add(x + power(Math.max(exponent - fractionBits, -1074)));
   }
   for (const x of [0.1, 0.3, 0.7, 0.999, 1.1, 3, 7, 9, 10, 27, 88, 89, 103.9, 104.5, 700, 709, 710, 745, 746, 1e4,
                    1e10, 1e30])
@@ -172,17 +182,13 @@ function hashOf(entry, shape, format, common, limits) {
 
   let high = 0xcbf29ce4; // FNV-1a, a byte at a time
   let low = 0x84222325;
-  const mixByte = (byte) => {
-    low = (low ^ byte) >>> 0;
-    const times = low * 0x1b3;
-    high = (Math.imul(high, 0x1b3) + (low << 8) + Math.floor(times / 0x100000000)) >>> 0;
-    low = times >>> 0;
-  };
   const mixWord = (word) => {
-    mixByte(word & 255);
-    mixByte((word >>> 8) & 255);
-    mixByte((word >>> 16) & 255);
-    mixByte(word >>> 24);
+    for (let shift = 0; shift < 32; shift += 8) {
+      const mixed = (low ^ ((word >>> shift) & 255)) >>> 0;
+      const times = mixed * 0x1b3;
+      low = times >>> 0;
+      high = (Math.imul(high, 0x1b3) + (mixed << 8) + (times - low) * 2 ** -32) | 0;
+    }
   };
   const mixResult = (place) => {
     mixWord(memory[place]);
@@ -200,15 +206,15 @@ function hashOf(entry, shape, format, common, limits) {
       memory[y + 1] = y1;
     }
   };
-  const mixCall = (...numbers) => {
-    put(...numbers);
+  const mixCall = (x0, x1, y0, y1) => {
+    put(x0, x1, y0, y1);
     const status = both ? call(px, pr, ps, 1) : two ? call(px, py, pr, 1) : call(px, pr, 1);
     mixResult(r);
     if (both) mixResult(s);
     mixStatus(status);
   };
-  const mixInPlace = (...numbers) => { // the last source is the first destination
-    put(...numbers);
+  const mixInPlace = (x0, x1, y0, y1) => { // the last source is the first destination
+    put(x0, x1, y0, y1);
     const shared = shape === 'TwoSources' ? y : x;
     mixStatus(both ? call(px, px, ps, 1) : two ? call(px, py, 4 * shared, 1) : call(px, px, 1));
     mixResult(shared);
@@ -231,36 +237,40 @@ function hashOf(entry, shape, format, common, limits) {
       mixCall(...one, ...other);
       mixInPlace(...one, ...other);
     }
-  return [high, low].map((word) => word.toString(16).padStart(8, '0')).join('');
+  return [high, low].map((word) => (word >>> 0).toString(16).padStart(8, '0')).join('');
 }
+
+let common; // the arguments of all families, by the element's type
+const known = {}; // exports that are one computation are computed once
 
 /** Every export in turn: { name, module, hash, expected, same }. */
 export function* goldenHashes({ simd = qelvm.simd } = {}) {
-  const common = Object.fromEntries(Object.entries(formats).map(([type, format]) => [type, commonPairs(format)]));
-  const known = {}; // exports that are one computation are computed once
+  if (common === undefined)
+    common = Object.fromEntries(Object.entries(formats).map(([type, format]) => [type, commonPairs(format)]));
   for (const [family, { shape, limits, hashes }] of Object.entries(golden))
     for (const [suffix, expected] of Object.entries(hashes)) {
       const name = `qels${family}_${suffix}`;
       const entry = qelvm.raw(name, simd);
       const type = suffix.slice(0, 3);
-      if (known[entry.name] === undefined)
-        known[entry.name] = hashOf(entry, shape, formats[type], common[type], limits);
-      const hash = known[entry.name];
+      const computation = `${entry.module} ${entry.name}`;
+      if (known[computation] === undefined)
+        known[computation] = hashOf(entry, shape, formats[type], common[type], limits);
+      const hash = known[computation];
       yield { name, module: entry.module, hash, expected, same: hash === expected };
     }
 }
 
 // As a program, in Node.
 if (typeof process === 'object' && process.argv && /qelvm-check$|check\.mjs$/.test(process.argv[1] || '')) {
-  let same = 0;
-  let all = 0;
+  const names = new Set();
+  const wrong = new Set();
   for (const simd of qelvm.simd ? [true, false] : [false])
-    for (const found of goldenHashes({ simd })) {
-      if (simd && found.module === 'plain') continue; // its turn comes
-      ++all;
-      if (found.same) ++same;
-      else console.log(`${found.name} (${found.module}): ${found.hash}, not ${found.expected}`);
+    for (const { name, module, hash, expected, same } of goldenHashes({ simd })) {
+      names.add(name);
+      if (same) continue;
+      wrong.add(name);
+      console.log(`${name} (${module}): ${hash}, not ${expected}`);
     }
-  console.log(`qelvm ${qelvm.version}: ${same} of ${all} exports give the same bits here`);
-  process.exitCode = same === all ? 0 : 1;
+  console.log(`qelvm ${qelvm.version}: ${names.size - wrong.size} of ${names.size} exports give the same bits here`);
+  process.exitCode = wrong.size === 0 ? 0 : 1;
 }
