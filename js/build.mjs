@@ -103,6 +103,16 @@ const built = {
   },
 };
 
+const shapeTexts = (0, eval)(read('js/src/functions.js'));
+const textFor = (shape) => shapeTexts[shape].toString().replace(/\n\s*/g, '\n');
+const inMath = functions.filter(({ name }) => typeof Math[name] === 'function');
+const textsOf = (rows, shapeOf) => `{\n${rows.map((row) => `${row.name}: ${textFor(shapeOf(row))}`).join(',\n')}\n}`;
+const texts = `{
+'64f_A53': ${textsOf(functions, ({ shape }) => shape)},
+'64f_A50': ${textsOf(functions.filter(({ family }) => !aliases[`qels${family}_64f_A50`]), ({ shape }) => shape)},
+Math: ${textsOf(inMath, ({ name, shape }) => (name === 'pow' ? 'MathPow' : `Math${shape}`))}
+}`;
+
 // ---- the files -----------------------------------------------------------------------------------
 
 const license = `// qelvm ${fullVersion}: the licence stands in the file LICENSE beside this one.\n`;
@@ -128,12 +138,12 @@ const types = read('js/src/types.d.ts')
   .replace(/^.*@exports@.*$/m, functions.map((row) => `/** ${documentation(row)} */\nexport const ${row.name}: ${shapes[row.shape]};`).join('\n'));
 
 const files = {
-  'qelvm.js': `${license}(function () {\n'use strict';\nconst built = ${JSON.stringify(built)};\nif (globalThis[Symbol.for('qelvm ${version}')]) return;\n${read('js/src/runtime.js').replace(/^\s*\/\/.*\n/gm, '')}})();\n`,
+  'qelvm.js': `${license}(function () {\n'use strict';\nconst built = ${JSON.stringify(built)};\nconst texts = ${texts};\nif (globalThis[Symbol.for('qelvm ${version}')]) return;\n${read('js/src/runtime.js').replace(/^\s*\/\/.*\n/gm, '')}})();\n`,
   'index.mjs': `${license}import './qelvm.js';\nconst qelvm = ${api};\nexport default qelvm;\nexport const { ${[...names, ...others].join(', ')} } = qelvm;\n`,
   'index.cjs': `${license}'use strict';\nrequire('./qelvm.js');\nmodule.exports = ${api};\n`,
   'index.d.mts': `${license}${types}`,
   'index.d.cts': `${license}${types.replace('export default qelvm;', 'export = qelvm;').replace(/^\/\/ @esm\n(.|\n)*$/m, '')}`,
-  'check.mjs': `${license}const golden = ${JSON.stringify(Object.fromEntries(families.map((row) => [row.family, { shape: row.shape, ...goldenOf(row) }])))};\n${read('js/src/check.mjs')}`,
+  'check.mjs': `#!/usr/bin/env node\n${license}const golden = ${JSON.stringify(Object.fromEntries(families.map((row) => [row.family, { shape: row.shape, ...goldenOf(row) }])))};\n${read('js/src/check.mjs')}`,
   'check.d.mts': read('js/src/check.d.mts'),
   'package.json': read('js/package.json.in').replace('@version@', version),
   'README.md': read('js/README.md'),

@@ -202,15 +202,16 @@ async function ready() {
 
 let simdFound;
 function simd() {
-  if (simdFound === undefined) simdFound = hasSimd();
+  if (simdFound === undefined) simdFound = typeof WebAssembly === 'object' && hasSimd();
   return simdFound;
 }
 
 /** The export that computes what `name` does, in the module that has it and is faster. */
 function entryOf(name, withSimd = simd()) {
-  const representative = built.aliases[name] || name;
+  const representative = Object.hasOwn(built.aliases, name) ? built.aliases[name] : name;
   const module = withSimd && built.simdExports.includes(representative) ? 'simd' : 'plain';
   const found = machine(module);
+  if (typeof found.exports[representative] !== 'function') throw new RangeError(`qelvm: no export ${name}`);
   return { name: representative, module, call: found.exports[representative], ...found };
 }
 
@@ -332,7 +333,7 @@ function runBlocks({ call, places, heap }, type, length, sources, outs) {
 }
 
 /** A call with at least one array. */
-function applyToArrays({ name, family, parts }, suffix, given, argument) {
+function applyToArrays({ name, family, parts }, doubleClass, given, argument) {
   const whats = given.length === 1 ? ['x'] : built.argumentNames[family] || ['x', 'y'];
   const sources = given.map((x, s) => sourceOf(name, whats[s], x));
   const wanted = outOf(name, argument, parts);
@@ -371,7 +372,8 @@ function applyToArrays({ name, family, parts }, suffix, given, argument) {
     : [];
   const fresh = (_, d) => (direct[d] ? wanted[d] : new View(length));
   const results = parts ? parts.map(fresh) : [fresh(null, 0)];
-  const status = runBlocks(entryOf(`qels${family}_${suffix(type)}`), type, length, values, results);
+  const suffix = type === '64f' ? doubleClass : '32f_A11'; // the classes of floats are the same
+  const status = runBlocks(entryOf(`qels${family}_${suffix}`), type, length, values, results);
   if (wanted)
     wanted.forEach((out, d) => {
       if (kindOf(out) === 'Array') for (let i = 0; i < length; ++i) out[i] = results[d][i];
@@ -382,110 +384,50 @@ function applyToArrays({ name, family, parts }, suffix, given, argument) {
   return parts ? Object.fromEntries(parts.map((part, d) => [part, outcome[d]])) : outcome[0];
 }
 
-/** A function for numbers alone, one at a time. */
-function numberCall(family, name, sources, parts) {
-  let call;
-  let heap;
-  let [x, y, r, s] = [];
-  const start = () => {
-    const entry = entryOf(name);
-    const address = entry.places;
-    heap = entry.heap['64f'];
-    [x, y, r, s] = address.map((place) => place / 8);
-    const f = entry.call;
-    const [px, py, pr, ps] = address;
-    if (parts) call = () => f(px, pr, ps, 1);
-    else if (sources === 2) call = () => f(px, py, pr, 1);
-    else call = () => f(px, pr, 1);
-  };
-  if (parts)
-    return (a) => {
-      if (call === undefined) start();
-      heap[x] = a;
-      lastStatus = call();
-      return { [parts[0]]: heap[r], [parts[1]]: heap[s] };
-    };
-  if (sources === 2)
-    return (a, b) => {
-      if (call === undefined) start();
-      heap[x] = a;
-      heap[y] = b;
-      lastStatus = call();
-      return heap[r];
-    };
-  return (a) => {
-    if (call === undefined) start();
-    heap[x] = a;
-    lastStatus = call();
-    return heap[r];
-  };
+/** What a function of numbers needs, for doubles: the export, the memory, and where the numbers stand in
+ *  it, by element and by address. */
+function numberEntry({ family }, suffix) {
+  const { call, heap, places } = entryOf(`qels${family}_${suffix}`);
+  const [px, py, pr, ps] = places;
+  const [x, y, r, s] = places.map((place) => place / 8);
+  return { call, heap: heap['64f'], x, y, r, s, px, py, pr, ps };
+}
+
+/** `out` is for arrays; a number there is what `array.map` passes, and means nothing. */
+function refuseOut({ name, parts }, out) {
+  if (typeof out !== 'number' && outOf(name, out, parts))
+    throw new TypeError(`${name}: out goes with an array, and there are only numbers`);
+}
+
+function named(name, f) {
+  return Object.defineProperty(f, 'name', { value: name });
 }
 
 /** The functions of one class of doubles, with the `checked` form of each. */
-function functionsOf(doubleClass) {
-  const suffix = (type) => (type === '64f' ? doubleClass : '32f_A11');
+function functionsOf(suffix) {
   const functions = {};
   const checked = {};
   for (const row of built.functions) {
-    const { name, family, sources, parts } = row;
-    const ofNumbers = numberCall(family, `qels${family}_${doubleClass}`, sources, parts);
-    /** `out` is for arrays; a number there is what `array.map` passes, and means nothing. */
-    const refuseOut = (argument) => {
-      if (argument !== undefined && typeof argument !== 'number' && outOf(name, argument, parts))
-        throw new TypeError(`${name}: out goes with an array, and there are only numbers`);
-    };
-    const f =
-      sources === 1
-        ? (x, out) => {
-            if (typeof x !== 'number') return applyToArrays(row, suffix, [x], out);
-            if (out !== undefined) refuseOut(out);
-            return ofNumbers(x);
-          }
-        : (x, y, out) => {
-            if (typeof x !== 'number' || typeof y !== 'number')
-              return applyToArrays(row, suffix, [x, y], out);
-            if (out !== undefined) refuseOut(out);
-            return ofNumbers(x, y);
-          };
-    Object.defineProperty(f, 'name', { value: name });
+    const { name } = row;
+    const f = texts[suffix][name] ? named(name, texts[suffix][name](row, suffix)) : accurate[name];
     functions[name] = f;
-    checked[name] = (...given) => {
+    checked[name] = named(name, (...given) => {
       const result = f(...given);
       return { result, status: lastStatus };
-    };
-    Object.defineProperty(checked[name], 'name', { value: name });
+    });
   }
   return { ...functions, checked: Object.freeze(checked) };
 }
 
 /** An object with the shape of `Math`: what is not exact by its definition is ours, or absent. */
-function mathLike(functions) {
+function mathLike() {
   const like = {};
-  const define = (name, value, changes) =>
-    Object.defineProperty(like, name, { value, enumerable: false, ...changes });
+  const define = (name, value) => Object.defineProperty(like, name, { value });
   for (const name of ['E', 'LN10', 'LN2', 'LOG10E', 'LOG2E', 'PI', 'SQRT1_2', 'SQRT2'])
     define(name, Math[name]);
   for (const name of 'abs ceil clz32 f16round floor fround imul max min round sign sumPrecise trunc'.split(' '))
     if (typeof Math[name] === 'function') define(name, Math[name]);
-  for (const { name, sources } of built.functions) {
-    if (typeof Math[name] !== 'function') continue;
-    const f = functions[name];
-    // As `Math` does, these take anything that converts to a number. `Math.pow` is its own where one
-    // argument is 1 and the other infinite or not a number.
-    const ours = {
-      [name]:
-        name === 'pow'
-          ? (x, y) => {
-              const [a, b] = [+x, +y];
-              const undecided = b !== b || ((a === 1 || a === -1) && (b === Infinity || b === -Infinity));
-              return undecided ? NaN : f(a, b);
-            }
-          : sources === 2
-            ? (x, y) => f(+x, +y)
-            : (x) => f(+x),
-    };
-    define(name, ours[name]);
-  }
+  for (const [name, text] of Object.entries(texts.Math)) define(name, named(name, text(accurate[name])));
   define(Symbol.toStringTag, 'Math');
   return Object.freeze(like);
 }
@@ -496,7 +438,7 @@ const accurate = functionsOf('64f_A53');
 const qelvm = {
   ...accurate,
   a50: Object.freeze(functionsOf('64f_A50')),
-  Math: mathLike(accurate),
+  Math: mathLike(),
   ready,
   raw: entryOf,
   Status: Object.freeze(built.statuses),
