@@ -6,6 +6,8 @@
 #   tools/figures.sh accuracy FAMILY [INPUTS]
 #                                          the rows of that family alone, and its picture
 #   tools/figures.sh performance           docs/performance.md, in two minutes; on an idle machine
+#   tools/figures.sh engines               docs/engines.md, of the results that ./test.sh --platforms has left
+#                                          in build/engines/
 set -euo pipefail
 caller=$PWD # for setup.sh
 cd "$(dirname "$0")/.."
@@ -73,6 +75,10 @@ EOF
   sed -n '/^## Where the time goes/,$p' docs/performance.md
 }
 
+engines() {
+  node tests/web/table.mjs "${QELVM_BUILD_DIR:-build}/engines" "${QELVM_BUILD_DIR:-build}/web"
+}
+
 # rows FAMILY: its rows of the accuracy, measured again; what a failure says on standard error.
 rows() {
   "$build/tests/accuracy" "$build/src/libqelvmpx.so.5" --exports "$1_64f" --plots docs/accuracy
@@ -107,7 +113,7 @@ if [ "$table" = performance ]; then
   require_packages "${figure_packages[@]}" || say "measuring without them"
 fi
 case $table in
-accuracy | performance)
+accuracy | performance | engines)
   trap 'rm -f "docs/$table.md.new"' EXIT
   if [ -n "$family" ]; then replace "$family"; else "$table" "$inputs"; fi > "docs/$table.md.new"
   mv "docs/$table.md.new" "docs/$table.md"

@@ -89,7 +89,7 @@ export class Charts {
       height,
       legend: { show: false },
       scales: { x: { time: false, distr: axis.logarithmic ? 3 : 1, range: () => axis.range }, y: { range: () => y } },
-      axes: [{ ...axisStyle, values: (u, ticks) => ticks.map((t) => (t === null ? '' : String(+t.toPrecision(12)))) },
+      axes: [{ ...axisStyle, size: 34, values: (u, ticks) => ticks.map((t) => (t === null ? '' : String(+t.toPrecision(12)))) },
         { ...axisStyle, size: 64 }],
       series: [{}, ...series],
       cursor: {

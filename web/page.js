@@ -2,9 +2,6 @@ import { proxy, wrap } from './lib/comlink.js';
 import { Axis, Charts } from './charts.js';
 import { bitsText, decimalText, formats, hexadecimalText, neighbour, parse, toNumber } from './numbers.js';
 
-const statuses = {
-  0: 'Ok', 12: 'Overflow', 17: 'Underflow', 18: 'Singularity', 19: 'Domain',
-};
 const at = (id) => document.getElementById(id);
 
 /** An element with attributes and children. */
@@ -90,7 +87,8 @@ function second() {
 /** Both plots over the axis's range, and the results at the argument. */
 async function show() {
   const change = latest, y = second();
-  at('range').textContent = axis.range.map((x) => +x.toPrecision(6)).join(' to ');
+  const digits = axis.range.every((x, i) => x === axis.whole[i]) ? 3 : 6;
+  at('range').textContent = axis.range.map((x) => +x.toPrecision(digits)).join(' to ');
   charts.errors(axis, measured.x, measured.ours.errors, measured.math?.errors, familyBound());
   if (y === null) return;
   const x = axis.samples();
@@ -182,7 +180,7 @@ async function evaluate() {
     return element('article', { class: step === 0 ? 'card here' : 'card' },
       element('h3', {}, ['one ulp below', 'the argument', 'one ulp above'][step + 1]),
       element('dl', {}, ...line('argument', of), ...results.flatMap((bits, d) => line(titles[d], bits)),
-        element('dt', {}, 'status'), element('dd', {}, statuses[status] ? `${status} (${statuses[status]})` : `${status}`),
+        element('dt', {}, 'status'), element('dd', {}, status),
         ...(math === null ? []
           : math === results[0] ? [element('dt', {}, `Math.${reference}`), element('dd', {}, 'the same bits')]
           : line(`Math.${reference}: other bits`, math, undefined, 'differs'))));

@@ -2,6 +2,7 @@
 
 import { expose } from './lib/comlink.js';
 import { errorsOf, exactData, mathFunction, mathResults } from './exact.js';
+import qelvm from './lib/qelvm/index.mjs';
 import { goldenHashes } from './lib/qelvm/check.mjs';
 import { apply } from './library.js';
 import { formats, toBits } from './numbers.js';
@@ -47,7 +48,7 @@ expose({
     const number = (n) => new format.Floats(bits(n).buffer)[0];
     return {
       results: results.map((array) => BigInt(array[0])),
-      status,
+      status: `${status}: ${qelvm.statusText(status)}`,
       math: f ? toBits(f(number(x), number(y)), format) : null,
     };
   },
