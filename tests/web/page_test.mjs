@@ -39,6 +39,7 @@ try {
   assert.equal(whole, '-10 to 10');
   await page.click('[data-zoom=in]');
   await page.waitForFunction((r) => document.querySelector('#range').textContent !== r, {}, whole);
+  await page.$eval('#plots', (e) => e.scrollIntoView());
   const plot = await (await page.$('#errors .u-over')).boundingBox();
   const before = await range();
   await page.mouse.move(plot.x + plot.width * 0.3, plot.y + 50);
