@@ -11,8 +11,8 @@ Builds and runs the tests. The last line is 'N passed, N failed, N skipped'.
   ./test.sh                what this machine can run, in about two minutes
   ./test.sh -L values      one layer: these options of ctest choose tests: -L -LE -R -E REGEX;
                            -V shows what they print, -j N runs N at once
-  ./test.sh --platforms    also other compilers and options, the Windows libraries under Wine, and
-                           other processors under QEMU; ends with a table of the platforms
+  ./test.sh --platforms    also other compilers and options, the Windows libraries under Wine,
+                           other processors under QEMU, and engines of JavaScript; ends with a table of the platforms
 QELVM_BUILD_DIR=FOLDER builds there instead of in build/.
 END
 }
@@ -436,6 +436,30 @@ END
   check "package for JavaScript" js/test/run.sh "$directory/npm" || true
 }
 
+# The page of web/ with real clicks, and the package in engines of JavaScript, each where it can be had.
+web_tests() {
+  # shellcheck source=tools/page.sh
+  . tools/page.sh
+  check "page build" build_page "$build_root/linux" || return 0
+  local engine packages
+  while read -r engine packages; do
+    # shellcheck disable=SC2086
+    require_packages $packages || { skip "engine $engine" "cannot be installed" && continue; }
+    check "engine $engine" node "$build_root/npm/engines.mjs" "$engine" "$build_root/engines" \
+      "$build_root/web" "$build_root/linux" || true
+    case $engine in
+    chromium | firefox)
+      check "page in $engine" node "$build_root/npm/page_test.mjs" "$engine" "$build_root/web" || true
+      ;;
+    esac
+  done << 'END'
+node
+chromium chromium
+firefox firefox-esr
+webkit webkit2gtk-driver xvfb xauth
+END
+}
+
 build_reference() {
   { cat docs/Doxyfile && echo "OUTPUT_DIRECTORY = \"$build_root\""; } | doxygen -
 }
@@ -494,6 +518,7 @@ if $platforms; then
   fortran_tests
   mpi_tests
   wasm_tests
+  web_tests
   quality_tests
   python_tests
   dask_tests

@@ -9,6 +9,8 @@
 #   tools/figures.sh python [COUNT]        its last part, on the Python package beside NumPy and SciPy
 #                                          (python3-scipy); a quarter of an hour for the default, one
 #                                          million arguments
+#   tools/figures.sh engines               docs/engines.md, of the results that ./test.sh --platforms has left
+#                                          in build/engines/
 set -euo pipefail
 caller=$PWD # for setup.sh
 cd "$(dirname "$0")/.."
@@ -84,6 +86,10 @@ python() {
   "$interpreter" tools/python_figures.py "$build" "$1" | sed '$d'
 }
 
+engines() {
+  node tests/web/table.mjs "${QELVM_BUILD_DIR:-build}/engines" "${QELVM_BUILD_DIR:-build}/web"
+}
+
 # rows FAMILY: its rows of the accuracy, measured again; what a failure says on standard error.
 rows() {
   "$build/tests/accuracy" "$build/src/libqelvmpx.so.5" --exports "$1_64f" --plots docs/accuracy
@@ -118,7 +124,7 @@ if [ "$table" = performance ]; then
   require_packages "${figure_packages[@]}" || say "measuring without them"
 fi
 case $table in
-accuracy | performance | python)
+accuracy | performance | python | engines)
   document=docs/${table/python/performance}.md
   trap 'rm -f "$document.new"' EXIT
   if [ -n "$family" ]; then replace "$family"; else "$table" "$inputs"; fi > "$document.new"
