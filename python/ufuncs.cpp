@@ -254,18 +254,13 @@ bool add(PyObject* ufuncs, const char* documentation, std::initializer_list<cons
   return done;
 }
 
-bool addAccurate(PyObject* ufuncs) {
-#define QELVM_UFUNC(family, accurate, faster, ...)                                                 \
-  if (!add<qels##family##_32f_A24, qels##family##_64f_A53>(ufuncs, accurate, {__VA_ARGS__}))       \
-    return false;
-#include "ufuncs.inc"
-#undef QELVM_UFUNC
-  return true;
-}
-
-bool addFaster(PyObject* ufuncs) {
-#define QELVM_UFUNC(family, accurate, faster, ...)                                                 \
-  if (!add<qels##family##_32f_A24, qels##family##_64f_A50>(ufuncs, faster, {__VA_ARGS__}))         \
+template <bool faster>
+bool addAll(PyObject* ufuncs) {
+#define QELVM_UFUNC(family, accurateText, fasterText, ...)                                         \
+  if (!add < qels##family##_32f_A24,                                                               \
+      faster                                                                                       \
+          ? qels##family##_64f_A50                                                                 \
+          : qels##family##_64f_A53 > (ufuncs, faster ? fasterText : accurateText, {__VA_ARGS__}))  \
     return false;
 #include "ufuncs.inc"
 #undef QELVM_UFUNC
@@ -316,7 +311,7 @@ PyMODINIT_FUNC PyInit__ufuncs() {
   import_umath();
   PyObject* module = PyModule_Create(&definition);
   if (module != nullptr &&
-      !(addUfuncs(module, "a53", addAccurate) && addUfuncs(module, "a50", addFaster))) {
+      !(addUfuncs(module, "a53", addAll<false>) && addUfuncs(module, "a50", addAll<true>))) {
     Py_DECREF(module);
     return nullptr;
   }
