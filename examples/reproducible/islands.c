@@ -18,7 +18,8 @@ enum { rings = 2, islands = 16 };
 
 static void step(REAL* x, long year) {
   const REAL one = 1, half = one / 2;
-  REAL argument[islands], climate[islands], eaten[islands], growth[islands], y[islands], leave[islands];
+  REAL argument[islands], climate[islands], eaten[islands], growth[islands], y[islands],
+      leave[islands];
   for (int i = 0; i < islands; ++i)
     argument[i] = (REAL)year * (one / 64) + (REAL)i;
   EXPORT(Sin)(argument, climate, islands);

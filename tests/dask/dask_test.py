@@ -29,6 +29,7 @@ job = pathlib.Path(__file__).resolve().parents[2] / "examples/dask/zarr_job.py"
 sys.path.insert(0, str(job.parent))
 import zarr_job  # noqa: E402
 
+package = str(pathlib.Path(qelvm.__file__).resolve().parents[1])
 x = np.random.default_rng(1).uniform(-3, 3, (60, 50))
 
 
@@ -99,7 +100,7 @@ class Job(unittest.TestCase):
     def start(cls, *arguments, **environment):
         return subprocess.Popen([sys.executable, job, *map(str, arguments)], cwd=cls.folder, text=True,
                                 stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                env=dict(os.environ, **environment))
+                                env=dict(os.environ, PYTHONPATH=package, **environment))
 
     @classmethod
     def finish(cls, process):

@@ -1,4 +1,5 @@
-// Calls an export by its name, as a C program calls it: what the module for Fortran is compared with.
+// Calls an export by its name, as a C program calls it: what the module for Fortran is compared
+// with.
 #include <qelvm.h>
 #include <string.h>
 
