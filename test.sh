@@ -350,6 +350,10 @@ neon_tests() {
 web_tests() {
   # shellcheck source=tools/page.sh
   . tools/page.sh
+  if ! require_packages "${wasm_packages[@]}" || ! require_npm; then
+    skip "page and engines" "no compiler for WebAssembly, or no npm"
+    return
+  fi
   check "page build" build_page "$build_root/linux" || return 0
   local engine packages
   while read -r engine packages; do
@@ -368,6 +372,34 @@ chromium chromium
 firefox firefox-esr
 webkit webkit2gtk-driver xvfb xauth
 END
+}
+
+# WebAssembly: the library in both its modules, and the package for JavaScript in Node.
+wasm_tests() {
+  local directory=$build_root/wasm program code platform run
+  if ! require_packages "${build_packages[@]}" "${wasm_packages[@]}"; then
+    skip_platform wasm "no compiler for it"
+    return
+  fi
+  command -v node > /dev/null || require_packages "${node_packages[@]}" || {
+    skip_platform wasm "no Node"
+    return
+  }
+  command -v npm > /dev/null || require_packages npm || say "no npm"
+  layer wasm build build "$directory" --toolchain cmake/wasm32.cmake -DQELVM_TESTS=ON || return 0
+  layer wasm binary node tests/binary/check_module.mjs "$directory/js/qelvm.wasm" \
+    "$directory/js/qelvm-simd.wasm" || true
+  rows+=("wasm simd")
+  while read -r program code platform; do
+    run=(node tests/library/run_wasi.mjs "$directory/tests/$program.wasm" "$platform")
+    layer "$platform" frame "${run[@]}" frame "$code" || true
+    layer "$platform" values "${run[@]}" values families || true
+    layer "$platform" golden "${run[@]}" golden families || true
+  done << 'END'
+library_checks px wasm
+library_checks_simd wsd wasm simd
+END
+  check "package for JavaScript" js/test/run.sh "$directory/npm" || true
 }
 
 build_reference() {
@@ -413,6 +445,7 @@ if $platforms; then
   windows_tests
   processor_tests
   neon_tests
+  wasm_tests
   web_tests
   quality_tests
   print_table

@@ -8,6 +8,8 @@ figure_packages=(libsleef-dev) # its functions are measured too, where they are 
 windows_packages=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 llvm clang lld python3)
 wine_packages=(wine wine32:i386 wine64)
 clang_packages=(clang)
+wasm_packages=(clang lld llvm wasi-libc libc++-14-dev-wasm32 libclang-rt-14-dev-wasm32)
+node_packages=(nodejs)
 emulator_packages=(qemu-user)
 instrumentation_packages=(clang llvm libclang-rt-14-dev)
 

@@ -12,7 +12,8 @@
 #include <type_traits>
 #include <vector>
 
-#ifdef __wasm__ // it has no exception flags, nor names for them: what is checked is that none is set
+#ifdef __wasm__ // it has no exception flags, nor names for them: what is checked is that none is
+                // set
 #define FE_INVALID 1
 #define FE_DIVBYZERO 4
 #define FE_OVERFLOW 8

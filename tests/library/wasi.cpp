@@ -1,4 +1,5 @@
-// WebAssembly has no exceptions in this toolchain: what throws one ends the program with its reason.
+// WebAssembly has no exceptions in this toolchain: what throws one ends the program with its
+// reason.
 #include <cstddef>
 #include <cstdlib>
 #include <exception>
