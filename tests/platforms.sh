@@ -346,6 +346,10 @@ END
 web_tests() {
   # shellcheck source=tools/page.sh
   . tools/page.sh
+  if ! require_packages "${wasm_packages[@]}" || ! require_npm; then
+    skip "page and engines" "no compiler for WebAssembly, or no npm"
+    return
+  fi
   check "page build" build_page "$build_root/linux" || return 0
   local engine packages
   while read -r engine packages; do

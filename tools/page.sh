@@ -1,7 +1,10 @@
 # Sourced, after setup.sh, where the page of web/ is needed.
 # shellcheck shell=bash
 
-page_packages=(clang lld wasi-libc libc++-14-dev-wasm32)
+require_npm() { # some packages of node bring it
+  command -v node > /dev/null || require_packages "${node_packages[@]}" || return 1
+  command -v npm > /dev/null || require_packages npm
+}
 
 # build_page BUILD [--omit=dev]: builds the page in $build_root/web, with the exact results of a build of
 # the library with its tests; and $build_root/npm, where its server and what tests it find the packages
@@ -9,9 +12,8 @@ page_packages=(clang lld wasi-libc libc++-14-dev-wasm32)
 build_page() {
   local library=$1 npm=$build_root/npm log=$build_root/npm.log
   shift
-  require_packages "${page_packages[@]}" || return 1
-  command -v node > /dev/null && command -v npm > /dev/null || require_packages nodejs npm || return 1
-  build "$build_root/wasm" --toolchain cmake/wasm32.cmake -DQELVM_TESTS=OFF || return 1
+  require_packages "${wasm_packages[@]}" && require_npm || return 1
+  build "$build_root/wasm" --target npm_package --toolchain cmake/wasm32.cmake -DQELVM_TESTS=OFF || return 1
   build "$library" --target exact -DQELVM_TESTS=ON || return 1
   mkdir -p "$npm" && cp web/package.json web/serve.mjs tests/web/*.* "$npm" || return 1
   (cd "$npm" && npm install --no-package-lock --no-audit --no-fund "$@") > "$log" 2>&1 ||

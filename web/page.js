@@ -46,6 +46,7 @@ async function check() {
   const different = [];
   const verdict = at('verdict');
   verdict.className = '';
+  verdict.textContent = `Computing the hash of every export: 0 of ${names.length} …`;
   checker ??= start();
   await checker.golden(proxy((n, same) => {
     squares[n].className = same ? 'good' : 'bad';

@@ -11,6 +11,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include <bit>
 #include <cstdio>
 #include <random>
 #include <stdexcept>

@@ -84,8 +84,10 @@ try {
   }
   await type('#argument', '0.1');
   await until('recovered', '.card.here', '1\\.1051709180756477');
-  await page.click('#check-again');
-  await until('progress', '#verdict', 'of 135 …$');
+  const progress = until('progress', '#verdict', 'of 135 …$');
+  await page.focus('#check-again');
+  await page.keyboard.press('Enter');
+  await progress;
 
   // A function by its address; a phone; dark.
   await page.goto(`${address}/#Tan_64f_A53`);
