@@ -85,7 +85,7 @@ struct ExpShort {
   }
 
   QELVM_INLINE V value() const { return significand; }
-  double subnormal() const { return (significand * subnormalScale(m)) * subnormalUnscale; }
+  V subnormal() const { return (significand * subnormalScale(m)) * subnormalUnscale; }
 };
 
 /// A53 and 32f: the significand as power + rest, where power is the leading part of 2^(j/64).
@@ -109,18 +109,18 @@ struct ExpLong {
   QELVM_INLINE V value() const { return power + rest; }
 
   /// (power + rest) 2^m, rounded once at the place where the subnormal result ends.
-  double subnormal() const {
-    const double scale = subnormalScale(m);
-    const double a = rest * scale;
-    const double b = power * scale;
+  V subnormal() const {
+    const V scale = subnormalScale(m);
+    const V a = rest * scale;
+    const V b = power * scale;
     if (exponentField(scale) <= 50) // below 2^-1032: the sum has more bits than the result
       return (b + a) * subnormalUnscale;
     // The leading 21 bits scale exactly, so the only rounding of the final sum is that of the rest.
     // (roundedOnceTimes2ToMinus200 would round the rest of 26 bits, with other bits here and
     // there.)
-    const DoubleDouble sum = fastTwoSum(b, a);
-    const double hi = keepLeadingBits(sum.hi, 0x1.8p32);
-    const double lo = sum.lo + (sum.hi - hi);
+    const DoubleDoubleOf<V> sum = fastTwoSum(b, a);
+    const V hi = keepLeadingBits(sum.hi, 0x1.8p32);
+    const V lo = sum.lo + (sum.hi - hi);
     return hi * subnormalUnscale + lo * subnormalUnscale;
   }
 };
