@@ -61,18 +61,6 @@ Real power(int j) {
   return Real::apply(mpfr_exp2, Real(j) / Real(64));
 }
 
-/// Pieces of R: even ones. Next to zero row 0 reaches a power of two: there by binades, and apart
-/// the place where S is the middle between 1 and the double below it, which may be rounded either
-/// way.
-std::vector<Interval> piecesOfR(int j, int count) {
-  auto result = pieces(Interval::within(largestR), count);
-  if (j != 0)
-    return result;
-  for (int e = -9; e >= -56; --e)
-    result = cutAt(result, -std::ldexp(1, e));
-  return cutAt(cutAt(result, -0x1.004p-54), -0x1.ff8p-55);
-}
-
 /// The scripts of one row: `formula` gives S by the names of a script.
 template <class Kernel>
 void row(Proof& proof, const std::string& name, Proof::Export library, int j, int count) {
@@ -86,7 +74,7 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, in
   const double error = polynomialError(tail, red.r, "expm1(x) - x", Interval::within(largestR));
   Recorder::get().freeze();
   proof.replay(text(name, " row ", j), library, red.x, result, Proof::uniform(-708, 708));
-  for (const Interval& piece : piecesOfR(j, count)) {
+  for (const Interval& piece : pieces(Interval::within(largestR), count)) {
     Script s(text(name, " row ", j, " ", piece));
     red.constants(s);
     s.cut(red.n, "N", "fixed<0,ne>");
@@ -103,7 +91,6 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, in
         s.stands(Term(lo), "ell");
       const Term rest = operand(value, 1);
       s.define("S", text("Mvalue + ", hi, "*(ell*(Mr + Q))"));
-      s.hint(text("value - S -> (value - Mvalue) + -(", hi, "*(ell*(Mr + Q)))"));
       s.goal(text("|", rest, "| <= 0x1p-6"));
       s.goal(text("|", hi, " + ", rest, " - S| <= ", longError));
       s.hint(text(hi, " + ", rest, " - S -> (", rest, " - ", s.ideal(rest), ") + -(", hi,
@@ -113,11 +100,16 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, in
       if (j != 0)
         s.truth(Term(rounded), "P", enclosure(power(j) - Real(rounded)));
       s.define("S", "Mvalue");
+      s.goal(j == 0 ? "value >= 0.5" : "value - 1 >= 0 /\\ value <= 2");
       s.goal(text("|value - S| <= ", j == 0 && piece.high <= 0 ? shortErrorBelowOne : shortError));
     }
     if (j == 0 && piece.low >= 0)
       s.goal("value >= 1"); // with 2^-1022 it is normal
-    s.bound(name + " normal", text("(value - S)/", j == 0 && piece.high <= 0 ? 0x1p-53 : 0x1p-52));
+    const double ulp = j == 0 && piece.high <= 0 ? 0x1p-53 : 0x1p-52;
+    if (isLong || j == 0)
+      s.lastRounding(name + " normal", value, "S", ulp);
+    else // off by more than an ulp before the last rounding, but far from a power of two
+      s.bound(name + " normal", text("(value - S)/", ulp));
     proof.add(s);
   }
   proof.coversReals(text(name, " row ", j), Interval::within(largestR));
@@ -187,8 +179,8 @@ void ends() {
   require(first.m == -1022 && first.j == 0 && lastBelow.m == -1022 && lastBelow.j == 0,
           "where m is -1022 there, the row is 0, and R has the sign of the side");
   require(less(Real::apply(mpfr_exp, Real(largestR)) * power(63), Real(2)) &&
-              less(Real(0.99), exp(-largestR)),
-          "S is in [0.99,2]");
+              less(Real(0.99), exp(-largestR)) && less(Real(1), exp(-largestR) * power(1)),
+          "S is in [0.99,2], in [1,2] from row 1 on");
   require(less(exp(Limits::overflow) + twoTo(972), twoTo(1024)),
           "no result within two ulps overflows");
   require(less(exp(below(Limits::underflow)), twoTo(-1075)), "zero is the nearest below");
@@ -205,7 +197,7 @@ void tiny(Proof& proof, const std::string& name, Proof::Export library) {
     s.cut(x, "x");
     proof.over(s, name + " tiny", "x", side);
     s.truth(value, "S", {0, 0x1p-104}); // e^x - 1 - x is below x^2, for |x| < 1
-    s.bound(name + " normal", text("(value - S)/", side.low < 0 ? 0x1p-53 : 0x1p-52));
+    s.lastRounding(name + " normal", value, "S", side.low < 0 ? 0x1p-53 : 0x1p-52);
     proof.add(s);
   }
   proof.coversReals(name + " tiny", Interval::within(0x1p-52));

@@ -79,7 +79,7 @@ def run(script, cache):
     try:
         status, _, output = kept.read_text().partition("\n")
     except FileNotFoundError:
-        done = subprocess.run(["gappa", "-Eprecision=100"], input=script.text, stdout=subprocess.PIPE,
+        done = subprocess.run(["gappa"], input=script.text, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, text=True)
         status, output = str(done.returncode), done.stdout
         part = kept.with_suffix(f".{os.getpid()}.{id(script)}")

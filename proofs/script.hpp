@@ -95,6 +95,21 @@ public:
     goal(name + " in ?");
   }
 
+  /// The error of `value` in ulps of the exact result, which are not below `ulp` in this script: by
+  /// Lemma Last Rounding, half an ulp and what its operation, unrounded, is off by.
+  void lastRounding(const std::string& label, const Term& value, const std::string& exact,
+                    double ulp) {
+    const std::string before = text("(", operationOf(value), " - ", exact, ")"),
+                      error = text("|", before, "|/", ulp);
+    goal(text(error, " <= 1"));
+    bound(label, "0.5 + " + error);
+  }
+  /// The operation that gives a term, not rounded.
+  static std::string operationOf(const Term& t) {
+    const Node& n = nodeOf(t.id);
+    return ref(n.args[0]) + " " + n.label + " " + ref(n.args[1]);
+  }
+
   /// The ideal of a term, as its users see it.
   std::string ideal(const Term& t) const { return seenText(t.id); }
 
@@ -128,7 +143,7 @@ public:
                                   lastPlace(id), ") /\\ ", n.name, " -/ ", ref(n.args[0]),
                                   " in [-1b-", n.bits, ",1b-", n.bits, "]"));
       if (exact_.count(id) != 0) {
-        const std::string operation = ref(n.args[0]) + " " + n.label + " " + ref(n.args[1]);
+        const std::string operation = operationOf(Term::ofNode(id));
         goals.push_back("rnd(" + operation + ") - (" + operation + ") in [0,0]");
       }
       if (n.kind == Kind::rounded && seenText(id) != n.name && mentioned(seenText(id)))
@@ -282,7 +297,7 @@ private:
       emitAll(ref(a));
     switch (n.kind) {
     case Kind::rounded: {
-      const std::string operation = ref(n.args[0]) + " " + n.label + " " + ref(n.args[1]);
+      const std::string operation = operationOf(Term::ofNode(id));
       body_ += n.name + " = " + (exact_.count(id) ? operation : "rnd(" + operation + ")") + ";\n";
       // (for `t ~ Mt`)
       emitAll(seenText(id));
