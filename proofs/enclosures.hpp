@@ -113,23 +113,27 @@ inline std::string formulaOf(const Term& t, const Term& variable, const std::str
   return "(" + of(0) + n.label + of(1) + ")";
 }
 
-/// A bound of |polynomial - function| for the variable x in an interval (with double ends), proven
-/// by Sollya's supnorm, which takes the polynomial as recorded: one last bit of a coefficient
-/// counts. `function` is a formula in x; with `relative`, the bound is of |polynomial / function -
-/// 1|.
-inline double polynomialError(const Term& polynomial, const Term& variable,
-                              const std::string& function, Interval range, bool relative = false) {
-  const std::string question = "display = hexadecimal!;\nprec = 400!;\nverbosity = 1!;\np = " +
-                               formulaOf(polynomial, variable, "x") + ";\nf = " + function +
-                               ";\ns = supnorm(horner(simplify(p)), f, " + range.text() + ", " +
-                               (relative ? "relative" : "absolute") +
-                               ", 2^(-10));\nprint(round(sup(s), double, RU));\nquit;\n";
+/// A bound of |polynomial - function| over an interval (with double ends), proven by Sollya's
+/// supnorm. Both are formulas in x, the polynomial made of recorded ones: one last bit of a
+/// coefficient counts. With `relative`, the bound is of |polynomial / function - 1|.
+inline double polynomialError(const std::string& polynomial, const std::string& function,
+                              Interval range, bool relative = false) {
+  const std::string question =
+      "display = hexadecimal!;\nprec = 400!;\nverbosity = 1!;\np = " + polynomial +
+      ";\nf = " + function + ";\ns = supnorm(horner(simplify(p)), f, " + range.text() + ", " +
+      (relative ? "relative" : "absolute") +
+      ", 2^(-10));\nprint(round(sup(s), double, RU));\nquit;\n";
   const std::string answer = askSollya(question);
   char* end = nullptr;
   const double bound = std::strtod(answer.c_str(), &end);
   if (end == answer.c_str() || !(bound >= 0) || std::isinf(bound))
     fail("sollya answers '" + answer + "' to: " + question);
   return bound;
+}
+/// The same for a recorded term as a polynomial in another.
+inline double polynomialError(const Term& polynomial, const Term& variable,
+                              const std::string& function, Interval range, bool relative = false) {
+  return polynomialError(formulaOf(polynomial, variable, "x"), function, range, relative);
 }
 
 } // namespace qelvm::proof

@@ -18,7 +18,7 @@ namespace {
 constexpr double largestN = 68800, largestR = 0x1.62e48p-8;
 constexpr double longError = 0x1.5p-58; // of power + rest, as a significand
 constexpr double shortError = 0x1p-51;  // of the A50 significand
-constexpr double shortErrorBelowOne = 0x1.2p-54;
+constexpr double shortErrorBelowOne = 0x1.1p-53;
 
 struct Reduction {
   Term x = Term::argument("x");
@@ -92,6 +92,8 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, in
       const Term rest = operand(value, 1);
       s.define("S", text("Mvalue + ", hi, "*(ell*(Mr + Q))"));
       s.goal(text("|", rest, "| <= 0x1p-6"));
+      if (j == 0 && piece.high <= 0)
+        s.goal(text(rest, " <= 0x1p-60"));
       s.goal(text("|", hi, " + ", rest, " - S| <= ", longError));
       s.hint(text(hi, " + ", rest, " - S -> (", rest, " - ", s.ideal(rest), ") + -(", hi,
                   "*(ell*(Mr + Q)))"));
@@ -141,7 +143,8 @@ void subnormal(Proof& proof, const std::string& name, Proof::Export library, Int
       s.cut(method.power, "power");
       s.cut(method.rest, "rest");
       s.assume(text("power in ", Interval{1, top ? 1.0 : expPowers<Exp_64f_A50>[63]},
-                    " /\\ |rest| <= 0x1p-6 /\\ |power + rest - S| <= ", longError));
+                    " /\\ rest in ", Interval{-0x1p-6, top ? 0x1p-60 : 0x1p-6},
+                    " /\\ |power + rest - S| <= ", longError));
       std::string scaled; // what the scaling of `rest` costs
       if (nodeOf(result.id).label == "+") {
         const Term hi = operand(operand(result, 0), 0), lo = operand(operand(result, 1), 0);
@@ -197,6 +200,7 @@ void tiny(Proof& proof, const std::string& name, Proof::Export library) {
     s.cut(x, "x");
     proof.over(s, name + " tiny", "x", side);
     s.truth(value, "S", {0, 0x1p-104}); // e^x - 1 - x is below x^2, for |x| < 1
+    s.hint("1 + x - S -> -dS");
     s.lastRounding(name + " normal", value, "S", side.low < 0 ? 0x1p-53 : 0x1p-52);
     proof.add(s);
   }

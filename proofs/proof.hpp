@@ -127,6 +127,31 @@ inline std::vector<Interval> pieces(Interval whole, int count) {
   }
   return result;
 }
+/// For a function that is monotonic from doubles to integers, such as a sum with a shifter: every
+/// value on [low, high] with the doubles that have it, by bisection.
+template <class F>
+std::vector<std::pair<std::int32_t, Interval>> preimages(const F& f, Interval whole) {
+  std::vector<std::pair<std::int32_t, Interval>> result;
+  const auto ordered = [](double v) {
+    const auto bits = static_cast<std::int64_t>(bitsOf(v));
+    return bits >= 0 ? bits : std::numeric_limits<std::int64_t>::min() - bits;
+  };
+  const auto doubleOf = [](std::int64_t o) {
+    return std::bit_cast<double>(o >= 0 ? o : std::numeric_limits<std::int64_t>::min() - o);
+  };
+  for (double low = whole.low; low <= whole.high;) {
+    std::int64_t same = ordered(low), other = ordered(whole.high) + 1;
+    const std::int32_t value = f(low);
+    while (other - same > 1) {
+      const std::int64_t middle = same + (other - same) / 2;
+      (f(doubleOf(middle)) == value ? same : other) = middle;
+    }
+    result.push_back({value, {low, doubleOf(same)}});
+    low = above(doubleOf(same));
+  }
+  return result;
+}
+
 /// The pieces, the one that contains the point cut there.
 inline std::vector<Interval> cutAt(const std::vector<Interval>& pieces, double point) {
   std::vector<Interval> result;

@@ -20,8 +20,9 @@ import subprocess
 import sys
 import time
 
-# What Gappa may say without assuming anything: a rule that it knows already.
-HARMLESS = re.compile(r"^Warning: (relation already known|renaming identifier '\w+' as '\w+') at line \d+ column \d+$")
+# What Gappa may say without assuming anything: a rule that it knows or can do without.
+HARMLESS = re.compile(r"^Warning: (relation already known|no need for the rewriting|renaming identifier '\w+' as '\w+')"
+                      r" at line \d+ column \d+$")
 NUMBER = r"(-?\d+)(?:b(-?\d+))?"
 
 
