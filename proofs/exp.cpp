@@ -155,7 +155,6 @@ void subnormal(Proof& proof, const std::string& name, Proof::Export library, Int
                     " - (", shifted, " - ", shifter, "))"));
         s.exact(b);
         s.exact(operand(lo, 1));
-        s.exact(operand(result, 0));
         scaled = text(" + (", a, " - ", s.ideal(a), ")*", subnormalUnscale);
       }
       s.hint(text("result - ", exact, " -> (result - Mresult)", scaled, " + (power + rest - S)*1b",

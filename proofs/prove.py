@@ -75,17 +75,23 @@ def judge(script, status, output):
     return found, None
 
 
+def programs_in(folder):
+    return sorted(p for p in folder.iterdir() if p.is_file() and os.access(p, os.X_OK) and p.name != "lemmas")
+
+
 def run(script, cache):
-    kept = cache / (script.hash() + ".gappa")
-    try:
+    """What a script shows; kept by its text in a folder, unless that is None."""
+    kept = cache / (script.hash() + ".gappa") if cache else None
+    if kept and kept.exists():
         status, _, output = kept.read_text().partition("\n")
-    except FileNotFoundError:
+    else:
         done = subprocess.run(["gappa"], input=script.text, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, text=True)
         status, output = str(done.returncode), done.stdout
-        part = kept.with_suffix(f".{os.getpid()}.{id(script)}")
-        part.write_text(status + "\n" + output)
-        part.rename(kept)
+        if kept:
+            part = kept.with_suffix(f".{os.getpid()}.{id(script)}")
+            part.write_text(status + "\n" + output)
+            part.rename(kept)
     return judge(script, int(status), output)
 
 
@@ -107,8 +113,7 @@ def main():
     os.environ["QELVM_PROOF_CACHE"] = str(cache)
     cache.mkdir(parents=True, exist_ok=True)
     os.nice(10)
-    families = arguments.families.split(",") if arguments.families else sorted(
-        p.name for p in arguments.programs.iterdir() if p.is_file() and os.access(p, os.X_OK) and p.name != "lemmas")
+    families = arguments.families.split(",") if arguments.families else [p.name for p in programs_in(arguments.programs)]
     record, failed = [], 0
     for family in families:
         begin = time.time()
@@ -127,17 +132,19 @@ def main():
                         print(script.text)
                 continue
             for label, bound in bounds.items():
-                worst[label] = max(worst[label], (bound, script.name))
+                worst[label] = max(worst[label], (bound, script.name), key=lambda w: w[0])
             record.append(f"script {script.hash()[:32]} {family} {script.name}")
         failed += wrong
         print(f"{family}: {len(scripts)} scripts, {wrong} failed, {time.time() - begin:.1f} s")
         for label, (bound, name) in sorted(worst.items()):
             print(f"  {label}: {upwards(bound)} ({name})")
             record.append(f"bound {upwards(bound)} {label}")
+            record.append(f"worst {next(s for s in scripts if s.name == name).hash()[:32]} {label}")
     if failed:
         sys.exit(f"{failed} scripts failed")
     if arguments.record and not arguments.only:
         arguments.record.write_text("".join(line + "\n" for line in sorted(record)))
 
 
-main()
+if __name__ == "__main__":
+    main()

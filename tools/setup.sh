@@ -4,6 +4,7 @@
 build_packages=(g++ cmake ninja-build libfmt-dev libcli11-dev)
 test_packages=(libgtest-dev libmpfr-dev pkg-config binutils python3 mandoc)
 fit_packages=(sollya)
+proof_packages=(gappa)
 figure_packages=(libsleef-dev) # its functions are measured too, where they are there
 windows_packages=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 llvm clang lld python3)
 wine_packages=(wine wine32:i386 wine64)
