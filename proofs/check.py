@@ -8,6 +8,7 @@ PROGRAMS is the folder of the built proof programs. Every script must be the one
 records, and its worst script runs through Gappa, where that is installed.
 """
 
+import os
 import re
 import shutil
 import subprocess
@@ -38,11 +39,13 @@ for line in (ROOT / "proofs/record.txt").read_text().splitlines():
     elif kind == "worst":
         worst[rest] = value
 
-current = {}
-for program in prove.programs_in(programs):
-    for script in prove.scripts_of(program):
-        current[script.hash()[:32]] = script
-names = {(h, f"{s.family} {s.name}") for h, s in current.items()}
+os.environ.setdefault("QELVM_PROOF_CACHE", str((programs / "cache").resolve()))
+if not shutil.which("sollya"):
+    print("no Sollya, which bounds the polynomials: nothing compared")
+    sys.exit(77)
+scripts = [s for program in prove.programs_in(programs) for s in prove.scripts_of(program)]
+current = {s.hash()[:32]: s for s in scripts}
+names = {(s.hash()[:32], f"{s.family} {s.name}") for s in scripts}
 expect(f"the scripts are not those of proofs/record.txt ({len(names - recorded)} new, {len(recorded - names)} gone, "
        f"such as {sorted(n for _, n in names ^ recorded)[:3]}): run tools/prove.sh", names == recorded)
 for program in prove.programs_in(programs):
