@@ -128,6 +128,7 @@ check_platform() {
 base_tests() {
   require_packages "${build_packages[@]}" "${test_packages[@]}"
   require_packages "${fit_packages[@]}" || say "no Sollya"
+  require_packages "${proof_packages[@]}" || say "no Gappa"
   if $platforms; then
     set -- -C Fits "$@" # also what takes minutes: the fits of the tables
   fi
