@@ -85,23 +85,27 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, in
     s.truth(tail, "Q", Interval::within(error));
     if constexpr (isLong) {
       const double hi = expPowerPairs<Exp_64f_A53>[j].hi, lo = expPowerPairs<Exp_64f_A53>[j].lo;
-      s.define("ell", text(lo, " + dell"));
-      s.real("dell", enclosure(power(j) / Real(hi) - Real(1) - Real(lo)));
-      if (j != 0)
+      require(j != 0 || (hi == 1 && lo == 0), "row 0 is one");
+      if (j != 0) {
+        s.define("ell", text(lo, " + dell"));
+        s.real("dell", enclosure(power(j) / Real(hi) - Real(1) - Real(lo)));
         s.stands(Term(lo), "ell");
+      }
       const Term rest = operand(value, 1);
-      s.define("S", text("Mvalue + ", hi, "*(ell*(Mr + Q))"));
+      s.define("S", j == 0 ? "1 + (Mr + Q)" : text(hi, "*(1 + ell)*(1 + (Mr + Q))"));
       s.goal(text("|", rest, "| <= 0x1p-6"));
       if (j == 0 && piece.high <= 0)
         s.goal(text(rest, " <= 0x1p-60"));
       s.goal(text("|", hi, " + ", rest, " - S| <= ", longError));
-      s.hint(text(hi, " + ", rest, " - S -> (", rest, " - ", s.ideal(rest), ") + -(", hi,
-                  "*(ell*(Mr + Q)))"));
+      const std::string crossed = j == 0 ? "" : text(" + -(", hi, "*(ell*(Mr + Q)))");
+      s.hint(text(hi, " + ", rest, " - S -> (", rest, " - ", s.ideal(rest), ")", crossed));
     } else {
       const double rounded = expPowers<Exp_64f_A50>[j];
       if (j != 0)
         s.truth(Term(rounded), "P", enclosure(power(j) - Real(rounded)));
-      s.define("S", "Mvalue");
+      s.define("S", j == 0 ? "1 + (Mr + Q)" : "P*(1 + (Mr + Q))");
+      s.hint(text(s.operationOf(value), " - S -> ", s.operationOf(value), " - Mvalue"));
+      s.hint("value - S -> value - Mvalue");
       s.goal(j == 0 ? "value >= 0.5" : "value - 1 >= 0 /\\ value <= 2");
       s.goal(text("|value - S| <= ", j == 0 && piece.high <= 0 ? shortErrorBelowOne : shortError));
     }
@@ -198,7 +202,8 @@ void tiny(Proof& proof, const std::string& name, Proof::Export library) {
     Script s(text(name, " tiny ", side));
     s.cut(x, "x");
     proof.over(s, name + " tiny", "x", side);
-    s.truth(value, "S", {0, 0x1p-104}); // e^x - 1 - x is below x^2, for |x| < 1
+    s.real("dS", {0, 0x1p-104}); // e^x - 1 - x is below x^2, for |x| < 1
+    s.define("S", "1 + x + dS");
     s.hint("1 + x - S -> -dS");
     s.lastRounding(name + " normal", value, "S", side.low < 0 ? 0x1p-53 : 0x1p-52);
     proof.add(s);

@@ -28,6 +28,7 @@ struct Natural {
   static constexpr auto library = qelsLn_64f_A53;
   static constexpr auto shortLibrary = qelsLn_64f_A50;
   static constexpr const char* power = "x^2*"; // times the polynomial is the function
+  static constexpr const char* inU = "U*U*";
   static constexpr const char* function = "log1p(x) - x";
   static Real of(const Real& x) { return Real::apply(mpfr_log, x); }
 };
@@ -41,6 +42,7 @@ struct Decimal {
   static constexpr auto library = qelsLog10_64f_A53;
   static constexpr auto shortLibrary = qelsLog10_64f_A50;
   static constexpr const char* power = "x*";
+  static constexpr const char* inU = "U*";
   static constexpr const char* function = "log10(1 + x/0x1.bcp-2) - x";
   static Real of(const Real& x) { return Real::apply(mpfr_log10, x); }
 };
@@ -119,12 +121,16 @@ void row(Proof& proof, int j, Interval m) {
       const std::string w = text(leadingM.sum);
       s.hint(text("m - ", mHi, " -> -(", w, " - (m + ", Function::splitShifter, ")) + -(", mHi,
                   " - (", w, " - ", Function::splitShifter, "))"));
-      s.hint(text("Mu -> m*", r, " - ", Function::c));
-      s.hint(text(sum.uHi, " -> Mu - ", sum.uLo));
-      s.goal(text("|Mu| <= ", largestU));
+      s.define("U", text("m*", r, " - ", Function::c));
+      s.stands(u, "U");
+      s.hint(text("u - U -> u - (", sum.uHi, " + ", sum.uLo, ")"));
+      s.hint(text(sum.uHi, " -> U - ", sum.uLo));
+      s.goal(text("|U| <= ", largestU));
       s.real("dT", Interval::within(error));
       const Term trailing = operand(value, 1);
-      s.define("S", "Mvalue + dT");
+      s.define("S",
+               text("k*(", Function::log2Hi, " + LOG2) + (", entry.logHi,
+                    entry.logLo != 0 ? " + ROW" : "", ") + U + ", F::inU, s.ideal(p), " + dT"));
       s.hint(
           text(s.operationOf(value), " - S -> (", trailing, " - ", s.ideal(trailing), ") + -dT"));
       s.lastRounding(text(F::name, " normal"), value, "S",
@@ -175,7 +181,9 @@ void series(Proof& proof) {
       s.real("dT", Interval::within(
                        polynomialError(F::power + formulaOf(p, v, "x"), F::function,
                                        {piece.low * Function::c, piece.high * Function::c})));
-      s.define("S", "Mvalue + dT");
+      s.define("S",
+               text(Function::c, "*d + ", F::power[1] == '^' ? "d*d*" : text(Function::c, "*d*"),
+                    s.ideal(p), " + dT"));
       const Term trailing = operand(value, 1);
       s.hint(
           text(s.operationOf(value), " - S -> (", trailing, " - ", s.ideal(trailing), ") + -dT"));
