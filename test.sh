@@ -86,6 +86,7 @@ base_build() {
 
 base_tests() {
   require_packages "${fit_packages[@]}" || say "no Sollya"
+  require_packages "${proof_packages[@]}" || say "no Gappa"
   if $platforms; then
     set -- -C Fits "$@" # also what takes minutes: the fits of the tables
   fi

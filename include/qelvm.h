@@ -701,7 +701,7 @@ QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A21(const float* src, float* dst, i
 QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A24(const float* src, float* dst, int32_t length);
 /** 2.15 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.525 ulp */
+/** 0.542 ulp */
 QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 

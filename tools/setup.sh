@@ -4,6 +4,7 @@
 build_packages=(g++ cmake ninja-build libfmt-dev libcli11-dev)
 test_packages=(libgtest-dev libmpfr-dev pkg-config binutils python3 mandoc)
 fit_packages=(sollya)
+proof_packages=(gappa)
 figure_packages=(libsleef-dev) # its functions are measured too, where they are there
 python_packages=(python3-dev python3-numpy python3-pip python3-setuptools python3-wheel)
 windows_packages=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 llvm clang lld python3)

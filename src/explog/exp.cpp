@@ -11,14 +11,10 @@
 // Ranges: the ordinary elements have a normal result, well away from overflow; near overflow and
 // where it is subnormal the same steps run with their own scalings, on the slow path.
 //
-// Error: A50 rounds the entry of the table, 1 + (r + q) and their product, which with the
-// polynomial comes to 2.01 ulp if all are worst at once, which they are not: below 2.0 ulp, 1.936
-// seen at 0x1.43ae3417766ap+9. In A53 and 32f all but the last sum stays below 2^-6.5; for a
-// significand s < 2 and u = 2^-61 the roundings of r, of r + q and of the sum with lo cost s u
-// each, that of the product 2 u, together less than 8 u = 2^-6 ulp; lo meets 1 instead of e^r, and
-// lo (e^r - 1) is up to 2^-8.5 ulp. They are not worst together: below 0.518 ulp, 0.517008 seen at
-// 0x1.4ec56e4b9908p+9; where the result is subnormal, half of it at most: below 0.51 ulp, 0.506821
-// seen at -0x1.623e8e5146cfep+9.
+// Error: proven (docs/proofs.md), A50 below 2.0 ulp (1.9691), 1.936 seen at 0x1.43ae3417766ap+9; A53
+// below 0.518 ulp, 0.517008 seen at 0x1.4ec56e4b9908p+9. Where the result is subnormal, A50 proven
+// below 1.5001 ulp; A53 below 0.51 ulp by search, 0.506821 seen at -0x1.623e8e5146cfep+9 (proven
+// below 1.0245).
 
 #include "core/export.hpp"
 #include "stages/exp_reduction.hpp"
@@ -85,7 +81,7 @@ struct ExpShort {
   }
 
   QELVM_INLINE V value() const { return significand; }
-  double subnormal() const { return (significand * subnormalScale(m)) * subnormalUnscale; }
+  V subnormal() const { return (significand * subnormalScale(m)) * subnormalUnscale; }
 };
 
 /// A53 and 32f: the significand as power + rest, where power is the leading part of 2^(j/64).
@@ -109,18 +105,18 @@ struct ExpLong {
   QELVM_INLINE V value() const { return power + rest; }
 
   /// (power + rest) 2^m, rounded once at the place where the subnormal result ends.
-  double subnormal() const {
-    const double scale = subnormalScale(m);
-    const double a = rest * scale;
-    const double b = power * scale;
+  V subnormal() const {
+    const V scale = subnormalScale(m);
+    const V a = rest * scale;
+    const V b = power * scale;
     if (exponentField(scale) <= 50) // below 2^-1032: the sum has more bits than the result
       return (b + a) * subnormalUnscale;
     // The leading 21 bits scale exactly, so the only rounding of the final sum is that of the rest.
     // (roundedOnceTimes2ToMinus200 would round the rest of 26 bits, with other bits here and
     // there.)
-    const DoubleDouble sum = fastTwoSum(b, a);
-    const double hi = keepLeadingBits(sum.hi, 0x1.8p32);
-    const double lo = sum.lo + (sum.hi - hi);
+    const DoubleDoubleOf<V> sum = fastTwoSum(b, a);
+    const V hi = keepLeadingBits(sum.hi, 0x1.8p32);
+    const V lo = sum.lo + (sum.hi - hi);
     return hi * subnormalUnscale + lo * subnormalUnscale;
   }
 };

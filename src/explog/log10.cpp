@@ -13,9 +13,8 @@
 //
 // Error: A50 is worst just below a result of 1/8, for x near 4/3: in its ulps, 0.87 from the
 // rounding of ln m, 0.23 from log10 e, 0.5 from the steps of s (f - R), 0.5 from the last rounding:
-// below 2.15 ulp, 2.0476 seen at 0x1.5557c7f9a16fdp+0 in 10^9 arguments. A53 is worst just outside
-// the series, where v = 0.0041 for a result of -0.0026: four roundings of the polynomial cost
-// 0.0155 ulp, two of the trailing sum 0.004: below 0.525 ulp, 0.51951 seen at 0x1.fcf09af016771p-1.
+// below 2.15 ulp, 2.0476 seen at 0x1.5557c7f9a16fdp+0 in 10^9 arguments. A53:
+// proven below 0.542 ulp (docs/proofs.md), 0.51951 seen at 0x1.fcf09af016771p-1.
 
 #include "core/export.hpp"
 #include "explog/logarithm.hpp"

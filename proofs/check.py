@@ -1,0 +1,85 @@
+#!/usr/bin/env python3
+"""Compares what is published of errors with the record of the proofs, and the record with the kernels.
+
+  proofs/check.py PROGRAMS
+
+PROGRAMS is the folder of the built proof programs. Every script must be the one that was recorded
+(proofs/record.txt names its hash): else tools/prove.sh has to run again. Every proof replays its
+records, and its worst script runs through Gappa, where that is installed.
+"""
+
+import os
+import re
+import shutil
+import subprocess
+import sys
+from pathlib import Path
+
+import prove
+
+ROOT = Path(__file__).resolve().parent.parent
+failed = 0
+
+
+def expect(what, holds):
+    global failed
+    if not holds:
+        failed += 1
+        print("FAILED", what)
+
+
+programs = Path(sys.argv[1])
+recorded, bounds, worst = set(), {}, {}
+for line in (ROOT / "proofs/record.txt").read_text().splitlines():
+    kind, value, rest = line.split(" ", 2)
+    if kind == "script":
+        recorded.add((value, rest))
+    elif kind == "bound":
+        bounds[rest] = float(value)
+    elif kind == "worst":
+        worst[rest] = value
+
+os.environ.setdefault("QELVM_PROOF_CACHE", str((programs / "cache").resolve()))
+if not shutil.which("sollya"):
+    print("no Sollya, which bounds the polynomials: nothing compared")
+    sys.exit(77)
+scripts = [s for program in prove.programs_in(programs) for s in prove.scripts_of(program)]
+current = {(s.hash()[:32], label): s for s in scripts for label in s.bounds.values()}
+names = {(s.hash()[:32], f"{s.family} {s.name}") for s in scripts}
+expect(f"the scripts are not those of proofs/record.txt ({len(names - recorded)} new, {len(recorded - names)} gone, "
+       f"such as {sorted(n for _, n in names ^ recorded)[:3]}): run tools/prove.sh", names == recorded)
+for program in prove.programs_in(programs):
+    done = subprocess.run([program, "replay", "20"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
+    expect(f"{program.name}: {done.stdout}", done.returncode == 0)
+if shutil.which("gappa"):
+    for label, h in worst.items():
+        if (h, label) in current:
+            found, message = prove.run(current[h, label], None)
+            expect(f"{label}: the worst script gives {found or message}, recorded is {bounds[label]}",
+                   found is not None and prove.upwards(found[label]) == f"{bounds[label]:.7f}")
+else:
+    print("no Gappa: the worst scripts did not run")
+
+published = {f"{family}_64f_{c}": float(bound) for family, *both in re.findall(
+    r"^QELVM_FAMILY\((\w+),.* ([\d.]+), ([\d.]+)\)$", (ROOT / "families/families.inc").read_text(), re.M)
+    for c, bound in zip(("A50", "A53"), both)}
+measured = (ROOT / "docs/accuracy.md").read_text()
+listed = set()
+for export, results, proven, observed, at in re.findall(
+        r'^QELVM_ERROR\((\w+), (\w+), ([\d.-]+), ([\d.]+), "(.*)"\)$', (ROOT / "families/errors.inc").read_text(), re.M):
+    label = f"{export} {results}"
+    listed.add(export)
+    expect(f"families/errors.inc: {label} has no proof", (proven == "-") == (label not in bounds))
+    expect(f"docs/accuracy.md: {label}, {observed} at {at}",
+           re.search(rf"^\| `{export}` .*\| {re.escape(observed)} \| `{re.escape(at)}`", measured, re.M))
+    if proven != "-" and label in bounds:
+        exact = bounds[label]
+        expect(f"families/errors.inc: {label} is {proven}, shown is {exact}",
+               exact <= float(proven) < exact + 0.0002)
+        expect(f"{label}: {observed} was observed, beyond what is proven", float(observed) <= exact + 0.00005)
+        if results == "normal":
+            expect(f"families/families.inc: {export} {published[export]} is below what is proven, {proven}",
+                   float(proven) <= published[export])
+expect(f"families/errors.inc lacks {sorted(set(published) - listed)}", set(published) == listed)
+print(f"{len(names)} scripts as recorded, {len(bounds)} bounds" if failed == 0 else f"{failed} failed")
+sys.exit(failed != 0)

@@ -1,0 +1,99 @@
+#!/usr/bin/env python3
+"""Changes the kernels in ways that no test of a few million arguments needs to see, and shows that the
+proofs do: one fails, or its bound moves.
+
+usage: tools/mutate_proofs.py [--build build/linux]
+
+Works on copies of src/; takes some of a proof's scripts for each change. Exit status 1 if a change was
+not noticed.
+"""
+import argparse
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+sys.path.insert(0, str(ROOT / "proofs"))
+import prove  # noqa: E402
+
+# (what, program, scripts, file, text, its replacement)
+CHANGES = [
+    ("the last hexadecimal digit of a coefficient", "exp", "A53 row 61 ", "stages/exp_reduction.hpp",
+     "0x1.55555555548f8p-3", "0x1.5555555555555p-3"),
+    ("half of a coefficient's digits", "exp", "A50 row 60 ", "stages/exp_reduction.hpp",
+     "0x1.5555555557676p-3", "0x1.5555555p-3"),
+    ("the order of the sum with the table's low word", "exp", "A53 row 61 ", "explog/exp.cpp",
+     "((r + tail) + lookUp(expPowerPairs<Export>, reduced.j, &PowerPair::lo)) * power",
+     "(r + (tail + lookUp(expPowerPairs<Export>, reduced.j, &PowerPair::lo))) * power"),
+    ("the table's low word dropped", "exp", "A53 row 61 ", "explog/exp.cpp",
+     "((r + tail) + lookUp(expPowerPairs<Export>, reduced.j, &PowerPair::lo)) * power", "(r + tail) * power"),
+    ("the trailing part of ln2/64 less precise", "exp", "A53 row 61 ", "stages/exp_reduction.hpp",
+     "0x1.cf79abc9e3b3ap-46", "0x1.cf79abcp-46"),
+    ("the leading part of ln2/64 with more bits", "exp", "reduction .0x1p.[78]", "stages/exp_reduction.hpp",
+     "0x1.62e42fefap-7", "0x1.62e42fefa39p-7"),
+    ("another order in the Horner step of the tail", "exp", "A53 row 61 ", "stages/exp_reduction.hpp",
+     "(horner(Polynomial::c, r) * r) * r", "horner(Polynomial::c, r) * (r * r)"),
+    ("the leading bit cut of a subnormal sum", "exp", "A53 2.-102[3-9]", "explog/exp.cpp",
+     "keepLeadingBits(sum.hi, 0x1.8p32)", "keepLeadingBits(sum.hi, 0x1.8p3)"),
+    ("a table's low word in its last digits", "logarithms", "Ln_64f_A53 row 5 k 0", "stages/ln_rows.inc",
+     "-0x1.692b6a81b8848p-49", "-0x1.692b6a8p-49"),
+    ("a split with too many bits", "logarithms", "Ln_64f_A53 row 5 ", "stages/table_logarithm.hpp",
+     "splitShifter = 0x1p21", "splitShifter = 0x1p12"),
+    ("a coefficient of the logarithm", "logarithms", "Ln_64f_A53 d .0x1.[01]", "stages/table_logarithm.hpp",
+     "0x1.5555555555613p-2", "0x1.55555555p-2"),
+    ("a sum of the logarithm in another order", "logarithms", "Log10_64f_A53 row 1 k 0", "explog/log10.cpp",
+     "q * hi + (lo + (rest + q * lo))", "(q * hi + lo) + (rest + q * lo)"),
+]
+
+
+def outcome(program, only):
+    """Bounds by label; or a text, where a script fails or cannot be made."""
+    try:
+        scripts = [s for s in prove.scripts_of(program) if re.search(only, s.name)]
+    except subprocess.CalledProcessError:
+        return "the proof does not fit the kernel"
+    bounds = {}
+    for script in scripts:
+        found, message = prove.run(script, None)
+        if found is None:
+            return f"{script.name}: " + message.splitlines()[-1].strip()
+        for label, bound in found.items():
+            bounds[label] = max(bounds.get(label, 0), bound)
+    return {label: prove.upwards(b) for label, b in bounds.items()}
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n")[0])
+    parser.add_argument("--build", type=Path, default=ROOT / "build/linux")
+    build = parser.parse_args().build
+    programs = build / "proofs/programs"
+    os.environ.setdefault("QELVM_PROOF_CACHE", str((programs / "cache").resolve()))
+    os.nice(10)
+    unnoticed = 0
+    for what, name, only, file, text, replacement in CHANGES:
+        before = outcome(programs / name, only)
+        with tempfile.TemporaryDirectory() as work:
+            shutil.copytree(ROOT / "src", Path(work) / "src")
+            path = Path(work) / "src" / file
+            source = path.read_text()
+            if text not in source:
+                sys.exit(f"{file} has no {text}")
+            path.write_text(source.replace(text, replacement))
+            program = Path(work) / name
+            subprocess.run(["g++", "-std=c++20", "-O1", "-w", "-ffp-contract=off", f"-I{work}/src", f"-I{ROOT}",
+                            f"-I{ROOT}/proofs", f"-I{ROOT}/include", str(ROOT / f"proofs/{name}.cpp"), "-o", program,
+                            str(build / "src/libqelvmpx.so"), "-lmpfr",
+                            f"-Wl,-rpath,{(build / 'src').resolve()}"], check=True)
+            after = outcome(program, only)
+        noticed = after != before
+        unnoticed += not noticed
+        print(f"{'noticed' if noticed else 'MISSED '} {file}: {what}\n    {before} -> {after}", flush=True)
+    print(f"{len(CHANGES) - unnoticed} of {len(CHANGES)} changes noticed")
+    sys.exit(unnoticed != 0)
+
+
+main()
