@@ -113,7 +113,9 @@ void row(Proof& proof, int j, Interval m) {
       s.stands(mHi, text(mHi));
       s.truth(Term(Function::log2Lo), "LOG2",
               enclosure(F::of(2) - Real(Function::log2Hi) - Real(Function::log2Lo)));
-      if (entry.logLo != 0)
+      if (entry.logLo == Function::log2Lo) // row 64: the same constant
+        require(entry.logHi == Function::log2Hi, "the logarithm of row 64 is that of 2");
+      else if (entry.logLo != 0)
         s.truth(Term(entry.logLo), "ROW",
                 enclosure(rowLogarithm<F>(entry) - Real(entry.logHi) - Real(entry.logLo)));
       else
@@ -128,9 +130,11 @@ void row(Proof& proof, int j, Interval m) {
       s.goal(text("|U| <= ", largestU));
       s.real("dT", Interval::within(error));
       const Term trailing = operand(value, 1);
-      s.define("S",
-               text("k*(", Function::log2Hi, " + LOG2) + (", entry.logHi,
-                    entry.logLo != 0 ? " + ROW" : "", ") + U + ", F::inU, s.ideal(p), " + dT"));
+      s.define("S", text("k*(", Function::log2Hi, " + LOG2) + (", entry.logHi,
+                         entry.logLo == Function::log2Lo ? " + LOG2"
+                         : entry.logLo != 0              ? " + ROW"
+                                                         : "",
+                         ") + U + ", F::inU, s.ideal(p), " + dT"));
       s.hint(
           text(s.operationOf(value), " - S -> (", trailing, " - ", s.ideal(trailing), ") + -dT"));
       s.lastRounding(text(F::name, " normal"), value, "S",

@@ -79,7 +79,10 @@ public:
   /// The number that t stands for is `name`, defined by hand.
   void stands(const Term& t, const std::string& name) { seen_[t.id] = name; }
   /// No rounding takes place: to be shown, by the script itself.
-  void exact(const Term& t) { exact_.insert(t.id); }
+  void exact(const Term& t) {
+    if (nodeOf(t.id).kind == Kind::rounded) // (a product with one is its operand)
+      exact_.insert(t.id);
+  }
   /// A Fast2Sum whose condition is that a is a multiple of 2^k, |b| < 2^(k + 53).
   void orderedByMultiple(const Term& error, int k) { orders_[error.id] = k; }
 
