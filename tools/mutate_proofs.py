@@ -47,6 +47,12 @@ CHANGES = [
      "0x1.5555555555613p-2", "0x1.55555555p-2"),
     ("a sum of the logarithm in another order", "logarithms", "Log10_64f_A53 row 1 k 0", "explog/log10.cpp",
      "q * hi + (lo + (rest + q * lo))", "(q * hi + lo) + (rest + q * lo)"),
+    ("the last piece of pi/32 less precise", "trig", "^arguments .0x1p.16", "trig/sine_cosine.hpp",
+     "0x1.3198a2e037073p-73", "0x1.3198a2ep-73"),
+    ("the low word of the argument times the cosine alone", "trig", "^row 5 ", "trig/sine_cosine.hpp",
+     "lo_ * (cosine - sine * r_)", "lo_ * cosine"),
+    ("the last piece of pi/4 less precise", "trig", "^subtraction 2.29 near", "trig/reduce_trig_argument.cpp",
+     "0x1.45c06e0e68948p-87", "0x1.45c06e0p-87"),
 ]
 
 
