@@ -49,6 +49,16 @@ inline Interval enclosure(const Real& number, double scale = 1.0) {
   return {below(std::min(v, low.toDouble())), above(std::max(v, high.toDouble()))};
 }
 
+/// The least ulp of the values of a function that is monotonic and of one sign between two
+/// arguments.
+template <class F>
+double leastUlp(const F& of, const Real& low, const Real& high) {
+  const double first = of(low).toDouble(), last = of(high).toDouble();
+  const double least = std::min(std::fabs(first), std::fabs(last)) * (1 - 0x1p-50);
+  require((first > 0) == (last > 0) && least > 0, "of one sign");
+  return std::ldexp(1.0, std::ilogb(least) - 52);
+}
+
 inline Real pi() {
   Real r;
   mpfr_const_pi(r.get(), MPFR_RNDN);

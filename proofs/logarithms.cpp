@@ -47,15 +47,6 @@ struct Decimal {
   static Real of(const Real& x) { return Real::apply(mpfr_log10, x); }
 };
 
-/// The least ulp of the logarithms of an interval on one side of one.
-template <class F>
-double leastUlp(const Real& low, const Real& high) {
-  const double first = F::of(low).toDouble(), last = F::of(high).toDouble();
-  const double least = std::min(std::fabs(first), std::fabs(last)) * (1 - 0x1p-50);
-  require((first > 0) == (last > 0) && least > 0, "on one side of one");
-  return std::ldexp(1.0, std::ilogb(least) - 52);
-}
-
 /// Groups of k: next to one, k = 0 and -1 apart.
 constexpr std::pair<int, int> groups[] = {{-1082, -2}, {-1, -1}, {0, 0}, {1, 1023}};
 
@@ -138,7 +129,7 @@ void row(Proof& proof, int j, Interval m) {
       s.hint(
           text(s.operationOf(value), " - S -> (", trailing, " - ", s.ideal(trailing), ") + -dT"));
       s.lastRounding(text(F::name, " normal"), value, "S",
-                     leastUlp<F>(Real(part.low) * twoTo(kLow), Real(part.high) * twoTo(kHigh)));
+                     leastUlp(F::of, Real(part.low) * twoTo(kLow), Real(part.high) * twoTo(kHigh)));
       proof.add(s);
     }
   }
@@ -192,7 +183,7 @@ void series(Proof& proof) {
       s.hint(
           text(s.operationOf(value), " - S -> (", trailing, " - ", s.ideal(trailing), ") + -dT"));
       s.lastRounding(text(F::name, " normal"), value, "S",
-                     leastUlp<F>(Real(1) + Real(piece.low), Real(1) + Real(piece.high)));
+                     leastUlp(F::of, Real(1) + Real(piece.low), Real(1) + Real(piece.high)));
       proof.add(s);
     }
   proof.coversReals(text(F::name, " d"), {-limit, limit});

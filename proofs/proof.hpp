@@ -79,6 +79,14 @@ public:
     };
   }
 
+  /// The same with either sign.
+  static auto eitherSign(Interval range) {
+    return [=](std::mt19937_64& random) {
+      const double a = uniform(range.low, range.high)(random);
+      return random() % 2 == 0 ? a : -a;
+    };
+  }
+
   int finish() {
     for (const auto& [domain, pieces] : pieces_)
       if (checked_.count(domain) == 0)

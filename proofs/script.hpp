@@ -85,6 +85,14 @@ public:
   }
   /// A Fast2Sum whose condition is that a is a multiple of 2^k, |b| < 2^(k + 53).
   void orderedByMultiple(const Term& error, int k) { orders_[error.id] = k; }
+  /// A Fast2Sum whose condition does not hold: what it computes is rounded twice.
+  void unordered(const Term& error) {
+    const Node n = nodeOf(error.id);
+    unordered_.insert(error.id);
+    hint(text(error, " - ", idealText(error.id), " -> (", error, " - (", ref(n.args[1]), " + rnd(",
+              ref(n.args[0]), " - ", ref(n.args[2]), "))) + (rnd(", ref(n.args[0]), " - ",
+              ref(n.args[2]), ") - (", ref(n.args[0]), " - ", ref(n.args[2]), "))"));
+  }
 
   // ---- hypotheses, goals, hints ----
   void assume(const std::string& what) { hypotheses_.push_back(what); }
@@ -133,7 +141,7 @@ public:
       const int id = static_cast<int>(i);
       if (emitted_.count(n.name) == 0 || n.known || cuts_.count(id) != 0)
         continue;
-      if (n.kind == Kind::sumError && n.needsOrder) {
+      if (n.kind == Kind::sumError && n.needsOrder && unordered_.count(id) == 0) {
         if (const auto k = orders_.find(id); k != orders_.end())
           goals.push_back("@FIX(" + ref(n.args[0]) + "," + written(k->second) + ") /\\ |" +
                           ref(n.args[1]) + "| <= 0x1.fffffffffffffp" + written(k->second + 52));
@@ -149,7 +157,8 @@ public:
         const std::string operation = operationOf(Term::ofNode(id));
         goals.push_back("rnd(" + operation + ") - (" + operation + ") in [0,0]");
       }
-      if (n.kind == Kind::rounded && seenText(id) != n.name && mentioned(seenText(id)))
+      if ((n.kind == Kind::rounded || unordered_.count(id) != 0) && seenText(id) != n.name &&
+          mentioned(seenText(id)))
         rules += n.name + " ~ " + seenText(id) + ";\n";
     }
     std::string out = "@rnd = float<ieee_64,ne>;\n" + body_ + "{ ";
@@ -179,7 +188,7 @@ private:
   std::string name_, body_;
   std::map<int, std::string> cuts_, seen_;
   std::map<int, int> multiples_, orders_;
-  std::set<int> exact_;
+  std::set<int> exact_, unordered_;
   std::map<std::string, std::string> definitions_;
   std::vector<std::string> hypotheses_, goals_, hints_;
   std::vector<Bound> bounds_;
@@ -200,6 +209,8 @@ private:
     const Node& n = nodeOf(id);
     if (n.known)
       return hex(fromWord<double>(*n.known));
+    if (unordered_.count(id) != 0)
+      return "M" + n.name;
     if (cuts_.count(id) != 0 || (n.kind != Kind::rounded && n.kind != Kind::negative) || isKept(id))
       return n.name;
     if (n.kind == Kind::negative || exact_.count(id) != 0) {
@@ -242,6 +253,11 @@ private:
     return std::max(k, -1074);
   }
 
+  /// What the rounding of a sum left.
+  static std::string restOf(const Node& n) {
+    return "(" + ref(n.args[0]) + " + " + ref(n.args[1]) + ") - " + ref(n.args[2]);
+  }
+
   void emitAll(const std::string& formula) {
     for (std::size_t p = 0; p < formula.size();) {
       const char c = formula[p];
@@ -281,9 +297,11 @@ private:
       if (n.name == name)
         return emitNode(id, n);
       if ("M" + n.name == name) {
-        const std::string formula = n.kind == Kind::negative ? "-" + seenText(n.args[0])
-                                                             : seenText(n.args[0]) + " " + n.label +
-                                                                   " " + seenText(n.args[1]);
+        const std::string formula =
+            n.kind == Kind::negative ? "-" + seenText(n.args[0])
+            : n.kind == Kind::sumError
+                ? restOf(n)
+                : seenText(n.args[0]) + " " + n.label + " " + seenText(n.args[1]);
         emitAll(formula);
         body_ += name + " = " + formula + ";\n";
         return;
@@ -310,8 +328,12 @@ private:
       body_ += n.name + " = -" + ref(n.args[0]) + ";\n";
       break;
     case Kind::sumError:
-      body_ += n.name + " = (" + ref(n.args[0]) + " + " + ref(n.args[1]) + ") - " + ref(n.args[2]) +
-               ";\n";
+      if (unordered_.count(id) != 0) {
+        emitAll(seenText(id));
+        body_ += n.name + " = rnd(" + ref(n.args[1]) + " + rnd(" + ref(n.args[0]) + " - " +
+                 ref(n.args[2]) + "));\n";
+      } else
+        body_ += n.name + " = " + restOf(n) + ";\n";
       break;
     case Kind::splitLow:
       body_ += n.name + " = " + ref(n.args[0]) + " - " + ref(n.args[1]) + ";\n";

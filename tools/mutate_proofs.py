@@ -53,6 +53,12 @@ CHANGES = [
      "lo_ * (cosine - sine * r_)", "lo_ * cosine"),
     ("the last piece of pi/4 less precise", "trig", "^subtraction 2.29 near", "trig/reduce_trig_argument.cpp",
      "0x1.45c06e0e68948p-87", "0x1.45c06e0p-87"),
+    ("a row's low word in its last digits", "quarter_binades", "Tanh_64f_A53 row 0 ", "hyperbolic/tanh_rows.inc",
+     "0x1.6170649f62403p-56", "0x1.6p-56"),
+    ("the correction of a reciprocal without its second term", "atan", "A53 row 5 .0x1p-1,", "stages/reciprocal.hpp",
+     "((1.0 + e) * e) * seed", "e * seed"),
+    ("a low word of the arctangent dropped", "atan", "A53 row 5 .0x1p-1,", "invtrig/atan.cpp",
+     "(q.lo + tail) + lookUp(arctanTable<Export>, row, &PairRow::lo)", "q.lo + tail"),
 ]
 
 

@@ -7,10 +7,8 @@
 // Rows: off row by row as in erf_rows.inc, row 20, the limit of its degree, far more than the
 // others.
 //
-// Error: the cube in the series is rounded twice, and a^2/3 < 2^-7.5 of that reaches the result, up
-// to 0.0104 ulp if both are worst. On the intervals only the last sum rounds by more than 2^-8 ulp,
-// and row 20 adds 2^-7.1. Below 0.51 ulp, 0.5067 seen at 0x1.02ab0111a47fep+2. Subnormal results
-// are rounded once.
+// Error: proven (docs/proofs.md) below 0.51 ulp (0.5068, in row 20; 0.5058 in the series), 0.5067
+// seen at 0x1.02ab0111a47fep+2. Subnormal results are rounded once.
 #include "core/export.hpp"
 #include "stages/quarter_binades.hpp"
 

@@ -5,10 +5,8 @@
 //
 // Rows: off row by row as in tanh_rows.inc.
 //
-// Error: the cube in the series is rounded twice, and a^2/3 < 2^-7.5 of that reaches the result, up
-// to 0.0104 ulp if both are worst; the rest is below 2^-10 ulp. Below 0.51 ulp, 0.5041 seen at
-// 0x1.beceb4a5cd7ecp-4. On the intervals only the last sum rounds by more than 2^-8 ulp: 0.5005
-// seen at 0x1.3c3ba01f037e9p+1.
+// Error: proven (docs/proofs.md) below 0.51 ulp (0.5058, in the series), 0.5041 seen at
+// 0x1.beceb4a5cd7ecp-4; on the intervals 0.5005 seen at 0x1.3c3ba01f037e9p+1.
 #include "core/export.hpp"
 #include "stages/quarter_binades.hpp"
 
