@@ -35,11 +35,14 @@ inline constexpr int registerDoubles = QELVM_REGISTER_DOUBLES;
 inline constexpr int registerDoubles = 0;
 #endif
 
-/// Where code travels (WebAssembly), elements that do not fill a register are computed one by one.
+/// Elements in flight without registers: those of a kernel, or one where code travels
+/// (WebAssembly).
 #ifdef QELVM_SHORT_CODE
-inline constexpr bool shortCode = true;
+template <class Kernel>
+inline constexpr int lanesOf = 1;
 #else
-inline constexpr bool shortCode = false;
+template <class Kernel>
+inline constexpr int lanesOf = Kernel::lanes;
 #endif
 
 /// Registers of a kernel in flight, as measured: of up to four doubles, or of eight. (Long kernels
