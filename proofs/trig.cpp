@@ -1,12 +1,16 @@
 // Sin, Cos and SinCos, whose kernel is one: the cosine is the sine 16 rows on.
 //
-// 1. x, or what 2. leaves of it, as N pi/32 + r + lo + eta, binade by binade.
-// 2. From 2^17 to 2^30: x - m pi/4 = hi + lo + eta, binade by binade; next to a zero once more.
-// 3. The sine of j pi/32 + r + lo + eta for every row j and every piece of r. Next to a zero, in
-// rows 0
-//    and 32, all depends on the size of r: binade by binade.
-// 4. The doubles that are too near to a multiple of pi/2 for that are found, and tried; and x
-// itself, tiny.
+// The reduction by pi/32: x, or what the reduction by pi/4 leaves of it, is N pi/32 + r + lo + eta,
+// binade by binade.
+//
+// The reduction by pi/4, from 2^17 to 2^30: x - m pi/4 = hi + lo + eta, binade by binade; next to a
+// zero once more.
+//
+// The rows: the sine of j pi/32 + r + lo + eta for every row j and every piece of r. Next to a
+// zero, in rows 0 and 32, all depends on the size of r: binade by binade.
+//
+// The doubles that are too near to a multiple of pi/2 for that are found, and tried; tiny x go
+// apart.
 #include "proof.hpp"
 
 #include "trig/cos.cpp"
@@ -28,7 +32,7 @@ using namespace qelvm::proof;
 
 namespace {
 
-// What 1. and 2. show for 3.
+// What the reductions show for the rows.
 constexpr double largestR = 0x1.924p-5, largestLo = 0x1.8ep-53, largestEta = 0x1p-104;
 constexpr int lastOfR = -80; // r is a multiple of 2^-80
 constexpr double largestRemainder = 0x1.925p-1;

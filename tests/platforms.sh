@@ -322,11 +322,10 @@ wasm_tests() {
     skip_platform wasm "no compiler for it"
     return
   fi
-  command -v node > /dev/null || require_packages "${node_packages[@]}" || {
-    skip_platform wasm "no Node"
+  if ! require_npm; then
+    skip_platform wasm "no Node, or no npm"
     return
-  }
-  command -v npm > /dev/null || require_packages npm || say "no npm"
+  fi
   layer wasm build build "$directory" --toolchain cmake/wasm32.cmake -DQELVM_TESTS=ON || return 0
   layer wasm binary node tests/binary/check_module.mjs "$directory/js/qelvm.wasm" \
     "$directory/js/qelvm-simd.wasm" || true

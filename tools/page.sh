@@ -1,11 +1,6 @@
 # Sourced, after setup.sh, where the page of web/ is needed.
 # shellcheck shell=bash
 
-require_npm() { # some packages of node bring it
-  command -v node > /dev/null || require_packages "${node_packages[@]}" || return 1
-  command -v npm > /dev/null || require_packages npm
-}
-
 # build_page BUILD [--omit=dev]: builds the page in $build_root/web, with the exact results of a build of
 # the library with its tests; and $build_root/npm, where its server and what tests it find the packages
 # of npm that they use.

@@ -76,6 +76,12 @@ require_packages() {
   esac
 }
 
+# Node, and npm, which some packages of Node bring.
+require_npm() {
+  command -v node > /dev/null || require_packages "${node_packages[@]}" || return 1
+  command -v npm > /dev/null || require_packages npm
+}
+
 # The file in DIRECTORY that only one build at a time holds open: two scripts may run at once.
 lock_build() {
   local directory=$1

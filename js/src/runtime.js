@@ -13,7 +13,7 @@ const views = { '32f': Float32Array, '64f': Float64Array };
 const capacity = 2048; // elements of one call of an export
 const buffers = 4; // two sources, two destinations
 
-/** The bytes of a text in base64. */
+/** The bytes of a text in base64. (`atob` is of browsers and Node, not of the language.) */
 function fromBase64(text) {
   const digits = new Uint8Array(128).fill(255);
   for (let i = 0; i < 64; ++i)

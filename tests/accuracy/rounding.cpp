@@ -1,12 +1,13 @@
 // Judges results that others computed: how many are not the correctly rounded ones (by MPFR), and
 // the largest error. Behind tools/python_figures.py.
 //
-//   rounding                              the ranges of all families: FAMILY X_LOW X_HIGH Y_LOW
-//   Y_HIGH rounding FAMILY TYPE ARGUMENTS RESULTS...
-//                                         TYPE is 32f or 64f; files of raw elements: of ARGUMENTS
-//                                         all x, then all y; of RESULTS, one after the other, those
-//                                         of each destination. A line for each: WRONG
-//                                         LARGEST_ERROR_IN_ULPS
+// Without arguments it prints the ranges of all families, a line each:
+//   FAMILY X_LOW X_HIGH Y_LOW Y_HIGH
+//
+// rounding FAMILY TYPE ARGUMENTS RESULTS... judges results of a family, TYPE being 32f or 64f. The
+// files hold raw elements: ARGUMENTS all x, then all y; each of RESULTS, one after the other, those
+// of each destination. For each of RESULTS it prints a line:
+//   WRONG LARGEST_ERROR_IN_ULPS
 
 #include "families.hpp"
 #include "peers/peers.hpp"

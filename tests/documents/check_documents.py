@@ -121,6 +121,14 @@ expect("README.md: the sentence 'A loop ... is faster than `64f_A53` in ...' sho
        f"{', '.join(sorted(slower))}: C scalar below 0.95 times plain in docs/performance.md",
        told == slower)
 
+# Python: what is told of the measurement stands in it.
+measured = set(re.findall(r"\d+", read("docs/performance.md").split("\n## Python\n")[1]))
+python = re.search(r"^\*\*Python\.\*\*(.*?)^$", readme, re.M | re.S)[1].replace(",", "")
+python += "".join(line for line in read("docs/python.md").splitlines() if line.startswith("| `"))
+told = set(re.findall(r"(?<![.\d])\d{3,}(?![.\d])", python))
+expect(f"README.md and docs/python.md: {sorted(told - measured)} are of docs/performance.md",
+       len(told) > 10 and told <= measured)
+
 # Engines: what the README shows of the table.
 engines = read("docs/engines.md").splitlines()
 shown = [line for line in re.search(r"^## In browsers\n(.*?)^## ", readme, re.M | re.S)[1].splitlines()
