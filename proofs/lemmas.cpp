@@ -51,6 +51,28 @@ int lastPlace(double v) {
   return std::ilogb(v) - significantBits(v) + 1;
 }
 
+/// A share of an ulp in [-1, 1]: often an end or the middle, or next to them.
+double share() {
+  const double even = std::uniform_real_distribution<double>(-1, 1)(random_);
+  const double end = static_cast<double>(static_cast<int>(random_() % 5) - 2) / 2;
+  return random_() % 2 ? even : std::max(-1.0, std::min(1.0, end + std::ldexp(even, -60)));
+}
+
+/// Last Rounding, for a T of `digits` bits: S next to `a`, y within an ulp of S.
+template <class T>
+void tryLastRounding(T a, T (*nearest)(mpfr_srcptr, mpfr_rnd_t)) {
+  constexpr int digits = std::numeric_limits<T>::digits;
+  const auto ulp = [](const Real& v) {
+    return std::ldexp(1.0, static_cast<int>(mpfr_get_exp(v.get())) - digits);
+  };
+  const auto size = [](const Real& v) { return Real::apply(mpfr_abs, v); };
+  const Real S = Real(a) + Real(share()) * Real(ulp(Real(a)));
+  const Real off = Real(share()) * Real(ulp(S)), y = S + off;
+  const Real error = Real(nearest(y.get(), MPFR_RNDN)) - S;
+  require(mpfr_lessequal_p(size(error).get(), (Real(ulp(S) / 2) + size(off)).get()),
+          "the last rounding of " + hex(y.toDouble()) + " to " + std::to_string(digits) + " bits");
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -67,6 +89,8 @@ int main(int argc, char** argv) {
       multiples += std::fabs(a) < std::fabs(b);
     }
     require(isSum(twoSum<double, double>(a, b), a, b), "2Sum of " + hex(a) + " and " + hex(b));
+    tryLastRounding<double>(a, mpfr_get_d);
+    tryLastRounding<float>(static_cast<float>(a), mpfr_get_flt);
     // Split, with every splitter of the kernels and their like.
     for (int k = 16; k <= 43; ++k)
       for (const double splitter : {std::ldexp(1.0, k), std::ldexp(1.0, k) + 1}) {

@@ -72,6 +72,12 @@ public:
     replayed_ += met;
     ++records_;
   }
+  /// What a program compares by itself: how many arguments it is to try, and that it did.
+  int replays() const { return replays_; }
+  void compared(int arguments) {
+    replayed_ += arguments;
+    ++records_;
+  }
   /// Draws from an interval, evenly, and evenly in their exponents.
   static auto uniform(double low, double high) {
     return [=](std::mt19937_64& random) {
