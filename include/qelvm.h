@@ -505,9 +505,9 @@ QELVM_API QelStatus QELVM_CALL qelsErf_32f_A11(const float* src, float* dst, int
 QELVM_API QelStatus QELVM_CALL qelsErf_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsErf_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.51 ulp, observed (0.5067); proven (0.5068) where the result is normal */
+/** 0.51 ulp, observed (0.5068); proven (0.5068) where the result is normal */
 QELVM_API QelStatus QELVM_CALL qelsErf_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.51 ulp, observed (0.5067); proven (0.5068) where the result is normal */
+/** 0.51 ulp, observed (0.5068); proven (0.5068) where the result is normal */
 QELVM_API QelStatus QELVM_CALL qelsErf_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 

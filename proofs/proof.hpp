@@ -6,6 +6,7 @@
 
 #include "qelvm.h"
 
+#include <functional>
 #include <random>
 
 namespace qelvm::proof {
@@ -13,13 +14,16 @@ namespace qelvm::proof {
 class Proof {
 public:
   /// Arguments of a proof program: `print`, every script; `replay COUNT`, so many arguments for
-  /// every recorded case.
+  /// every recorded case; `draw SCRIPT COUNT`, arguments of the case that a script is about.
   Proof(int argc, char** argv) {
     const std::string mode = argc > 1 ? argv[1] : "";
     if (mode == "replay" && argc == 3)
       replays_ = std::atoi(argv[2]);
-    else if (mode != "print" || argc != 2)
-      fail("usage: print | replay COUNT");
+    else if (mode == "draw" && argc == 4) {
+      drawn_ = argv[2];
+      draws_ = std::atoi(argv[3]);
+    } else if (mode != "print" || argc != 2)
+      fail("usage: print | replay COUNT | draw SCRIPT COUNT");
   }
 
   // ---- coverage ----
@@ -38,7 +42,9 @@ public:
   void add(Script& script) {
     if (!names_.insert(script.name()).second)
       fail("two scripts are called " + script.name());
-    if (replays_ != 0)
+    if (draws_ != 0 && script.name() == drawn_)
+      draw(script);
+    if (replays_ != 0 || draws_ != 0)
       return;
     std::printf("#script %s\n", script.name().c_str());
     for (const auto& b : script.bounds())
@@ -53,6 +59,7 @@ public:
   template <class Sample>
   void replay(const std::string& what, Export library, const Term& x, const Term& result,
               const Sample& sample) {
+    next_ = [this, sample, x] { return std::pair{x.id, static_cast<double>(sample(random_))}; };
     int met = 0;
     for (int i = 0; met < replays_; ++i) {
       if (i > 1000 * replays_)
@@ -94,6 +101,9 @@ public:
   }
 
   int finish() {
+    if (draws_ != 0)
+      return drawn_.empty() ? 0
+                            : (std::fprintf(stderr, "no arguments of '%s'\n", drawn_.c_str()), 1);
     for (const auto& [domain, pieces] : pieces_)
       if (checked_.count(domain) == 0)
         fail("nothing says what '" + domain + "' covers");
@@ -107,10 +117,34 @@ public:
   }
 
 private:
-  int replays_ = 0, replayed_ = 0, records_ = 0;
+  int replays_ = 0, replayed_ = 0, records_ = 0, draws_ = 0;
+  std::string drawn_;                            // a script
+  std::function<std::pair<int, double>()> next_; // an argument of the last replay
   std::mt19937_64 random_{20240229};
   std::set<std::string> names_, checked_;
   std::map<std::string, std::vector<Interval>> pieces_;
+
+  /// Of the arguments of the last replay those that a script is about: whose recorded values lie
+  /// where its hypotheses have them.
+  void draw(const Script& script) {
+    std::vector<std::pair<std::size_t, Interval>> ranges;
+    const auto& nodes = Recorder::get().nodes;
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+      if (const auto range = script.assumed(nodes[i].name); range && !nodes[i].known)
+        ranges.push_back({i, *range});
+    for (int i = 0, met = 0; next_ && met < draws_ && i < 100 * draws_; ++i) {
+      const auto [id, argument] = next_();
+      const auto values = Recorder::get().evaluate({{id, argument}});
+      if (!values || !std::all_of(ranges.begin(), ranges.end(), [&](const auto& r) {
+            const double v = fromWord<double>((*values)[r.first]);
+            return r.second.low <= v && v <= r.second.high;
+          }))
+        continue;
+      ++met;
+      std::printf("%a\n", argument);
+      drawn_.clear();
+    }
+  }
 
   void covers(const std::string& domain, Interval whole, bool doubles) {
     auto& pieces = pieces_[domain];

@@ -64,6 +64,16 @@ public:
     multiples_[t.id] = k;
     goal(text("@FIX(", t, ",", k, ")"));
   }
+  /// Where a hypothesis has a term (or its ideal, for which it stands here), by its name.
+  std::optional<Interval> assumed(const std::string& name) const {
+    for (const std::string& h : hypotheses_)
+      for (const std::string& beginning : {name + " in [", "M" + name + " in ["})
+        if (double low = 0, high = 0;
+            h.starts_with(beginning) &&
+            std::sscanf(h.c_str() + beginning.size(), "%la,%la]", &low, &high) == 2)
+          return Interval{low, high};
+    return {};
+  }
   /// A real number in an interval.
   void real(const std::string& name, Interval range) { assume(text(name, " in ", range)); }
   void define(const std::string& name, const std::string& formula) { definitions_[name] = formula; }

@@ -4,7 +4,7 @@
 usage: tools/bounds.py [--write]
 
 From families/families.inc, families/errors.inc and the floats that docs/every-float.md has tried it makes
-the comment above each prototype, the bounds in the table of families and the table of errors. Tells
+the comment above each prototype, the bounds in the table of families, and the tables of errors and of floats. Tells
 which of them are others than those that stand there; with --write they are put right.
 """
 
@@ -118,9 +118,26 @@ def proofs(text):
                 alike.setdefault(f"{where} | {bound} | {row.proven or '-'} | {row.observed} | `{row.at}` |", []).append(kind)
         for rest, kinds in sorted(alike.items(), key=lambda item: item[1]):
             lines.append(f"| `{family}_{kinds[0]}`{', `_A53`' if len(kinds) > 1 else ''} | {rest}")
+    text = with_table(text, "| export | where |", lines)
+    # Floats that have not all been tried: half an ulp, and the bound of the double, in ulps of floats.
+    lines = ["| floats | b | rests on | error of a float, at most | S within, of a middle |", "|---|--:|---|--:|--:|"]
+    for family, bounds in FAMILIES.items():
+        expect(f"docs/proofs.md: 3. of Floats holds for bounds below 1 ulp, not {bounds['64f_A53']} of {family}",
+               Fraction(bounds["64f_A53"]) < 1)
+        if family not in TRIED and bounds["32f_A24"] != "0.5":
+            added = -(Fraction(bounds["64f_A53"]) * 10**11 // -2**29)  # rounded up
+            lines.append(f"| `{family}_32f` | {bounds['64f_A53']} | {basis(family, '32f_A24')} | "
+                         f"{0.5 + added / 1e11:.11f} ulp | {added / 100:.2f} 10^-9 ulp |")
+            expect(f"families/families.inc: {family} of floats is off by up to {0.5 + added / 1e11:.11f} ulp",
+                   Fraction(1, 2) + Fraction(added, 10**11) <= Fraction(bounds["32f_A24"]))
+    return with_table(text, "| floats | b |", lines)
+
+
+def with_table(text, beginning, lines):
+    """The text with these lines for the table that begins so."""
     table = "".join(line + "\n" for line in lines)
-    text, found = re.subn(r"(?m)^\| export \| where \|.*\n(?:\|.*\n)+", table.replace("\\", r"\\"), text)
-    expect("docs/proofs.md: the table of errors", found == 1)
+    text, found = re.subn(rf"(?m)^{re.escape(beginning)}.*\n(?:\|.*\n)+", table.replace("\\", r"\\"), text)
+    expect(f"docs/proofs.md: a table {beginning}", found == 1)
     return text
 
 

@@ -11,7 +11,8 @@
 // Ranges: every positive element that is a normal double is ordinary; subnormal ones are scaled by
 // 2^60 first.
 //
-// Error: proven (docs/proofs.md) below 0.502 ulp (0.5016), 0.50109 seen at 0x1.0c31a5f6dc54ep+92.
+// Error: proven (docs/proofs.md) below 0.502 ulp (0.5016), 0.5013 seen at
+// 0x1.0bc46d7dcd3a9p+336.
 
 #include "algebraic/exceptional_root.hpp"
 #include "algebraic/roots.hpp"
