@@ -23,19 +23,17 @@ sys.path.insert(0, str(ROOT / "proofs"))
 import prove  # noqa: E402
 
 
-def largest(scripts, label, worst, cache, jobs, count):
-    """The scripts with the largest values of a bound; of one alone the record tells which it is."""
-    if count == 1:
-        return [s for s in scripts if s.hash().startswith(worst) and label in s.bounds.values()][:1]
-    of = [s for s in scripts if label in s.bounds.values()]
+def largest(program, label, cache, jobs, count):
+    """The names of the scripts with the largest values of a bound."""
+    of = [s for s in prove.scripts_of(program) if label in s.bounds.values()]
     with concurrent.futures.ThreadPoolExecutor(jobs) as pool:
         found = list(pool.map(lambda s: prove.run(s, cache)[0], of))
-    return [s for _, s in sorted(((f[label], s) for f, s in zip(found, of) if f), key=lambda p: -p[0])][:count]
+    return [s.name for _, s in sorted(((f[label], s) for f, s in zip(found, of) if f), key=lambda p: -p[0])][:count]
 
 
 def search(build, export, program, script, points, climb, seed):
     """The largest errors of an export, of normal and subnormal results, from arguments of a script; with the inputs."""
-    drawn = subprocess.run([program, "draw", script.name, str(points)], stdout=subprocess.PIPE,
+    drawn = subprocess.run([program, "draw", script, str(points)], stdout=subprocess.PIPE,
                            stderr=subprocess.DEVNULL, text=True).stdout
     if not drawn:
         return []
@@ -63,19 +61,22 @@ def main():
     record = (ROOT / "proofs/record.txt").read_text()
     observed = {f"{export} {results}": float(value) for export, results, value in re.findall(
         r"^QELVM_ERROR\((\w+), (\w+), \S+, ([\d.]+),", (ROOT / "families/errors.inc").read_text(), re.M)}
-    worst = {label: h for h, label in re.findall(r"^worst (\S+) (.*)", record, re.M)}
-    scripts = {program: prove.scripts_of(program) for program in prove.programs_in(programs)}
-    for label in sorted(worst):
+    scripts = {h: (program, name) for h, program, name in re.findall(r"^script (\S+) (\S+) (.*)", record, re.M)}
+    for h, label in sorted(re.findall(r"^worst (\S+) (.*)", record, re.M), key=lambda w: w[1]):
         if not re.search(arguments.only, label):
             continue
         export, results = label.split(" ")
-        program = next(p for p in scripts if any(label in s.bounds.values() for s in scripts[p]))
-        chosen = largest(scripts[program], label, worst[label], cache, arguments.jobs, arguments.scripts)
+        program, worst = programs / scripts[h][0], scripts[h][1]
+        chosen = [worst] if arguments.scripts == 1 else \
+            largest(program, label, cache, arguments.jobs, arguments.scripts)
         with concurrent.futures.ThreadPoolExecutor(arguments.jobs) as pool:
             found = list(pool.map(lambda s: search(arguments.build, export, program, s, arguments.points,
                                                    arguments.climb, arguments.seed), chosen))
         pairs = [row[2:] if results == "subnormal" else row[:2] for row in sum(found, [])]
-        error, at = max(((float(e), at) for e, at in pairs if e != "-"), default=(0, "-"))
+        error, at = max(((float(e), at) for e, at in pairs if e != "-"), default=(0, None))
+        if at is None:
+            print(f"{label}: no arguments can be drawn of {', '.join(chosen)}")
+            continue
         print(f"{label}: {error:.4f} at {at}, recorded {observed[label]:.4f}{'  LARGER' if error > observed[label] else ''}",
               flush=True)
 
