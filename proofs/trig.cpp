@@ -324,7 +324,7 @@ void row(Proof& proof, int j) {
   Recorder::get().freeze();
   const double middle = ratioOfPi(j, 32).toDouble();
   proof.replay(text("row ", j), qelsSin_64f_A53, st.x, value,
-               Proof::uniform(middle - 0.04, middle + 0.04));
+               Proof::uniform(middle - 0.05, middle + 0.05));
   for (const Interval& piece : piecesOf(j)) {
     Script s(text("row ", j, " ", piece));
     s.cut(st.r, "r");
