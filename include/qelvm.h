@@ -378,9 +378,9 @@ QELVM_API QelStatus QELVM_CALL qelsCbrt_32f_A11(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsCbrt_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsCbrt_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.503 ulp */
+/** 0.506 ulp */
 QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.503 ulp */
+/** 0.506 ulp */
 QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 

@@ -76,7 +76,7 @@ int main(int argc, char** argv) {
         const Real rest = Real(a) - Real(s.hi) - Real(s.lo);
         require(mpfr_zero_p(rest.get()) && significantBits(s.hi) <= 53 - k &&
                     significantBits(s.lo) <= k &&
-                    std::fabs(s.lo) <= std::ldexp(std::fabs(a), k - 53) &&
+                    std::fabs(s.lo) <= std::ldexp(1.0, std::ilogb(a) + k - 53) &&
                     lastPlace(s.hi) >= lastPlace(a),
                 "the split of " + hex(a) + " by " + hex(splitter));
       }

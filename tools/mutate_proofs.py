@@ -59,6 +59,10 @@ CHANGES = [
      "((1.0 + e) * e) * seed", "e * seed"),
     ("a low word of the arctangent dropped", "atan", "A53 row 5 .0x1p-1,", "invtrig/atan.cpp",
      "(q.lo + tail) + lookUp(arctanTable<Export>, row, &PairRow::lo)", "q.lo + tail"),
+    ("the last digits of the cube root of four", "cube_roots", "^Cbrt_64f_A53 2.*2/3. row 4$", "algebraic/cbrt.cpp",
+     "0x1.4f5b8f20ac166p-26", "0x1.4f5b8f20acp-26"),
+    ("the rounded rest of a third for the fitted one", "cube_roots", "^InvCbrt_64f_A53 2.0 row 3$",
+     "algebraic/inv_cbrt.cpp", "-0x1.555555556eeb1p-19", "-0x1.5555555555555p-19"),
 ]
 
 
