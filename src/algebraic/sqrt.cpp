@@ -10,9 +10,9 @@
 //
 // Ranges: every positive normal argument is ordinary; subnormal ones are scaled by 2^200 first.
 //
-// Error: proven (docs/proofs.md): every result is the correctly rounded one. Before the last rounding
-// it is within 2^-95 of the root of y, and those y whose roots are that near to a middle between two
-// doubles are known.
+// Error: proven (docs/proofs.md): every result is the correctly rounded one. Before the last
+// rounding it is within 2^-95 of the root of y, and those y whose roots are that near to a middle
+// between two doubles are known.
 
 #include "algebraic/exceptional_root.hpp"
 #include "algebraic/roots.hpp"
