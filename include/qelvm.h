@@ -383,9 +383,9 @@ QELVM_API QelStatus QELVM_CALL qelsCbrt_32f_A11(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsCbrt_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsCbrt_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.503 ulp, observed (0.5021) */
+/** 0.506 ulp, proven (0.5056) */
 QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.503 ulp, observed (0.5021) */
+/** 0.506 ulp, proven (0.5056) */
 QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -472,19 +472,19 @@ QELVM_API QelStatus QELVM_CALL qelsCosh_64f_A53(const double* src, double* dst, 
  * @image html Div.svg
  * @{
  */
-/** 0.5 ulp, observed */
+/** 0.5 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsDiv_32f_A11(const float* src1, const float* src2, float* dst,
                                                int32_t length);
-/** 0.5 ulp, observed */
+/** 0.5 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsDiv_32f_A21(const float* src1, const float* src2, float* dst,
                                                int32_t length);
-/** 0.5 ulp, observed */
+/** 0.5 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsDiv_32f_A24(const float* src1, const float* src2, float* dst,
                                                int32_t length);
-/** 0.5 ulp, observed (0.5000) */
+/** 0.5 ulp, proven (0.5000) */
 QELVM_API QelStatus QELVM_CALL qelsDiv_64f_A50(const double* src1, const double* src2, double* dst,
                                                int32_t length);
-/** 0.5 ulp, observed (0.5000) */
+/** 0.5 ulp, proven (0.5000) */
 QELVM_API QelStatus QELVM_CALL qelsDiv_64f_A53(const double* src1, const double* src2, double* dst,
                                                int32_t length);
 /** @} */
@@ -590,9 +590,9 @@ QELVM_API QelStatus QELVM_CALL qelsInv_32f_A11(const float* src, float* dst, int
 QELVM_API QelStatus QELVM_CALL qelsInv_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsInv_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.5 ulp, observed (0.5000) */
+/** 0.5 ulp, proven (0.5000) */
 QELVM_API QelStatus QELVM_CALL qelsInv_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.5 ulp, observed (0.5000) */
+/** 0.5 ulp, proven (0.5000) */
 QELVM_API QelStatus QELVM_CALL qelsInv_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -618,9 +618,9 @@ QELVM_API QelStatus QELVM_CALL qelsInvCbrt_32f_A11(const float* src, float* dst,
 QELVM_API QelStatus QELVM_CALL qelsInvCbrt_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsInvCbrt_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.51 ulp, observed (0.5081) */
+/** 0.51 ulp, proven (0.5085) */
 QELVM_API QelStatus QELVM_CALL qelsInvCbrt_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.51 ulp, observed (0.5081) */
+/** 0.51 ulp, proven (0.5085) */
 QELVM_API QelStatus QELVM_CALL qelsInvCbrt_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -893,9 +893,9 @@ QELVM_API QelStatus QELVM_CALL qelsSqrt_32f_A11(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsSqrt_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsSqrt_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.5 ulp, observed (0.5000) */
+/** 0.5 ulp, proven (0.5000) */
 QELVM_API QelStatus QELVM_CALL qelsSqrt_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.5 ulp, observed (0.5000) */
+/** 0.5 ulp, proven (0.5000) */
 QELVM_API QelStatus QELVM_CALL qelsSqrt_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 

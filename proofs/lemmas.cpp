@@ -77,7 +77,7 @@ void tryLastRounding(T a, T (*nearest)(mpfr_srcptr, mpfr_rnd_t)) {
 
 int main(int argc, char** argv) {
   const int count = argc > 1 ? std::atoi(argv[1]) : 1000000;
-  int ordered = 0, multiples = 0;
+  int ordered = 0, multiples = 0, subnormal = 0;
   for (int i = 0; i < count; ++i) {
     const double a = operand(60), b = operand(60);
     // Fast2Sum: |a| >= |b|, or a a multiple of 2^k and |b| < 2^(k + 53).
@@ -100,11 +100,27 @@ int main(int argc, char** argv) {
         const Real rest = Real(a) - Real(s.hi) - Real(s.lo);
         require(mpfr_zero_p(rest.get()) && significantBits(s.hi) <= 53 - k &&
                     significantBits(s.lo) <= k &&
-                    std::fabs(s.lo) <= std::ldexp(std::fabs(a), k - 53) &&
+                    std::fabs(s.lo) <= std::ldexp(1.0, std::ilogb(a) + k - 53) &&
                     lastPlace(s.hi) >= lastPlace(a),
                 "the split of " + hex(a) + " by " + hex(splitter));
       }
   }
-  require(ordered > count / 3 && multiples > count / 1000, "the operands meet the conditions");
+  for (int i = 0; i < count; ++i) { // Floats, next to middles between two floats
+    const auto f = static_cast<float>(std::ldexp(std::fabs(operand(75)), -65));
+    const auto b = static_cast<float>(std::ldexp(operand(50), 60));
+    const double middle =
+        0.5 * (static_cast<double>(f) + static_cast<double>(std::nextafter(f, 0.0f)));
+    const auto a = static_cast<float>(middle * static_cast<double>(b));
+    const auto quotient = static_cast<float>(static_cast<double>(a) / static_cast<double>(b));
+    const Real q = Real(static_cast<double>(a)) / Real(static_cast<double>(b));
+    require(quotient == mpfr_get_flt(q.get(), MPFR_RNDN), "the quotient of floats");
+    const auto square = static_cast<double>(static_cast<float>(middle * middle));
+    const auto root = static_cast<float>(std::sqrt(square));
+    const Real r = Real::apply(mpfr_sqrt, Real(square));
+    require(root == mpfr_get_flt(r.get(), MPFR_RNDN), "the root of a float");
+    subnormal += quotient != 0 && std::fabs(quotient) < std::numeric_limits<float>::min();
+  }
+  require(ordered > count / 3 && multiples > count / 1000 && subnormal > count / 1000,
+          "the operands meet the conditions");
   std::printf("%d operands: the lemmas hold\n", count);
 }

@@ -74,6 +74,11 @@ public:
           return Interval{low, high};
     return {};
   }
+  /// At most 2^k (shown as a goal): what splits of it leave is at most half a last place of that.
+  void atMost(const Term& t, int k) {
+    tops_[t.id] = k;
+    goal(text("|", t, "| <= 1b", k));
+  }
   /// A real number in an interval.
   void real(const std::string& name, Interval range) { assume(text(name, " in ", range)); }
   void define(const std::string& name, const std::string& formula) { definitions_[name] = formula; }
@@ -158,6 +163,10 @@ public:
         else
           goals.push_back("|" + ref(n.args[0]) + "| - |" + ref(n.args[1]) + "| >= 0");
       }
+      if (const auto k = tops_.find(n.args.empty() ? -1 : n.args[0]);
+          n.kind == Kind::splitHigh && k != tops_.end())
+        hypotheses.push_back(
+            text("|", ref(n.args[0]), " - ", n.name, "| <= 1b", k->second - 1 - n.bits));
       if (n.kind == Kind::splitHigh)
         hypotheses.push_back(text("@FLT(", n.name, ",", n.bits, ") /\\ @FLT(", ref(n.args[0]),
                                   " - ", n.name, ",", 53 - n.bits, ") /\\ @FIX(", n.name, ",",
@@ -197,7 +206,7 @@ public:
 private:
   std::string name_, body_;
   std::map<int, std::string> cuts_, seen_;
-  std::map<int, int> multiples_, orders_;
+  std::map<int, int> multiples_, tops_, orders_;
   std::set<int> exact_, unordered_;
   std::map<std::string, std::string> definitions_;
   std::vector<std::string> hypotheses_, goals_, hints_;

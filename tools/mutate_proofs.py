@@ -59,6 +59,14 @@ CHANGES = [
      "((1.0 + e) * e) * seed", "e * seed"),
     ("a low word of the arctangent dropped", "atan", "A53 row 5 .0x1p-1,", "invtrig/atan.cpp",
      "(q.lo + tail) + lookUp(arctanTable<Export>, row, &PairRow::lo)", "q.lo + tail"),
+    ("the last digits of the cube root of four", "cube_roots", "^Cbrt_64f_A53 2.*2/3. row 4$", "algebraic/cbrt.cpp",
+     "0x1.4f5b8f20ac166p-26", "0x1.4f5b8f20acp-26"),
+    ("the rounded rest of a third for the fitted one", "cube_roots", "^InvCbrt_64f_A53 2.0 row 3$",
+     "algebraic/inv_cbrt.cpp", "-0x1.555555556eeb1p-19", "-0x1.5555555555555p-19"),
+    ("the correction of the square root by its first factor", "correctly_rounded", "^Sqrt_64f_A53 [01] 4$",
+     "algebraic/sqrt.cpp", "g + residual * h, half", "g + residual * (0.5 * seed), half"),
+    ("the residual of the square root from a wider leading part", "correctly_rounded", "^Sqrt_64f_A53 [01] 4$",
+     "algebraic/sqrt.cpp", "splitHiLo(g, split26Bits)", "splitHiLo(g, 0x1p16 + 1)"),
 ]
 
 

@@ -11,9 +11,7 @@
 //
 // Ranges: elements that are normal doubles are ordinary; subnormal ones are scaled by 2^90 first.
 //
-// Error: beside the polynomial's, 0.0081 ulp of a result in [1/2, 1], the roundings of p, of 2^-13,
-// and of the sums with it stay below 0.0007 ulp: below 0.51 ulp, 0.50813 seen at
-// 0x1.1400462dcda84p+0.
+// Error: proven (docs/proofs.md) below 0.51 ulp (0.5085), 0.50818 seen at 0x1.1400a3de141b7p+0.
 
 #include "algebraic/exceptional_root.hpp"
 #include "algebraic/roots.hpp"
