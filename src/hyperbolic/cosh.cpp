@@ -14,7 +14,7 @@
 //
 // Error: proven (docs/proofs.md), A50 below 1.8 ulp (1.7173: the table's entries, their sum and the
 // last sum are rounded), 1.7132 seen at 0x1.5111f0af9d313p+0; A53 below 0.52 ulp (0.5199, without
-// e^-x; 0.5146 in the table's range), 0.5171 seen at 0x1.e52a4c6fbadffp+8.
+// e^-x; 0.5175 in the table's range), 0.5171 seen at 0x1.e52a4c6fbadffp+8.
 
 #include "core/export.hpp"
 #include "hyperbolic/sinh_cosh.hpp"
