@@ -442,9 +442,9 @@ QELVM_API QelStatus QELVM_CALL qelsCosh_32f_A11(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsCosh_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsCosh_32f_A24(const float* src, float* dst, int32_t length);
-/** 1.8 ulp, observed (1.7132) */
+/** 1.8 ulp, proven (1.7173) */
 QELVM_API QelStatus QELVM_CALL qelsCosh_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.52 ulp, observed (0.5171) */
+/** 0.52 ulp, proven (0.5199) */
 QELVM_API QelStatus QELVM_CALL qelsCosh_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -569,7 +569,7 @@ QELVM_API QelStatus QELVM_CALL qelsExp_32f_A21(const float* src, float* dst, int
 QELVM_API QelStatus QELVM_CALL qelsExp_32f_A24(const float* src, float* dst, int32_t length);
 /** 2.0 ulp, proven (1.9691); 1.5 ulp where the result is subnormal, proven */
 QELVM_API QelStatus QELVM_CALL qelsExp_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.518 ulp, proven (0.5179); 0.51 ulp where the result is subnormal, observed (0.5068) */
+/** 0.518 ulp, proven (0.5179); 0.51 ulp where the result is subnormal, proven (0.509) */
 QELVM_API QelStatus QELVM_CALL qelsExp_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -865,9 +865,9 @@ QELVM_API QelStatus QELVM_CALL qelsSinh_32f_A11(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsSinh_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5000001 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsSinh_32f_A24(const float* src, float* dst, int32_t length);
-/** 2.0 ulp, observed (1.9011) */
+/** 2.0 ulp, proven (1.9498) */
 QELVM_API QelStatus QELVM_CALL qelsSinh_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.52 ulp, observed (0.5171) */
+/** 0.52 ulp, proven (0.5199) */
 QELVM_API QelStatus QELVM_CALL qelsSinh_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 

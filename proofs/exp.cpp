@@ -5,7 +5,7 @@
 // 3. What is scaled: exactly where the result is normal; one more rounding where it is subnormal,
 // for
 //    any row, by what 2. has shown of the sum before its last rounding.
-#include "proof.hpp"
+#include "exp_reduction.hpp"
 
 #include "explog/exp.cpp"
 
@@ -14,52 +14,11 @@ using namespace qelvm::proof;
 
 namespace {
 
-// What 1. and 2. show for the parts after them.
-constexpr double largestN = 68800, largestR = 0x1.62e48p-8;
-constexpr double longError = 0x1.5p-58; // of power + rest, as a significand
-constexpr double shortError = 0x1p-51;  // of the A50 significand
+// What 2. shows for 3.
+constexpr double longError = 0x1.25p-58; // of power + rest, as a significand
+constexpr double longErrorBelowOne = 0x1.1p-60;
+constexpr double shortError = 0x1p-51; // of the A50 significand
 constexpr double shortErrorBelowOne = 0x1.1p-53;
-
-struct Reduction {
-  Term x = Term::argument("x");
-  ExpReduced<Term> reduced = reduceExp(x);
-  Term l = call(reduced.leading, "l"), trailing = call(reduced.trailing, "trailing");
-  Term r = call(reduced.r(), "r"); // so that R is Mr
-  Term stepHi = operand(operand(l, 1), 1), stepLo = operand(trailing, 1);
-  Term n = call(operand(trailing, 0), "N");
-
-  void constants(Script& s) const {
-    s.truth(stepLo, "L", enclosure(ln2() / Real(64) - Real(stepHi.value()) - Real(stepLo.value())));
-  }
-};
-
-void reduction(Proof& proof, Interval range) {
-  for (const Interval& binade : binades(range, -53)) {
-    Recorder::get().clear();
-    const Reduction red;
-    const Term product = operand(operand(red.n, 0), 0), inverse = operand(product, 1);
-    Script s(text("reduction ", binade));
-    red.constants(s);
-    s.cut(red.x, "x");
-    s.stands(red.n, "N");
-    s.exact(operand(red.l, 1));
-    s.exact(red.l);
-    proof.over(s, "arguments", "x", binade);
-    s.goal("@FIX(N,0)");
-    s.goal(text("|N| <= ", largestN));
-    s.goal(text("|Mr| <= ", largestR));
-    s.hint(text("MN -> x*", inverse));
-    s.hint(text("Mr -> (x*", inverse, " - N)*(", red.stepHi, " + L) + x*(1 - ", inverse, "*(",
-                red.stepHi, " + L))"));
-    s.hint(text("l -> (x*", inverse, " - N)*", red.stepHi, " + x*(1 - ", inverse, "*", red.stepHi,
-                ")"));
-    proof.add(s);
-  }
-}
-
-Real power(int j) {
-  return Real::apply(mpfr_exp2, Real(j) / Real(64));
-}
 
 /// The scripts of one row: `formula` gives S by the names of a script.
 template <class Kernel>
@@ -76,12 +35,7 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, in
   proof.replay(text(name, " row ", j), library, red.x, result, Proof::uniform(-708, 708));
   for (const Interval& piece : pieces(Interval::within(largestR), count)) {
     Script s(text(name, " row ", j, " ", piece));
-    red.constants(s);
-    s.cut(red.n, "N", "fixed<0,ne>");
-    s.cut(red.l, "l");
-    s.assume(text("|N| <= ", largestN));
-    proof.over(s, text(name, " row ", j), "Mr", piece);
-    s.hint("l -> Mr + Mtrailing");
+    red.over(proof, s, text(name, " row ", j), piece);
     s.truth(tail, "Q", Interval::within(error));
     if constexpr (isLong) {
       const double hi = expPowerPairs<Exp_64f_A53>[j].hi, lo = expPowerPairs<Exp_64f_A53>[j].lo;
@@ -96,7 +50,8 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, in
       s.goal(text("|", rest, "| <= 0x1p-6"));
       if (j == 0 && piece.high <= 0)
         s.goal(text(rest, " <= 0x1p-60"));
-      s.goal(text("|", hi, " + ", rest, " - S| <= ", longError));
+      s.goal(text("|", hi, " + ", rest,
+                  " - S| <= ", j == 0 && piece.high <= 0 ? longErrorBelowOne : longError));
       const std::string crossed = j == 0 ? "" : text(" + -(", hi, "*(ell*(Mr + Q)))");
       s.hint(text(hi, " + ", rest, " - S -> (", rest, " - ", s.ideal(rest), ")", crossed));
     } else {
@@ -140,7 +95,8 @@ void subnormal(Proof& proof, const std::string& name, Proof::Export library, Int
     proof.replay(text(name, " 2^", m), library, red.x, result,
                  Proof::uniform(std::max(arguments.low, (m - 1) * 0.6932), arguments.high));
     Script s(text(name, " 2^", m));
-    const std::string exact = text("S*1b", m);
+    const std::string exact = text("S*1b", m), label = name + " subnormal",
+                      last = s.operationOf(result);
     const bool top = m == exponentOf(arguments.high); // of row 0 below zero only, see main
     s.assume(text("S in ", Interval{0.99, top ? 1.0 : 2.0}));
     if constexpr (isLong) {
@@ -148,8 +104,7 @@ void subnormal(Proof& proof, const std::string& name, Proof::Export library, Int
       s.cut(method.rest, "rest");
       s.assume(text("power in ", Interval{1, top ? 1.0 : expPowers<Exp_64f_A50>[63]},
                     " /\\ rest in ", Interval{-0x1p-6, top ? 0x1p-60 : 0x1p-6},
-                    " /\\ |power + rest - S| <= ", longError));
-      std::string scaled; // what the scaling of `rest` costs
+                    " /\\ |power + rest - S| <= ", top ? longErrorBelowOne : longError));
       if (nodeOf(result.id).label == "+") {
         const Term hi = operand(operand(result, 0), 0), lo = operand(operand(result, 1), 0);
         const Term sum = operand(operand(lo, 1), 0), b = operand(sum, 0), a = operand(sum, 1);
@@ -159,16 +114,21 @@ void subnormal(Proof& proof, const std::string& name, Proof::Export library, Int
                     " - (", shifted, " - ", shifter, "))"));
         s.exact(b);
         s.exact(operand(lo, 1));
-        scaled = text(" + (", a, " - ", s.ideal(a), ")*", subnormalUnscale);
+        s.smallSum(result);
+        s.scaling(a);
+        s.hint(text("result - ", exact, " -> (result - Mresult) + (", a, " - ", s.ideal(a), ")*",
+                    subnormalUnscale, " + (power + rest - S)*1b", m));
+        s.bound(label, text("(result - ", exact, ")/0x1p-1074"));
+      } else {
+        s.hint(text(last, " - ", exact, " -> (", last, " - Mresult) + (power + rest - S)*1b", m));
+        s.lastRounding(label, result, exact, 0x1p-1074);
       }
-      s.hint(text("result - ", exact, " -> (result - Mresult)", scaled, " + (power + rest - S)*1b",
-                  m));
     } else {
       s.cut(method.significand, "significand");
       s.assume(text("|significand - S| <= ", top ? shortErrorBelowOne : shortError));
-      s.hint(text("result - ", exact, " -> (result - Mresult) + (significand - S)*1b", m));
+      s.hint(text(last, " - ", exact, " -> (", last, " - Mresult) + (significand - S)*1b", m));
+      s.lastRounding(label, result, exact, 0x1p-1074);
     }
-    s.bound(name + " subnormal", text("(result - ", exact, ")/0x1p-1074"));
     proof.add(s);
   }
 }

@@ -77,7 +77,7 @@ void tryLastRounding(T a, T (*nearest)(mpfr_srcptr, mpfr_rnd_t)) {
 
 int main(int argc, char** argv) {
   const int count = argc > 1 ? std::atoi(argv[1]) : 1000000;
-  int ordered = 0, multiples = 0, subnormal = 0;
+  int ordered = 0, multiples = 0, subnormal = 0, small = 0;
   for (int i = 0; i < count; ++i) {
     const double a = operand(60), b = operand(60);
     // Fast2Sum: |a| >= |b|, or a a multiple of 2^k and |b| < 2^(k + 53).
@@ -91,6 +91,12 @@ int main(int argc, char** argv) {
     require(isSum(twoSum<double, double>(a, b), a, b), "2Sum of " + hex(a) + " and " + hex(b));
     tryLastRounding<double>(a, mpfr_get_d);
     tryLastRounding<float>(static_cast<float>(a), mpfr_get_flt);
+    // Small Sum.
+    const double c = std::ldexp(a, -1082), d = std::ldexp(b, -1082), sum = c + d;
+    if (std::fabs(sum) <= 0x1p-1021) {
+      require(isSum({sum, 0}, c, d), "the sum of " + hex(c) + " and " + hex(d));
+      ++small;
+    }
     // Split, with every splitter of the kernels and their like.
     for (int k = 16; k <= 43; ++k)
       for (const double splitter : {std::ldexp(1.0, k), std::ldexp(1.0, k) + 1}) {
@@ -120,7 +126,7 @@ int main(int argc, char** argv) {
     require(root == mpfr_get_flt(r.get(), MPFR_RNDN), "the root of a float");
     subnormal += quotient != 0 && std::fabs(quotient) < std::numeric_limits<float>::min();
   }
-  require(ordered > count / 3 && multiples > count / 1000 && subnormal > count / 1000,
+  require(ordered > count / 3 && multiples > count / 1000 && subnormal > count / 1000 && small > count / 3,
           "the operands meet the conditions");
   std::printf("%d operands: the lemmas hold\n", count);
 }

@@ -98,6 +98,13 @@ public:
     if (nodeOf(t.id).kind == Kind::rounded) // (a product with one is its operand)
       exact_.insert(t.id);
   }
+  /// Nor here, by Lemma Small Sum.
+  void smallSum(const Term& t) {
+    exact(t);
+    small_.insert(t.id);
+  }
+  /// A product with a power of two: by Lemma Scaling.
+  void scaling(const Term& t) { assume(text("|", t, " - ", operationOf(t), "| <= 1b-1075")); }
   /// A Fast2Sum whose condition is that a is a multiple of 2^k, |b| < 2^(k + 53).
   void orderedByMultiple(const Term& error, int k) { orders_[error.id] = k; }
   /// A Fast2Sum whose condition does not hold: what it computes is rounded twice.
@@ -122,12 +129,13 @@ public:
   }
 
   /// The error of `value` in ulps of the exact result, which are not below `ulp` in this script: by
-  /// Lemma Last Rounding, half an ulp and what its operation, unrounded, is off by.
+  /// Lemma Last Rounding, half an ulp and what its operation, unrounded, is off by: one ulp at
+  /// most; or `most` ulps, where S is further than that from the next power of two.
   void lastRounding(const std::string& label, const Term& value, const std::string& exact,
-                    double ulp) {
+                    double ulp, int most = 1) {
     const std::string before = text("(", operationOf(value), " - ", exact, ")"),
                       error = text("|", before, "|/", ulp);
-    goal(text(error, " <= 1"));
+    goal(text(error, " <= ", most));
     bound(label, "0.5 + " + error);
   }
   /// The operation that gives a term, not rounded.
@@ -174,7 +182,9 @@ public:
                                   " in [-1b-", n.bits, ",1b-", n.bits, "]"));
       if (exact_.count(id) != 0) {
         const std::string operation = operationOf(Term::ofNode(id));
-        goals.push_back("rnd(" + operation + ") - (" + operation + ") in [0,0]");
+        goals.push_back(small_.count(id) != 0
+                            ? "|" + operation + "| <= 0x1p-1021"
+                            : "rnd(" + operation + ") - (" + operation + ") in [0,0]");
       }
       if ((n.kind == Kind::rounded || unordered_.count(id) != 0) && seenText(id) != n.name &&
           mentioned(seenText(id)))
@@ -207,7 +217,7 @@ private:
   std::string name_, body_;
   std::map<int, std::string> cuts_, seen_;
   std::map<int, int> multiples_, tops_, orders_;
-  std::set<int> exact_, unordered_;
+  std::set<int> exact_, small_, unordered_;
   std::map<std::string, std::string> definitions_;
   std::vector<std::string> hypotheses_, goals_, hints_;
   std::vector<Bound> bounds_;

