@@ -6,6 +6,7 @@
 
 #include "qelvm.h"
 
+#include <array>
 #include <random>
 
 namespace qelvm::proof {
@@ -45,6 +46,14 @@ public:
       std::printf("#bound %s %s\n", b.name.c_str(), b.label.c_str());
     std::printf("%s#end\n", script.print().c_str());
   }
+  /// The same script for several exports: printed once.
+  void addOnce(Script& script) {
+    const auto [found, isNew] = shared_.insert({script.name(), script.print()});
+    if (isNew)
+      add(script);
+    else if (found->second != script.print())
+      fail("another script is called " + script.name());
+  }
 
   // ---- replay ----
   using Export = QelStatus(QELVM_CALL*)(const double*, double*, std::int32_t);
@@ -53,21 +62,35 @@ public:
   template <class Sample>
   void replay(const std::string& what, Export library, const Term& x, const Term& result,
               const Sample& sample) {
+    replay(
+        what, std::array{x}, result, [&](std::mt19937_64& r) { return std::array{sample(r)}; },
+        [&](const std::array<double, 1>& a, double* to) { library(a.data(), to, 1); });
+  }
+  /// The same of several arguments: `sample` draws them all, `library(arguments, result)` calls.
+  template <std::size_t N, class Sample, class Library>
+  void replay(const std::string& what, const std::array<Term, N>& terms, const Term& result,
+              const Sample& sample, const Library& library) {
     int met = 0;
     for (int i = 0; met < replays_; ++i) {
       if (i > 1000 * replays_)
         fail(what + ": the sample never meets the case");
-      const double argument = sample(random_);
-      const auto values = Recorder::get().evaluate({{x.id, argument}});
-      if (!values)
+      const std::array<double, N> arguments = sample(random_);
+      std::map<int, double> values;
+      std::string written;
+      for (std::size_t k = 0; k < N; ++k) {
+        values[terms[k].id] = arguments[k];
+        written += (k ? ", " : "") + hex(arguments[k]);
+      }
+      const auto found = Recorder::get().evaluate(values);
+      if (!found)
         continue;
       ++met;
       double expected = 0;
-      library(&argument, &expected, 1);
-      const double recorded = fromWord<double>((*values)[static_cast<std::size_t>(result.id)]);
+      library(arguments, &expected);
+      const double recorded = fromWord<double>((*found)[static_cast<std::size_t>(result.id)]);
       if (bitsOf(recorded) != bitsOf(expected))
-        fail(what + ": of " + hex(argument) + " the record gives " + hex(recorded) +
-             ", the library " + hex(expected));
+        fail(what + ": of " + written + " the record gives " + hex(recorded) + ", the library " +
+             hex(expected));
     }
     replayed_ += met;
     ++records_;
@@ -104,6 +127,7 @@ private:
   int replays_ = 0, replayed_ = 0, records_ = 0;
   std::mt19937_64 random_{20240229};
   std::set<std::string> names_, checked_;
+  std::map<std::string, std::string> shared_;
   std::map<std::string, std::vector<Interval>> pieces_;
 
   void covers(const std::string& domain, Interval whole, bool doubles) {
