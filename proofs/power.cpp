@@ -17,17 +17,18 @@ using namespace qelvm::proof;
 namespace {
 
 // What a part shows for those after it.
-constexpr double logError = 0x1.edp-67;     // of hi + lo, relatively
+constexpr double logError = 0x1.eaap-67;    // of hi + lo, relatively
+constexpr double largestLo = 0x1p-36;        // of |lo|, relatively
 constexpr double largestError = 0x1p-51;     // `error`, what m3 is off m r
 constexpr double restError = 0x1p-104;      // of `error`, what m3 is off by
 constexpr double largestLow = 0x1p-41;       // of the sum of the low words
 constexpr double lowError = 0x1p-94;         // of the sum of the low words
-constexpr double largestExponent = 1025;     // |y log2 x| where the result is normal
+constexpr double largestExponent = 0x1.0001p10;    // |y log2 x| where the result is normal
 constexpr double largestBelow = 1090;        // where it is subnormal, or zero after rounding
-constexpr double exponentError = 0x1.51p-57; // of r, as an exponent of two
-constexpr double exponentErrorBelow = 0x1.67p-57;
-constexpr double largestR = 0x1.02p-8;
-constexpr double rowError = 0x1.2p-58; // of power + rest, the exponent's error apart
+constexpr double exponentError = 0x1.fbp-57; // of r, as an exponent of two
+constexpr double exponentErrorBelow = 0x1.0fp-56;
+constexpr double largestR = 0x1.05p-8;
+constexpr double sumError = 0x1.c8p-56; // of power + rest where the result is subnormal, as a significand
 constexpr double L = 0x1.715474p0;
 
 /// An export with the arguments of a replay, as a function of both.
@@ -88,7 +89,7 @@ void logarithm(Script& s, const Steps& log, double polynomial, const std::string
   const Term e = operand(log.lo, 0), e3 = operand(log.lo, 1);
   s.hint(text("hi + lo - S -> (lo - (", e, " + ", e3, ")) + (series - U*", s.ideal(log.p), ")", differences, " + -(P*dS)"));
   s.goal(text("|hi + lo - S| <= ", logError * least));
-  s.goal(text("|lo| <= ", 0x1p-40 * least));
+  s.goal(text("|lo| <= ", largestLo * least));
   s.goal(text("|", log.g, " - S| <= ", 0.75 * least));
 }
 
@@ -106,12 +107,12 @@ struct Record {
   /// For bases that `sample` draws and exponents that give the result an exponent from `exponents`.
   template <class Sample>
   void replay(Proof& proof, const std::string& what, const Export& library, const Sample& sample,
-              Interval exponents = {-1020, 1022}) const {
+              const std::function<double(std::mt19937_64&)>& exponents = Proof::uniform(-1020, 1022)) const {
     proof.replay(
         text(library.name, " ", what), std::array{x.a, x.y}, result,
         [&](std::mt19937_64& random) {
           const double a = sample(random);
-          return std::array{a, Proof::uniform(exponents.low, exponents.high)(random) / std::log2(a)};
+          return std::array{a, exponents(random) / std::log2(a)};
         },
         [&](const std::array<double, 2>& v, double* to) { library.call(v[0], v[1], to); });
   }
@@ -122,6 +123,15 @@ double relativeError(const Steps& log, Interval range) {
   return polynomialError("x + x*" + formulaOf(log.p, log.u, "x"), text("log2(1 + x/", L, ")"), range, true);
 }
 
+/// r, of the sum of both words of a power and its rest.
+template <class Tag>
+Term rOf(const Power<Tag, Term>& power) {
+  Term t = power.rest;
+  while (nodeOf(t.id).label != "*" || operand(t, 1).isKnown() || nodeOf(operand(t, 1).id).kind == Kind::whole)
+    t = operand(t, 0);
+  return operand(t, 0);
+}
+
 // ---- 1. the logarithm ---------------------------------------------------------------------------
 
 Real exactLog2(const Real& x) {
@@ -130,6 +140,11 @@ Real exactLog2(const Real& x) {
 /// What the words of a row leave of minus the logarithm of r / of.
 Real restOf(const PowLogRow& row, double of) {
   return exactLog2(Real(of) / Real(row.reciprocal)) - Real(row.logHi) - Real(row.logLo);
+}
+
+/// The first rows of significands that count as half, with the next exponent.
+bool isHalved(int i1) {
+  return i1 >= 16;
 }
 
 /// A row next to one, k = 0, for significands in pieces.
@@ -222,6 +237,8 @@ Ranges reach(const std::vector<std::array<int, 3>>& near) {
   for (const auto& [i1, m] : preimages(row1<double>, {1, below(2)})) {
     const PowLogRow& one = powLogs1<Tag>[i1];
     const Interval m1 = product(m, one.reciprocal);
+    for (const double end : {m.low, m.high})
+      require((highWord(end) - 0x3FE7C000) >> 20 == isHalved(i1), "the exponent goes with the row");
     require(m1.low >= 1 - 0x1p-5 && m1.high < 1 + 0x1p-4, "one period of the second rows");
     extend(ranges.m1, m1);
     for (const Interval& side1 : sides(m1))
@@ -314,13 +331,13 @@ void elsewhere(Proof& proof, const Export& library, const Ranges& ranges) {
   sums.cut(k, "k", "fixed<0,ne>");
   sums.assume("|k| <= 1100");
   double rests = 0;
-  const auto stage = [&](const auto& table, double of, const Term& high, const Term& low, int places, int number) {
+  const auto stage = [&](const auto& table, const auto& of, const Term& high, const Term& low, int places, int number) {
     double largestRest = 0, largest = 0;
-    for (const PowLogRow& row : table) {
+    for (int i = 0; const PowLogRow& row : table) {
       const auto isMultiple = [](double v, int place) { return std::fmod(v, std::ldexp(1.0, place)) == 0; };
       require(isMultiple(row.logHi, -42) && isMultiple(row.reciprocal, places) && std::fabs(row.logHi) < 0.6,
               "places of the rows' words");
-      largestRest = std::max(largestRest, enclosure(restOf(row, of)).magnitude());
+      largestRest = std::max(largestRest, enclosure(restOf(row, of(i++))).magnitude());
       largest = std::max(largest, std::fabs(row.logLo));
     }
     rests += largestRest;
@@ -329,9 +346,9 @@ void elsewhere(Proof& proof, const Export& library, const Ranges& ranges) {
     sums.assume(text("|", high, "| <= 0.6"));
     sums.assume(text("|", low, "| <= ", largest));
   };
-  stage(powLogs1<Tag>, 1, h1, l1, -15, 1);
-  stage(powLogs2<Tag>, 1, h2, l2, -15, 2);
-  stage(powLogs3<Tag>, L, h3, l3, -22, 3);
+  stage(powLogs1<Tag>, [](int i) { return isHalved(i) ? 0.5 : 1; }, h1, l1, -15, 1);
+  stage(powLogs2<Tag>, [](int) { return 1; }, h2, l2, -15, 2);
+  stage(powLogs3<Tag>, [](int) { return L; }, h3, l3, -22, 3);
   for (const Term& e : {kh1, kh12, sumHi})
     sums.exact(e);
   sums.goal("sumHi - (k + h1 + h2 + h3) in [0,0]");
@@ -355,6 +372,8 @@ void elsewhere(Proof& proof, const Export& library, const Ranges& ranges) {
     s.exact(t);
     s.stands(t, "t");
     s.hint("t -> -(g - (sumHi + v))");
+    s.hint("u - U -> (u - (v + error)) + -dE");
+    s.hint(text("g - S -> -t + -error + -dE + -sumLo + -dLO + -(U*", s.ideal(log.p), ") + -(P*dS)"));
     const double least = std::min(std::fabs(group.sum.low), std::fabs(group.sum.high)), far = group.v.high * 1.001;
     logarithm(s, log, std::max(relativeError(log, {-far, 0}), relativeError(log, {0, far})),
               "sumHi + sumLo + dLO + ", " + (w - (sumLo + (error + t))) + -dE + -dLO", least - far);
@@ -362,6 +381,167 @@ void elsewhere(Proof& proof, const Export& library, const Ranges& ranges) {
   }
 }
 
+
+// ---- 2. the exponent ----------------------------------------------------------------------------
+
+/// y log2 x = E (1 + dL) with E = y (G + l), whose leading product is cut at a multiple of 1/128.
+template <class Tag>
+void exponent(Proof& proof, Interval logs, double largest, double error) {
+  Recorder::get().clear();
+  const Arguments x;
+  const Term logHi = log2Of<Tag>(x.a, 0).hi;
+  const auto g = splitHiLo(logHi, split26Bits), y = splitHiLo(x.y, split26Bits);
+  const Term product = call(y.hi * g.hi, "product");
+  const Rounded<Term> rounded = roundShifter(product, Power<Tag, Term>::shifter);
+  const bool isSmall = logs.magnitude() <= 0x1p-10; // product then rounds to 0: a goal
+  if (isSmall)
+    suppose(rounded.value, 0.0);
+  const Record<Tag> record(x);
+  const Term r = call(rOf(record.power), "r");
+  Recorder::get().freeze();
+  Script s(text("exponent ", largest, " ", logs));
+  s.cut(logHi, "G", "float<53,-300,ne>");
+  s.multiple(logHi, -300);
+  s.cut(record.log.lo, "l");
+  s.cut(x.y, "y");
+  s.assume(text("y in [1,2] /\\ |l| <= ", largestLo * logs.magnitude()));
+  proof.over(s, text("exponent ", largest), "G", logs);
+  s.real("dL", Interval::within(above(logError)));
+  s.define("E", "y*(G + l)");
+  s.assume(text("|E| <= ", largest));
+  s.exact(product);
+  s.exact(operand(r, 0));
+  s.stands(rounded.value, text(rounded.value));
+  if (isSmall)
+    s.goal(text("|product| <= 0x1p-8 /\\ ", rounded.sum, " - ", record.power.shifter, " in [0,0]"));
+  else
+    s.hint(text("product - ", rounded.value, " -> -(", rounded.sum, " - (product + ", record.power.shifter,
+                ")) + -(", rounded.value, " - (", rounded.sum, " - ", record.power.shifter, "))"));
+  s.hint(text("E*(1 + dL) - ", rounded.value, " - r -> E*dL + -(r - ", s.ideal(r), ")"));
+  s.goal(text("|E*(1 + dL) - ", rounded.value, " - r| <= ", error));
+  s.goal(text("|r| <= ", largestR));
+  proof.addOnce(s);
+}
+
+template <class Tag>
+void exponents(Proof& proof) {
+  for (const bool normal : {true, false}) {
+    const double largest = normal ? largestExponent : largestBelow;
+    const double error = normal ? exponentError : exponentErrorBelow;
+    for (const int sign : {1, -1}) {
+      const auto part = [&](double low, double high) {
+        exponent<Tag>(proof, sign > 0 ? Interval{low, high} : Interval{-high, -low}, largest, error);
+      };
+      part(0, 0x1p-10);
+      for (const Interval& binade : binades({0x1p-10, largest}, -60))
+        part(binade.low, binade.high);
+    }
+  }
+}
+
+// ---- 3. the power -------------------------------------------------------------------------------
+
+/// 2^R = 2^(j/128) 2^r (1 + dX), r off R by the exponent's error.
+template <class Tag>
+void power(Proof& proof, const Export& library, const std::vector<std::string>& labels, int j) {
+  Recorder::get().clear();
+  const Arguments x;
+  {
+    const Term logHi = log2Of<Tag>(x.a, 0).hi;
+    const Term product = splitHiLo(x.y, split26Bits).hi * splitHiLo(logHi, split26Bits).hi;
+    suppose(lowWord(roundShifter(product, Power<Tag, Term>::shifter).sum) & 127, j);
+  }
+  const Record<Tag> record(x);
+  const double hi = powPowers<Tag>[j].hi, lo = powPowers<Tag>[j].lo;
+  const Term value = call(record.power.significand, "value"), rest = call(record.power.rest, "rest"); // (in row 0 it is q)
+  const Term r = call(rOf(record.power), "r");
+  const Term product = j == 0 ? rest : operand(rest, 0), q = call(j == 0 ? product : operand(product, 0), "q");
+  Recorder::get().freeze();
+  record.replay(proof, text("row ", j), library, Proof::uniform(0.1, 5), [&](std::mt19937_64& random) {
+    return static_cast<int>(random() % 2040) - 1020 + (j + Proof::uniform(-0.5, 0.5)(random)) / 128;
+  });
+  const auto relative = [](double exponent) { // 2^exponent - 1
+    return above((Real::apply(mpfr_exp2, Real(exponent)) - Real(1)).toDouble());
+  };
+  for (const Interval& piece : j == 0 ? std::vector{Interval{-largestR, 0}, Interval{0, largestR}}
+                                      : pieces(Interval::within(largestR), j >= 120 ? 4 : 1)) {
+    Script s(text("power row ", j, " ", piece));
+    s.cut(r, "r");
+    s.assume(text("|r| <= ", largestR));
+    proof.over(s, text("power row ", j), "R", piece);
+    s.real("dR", Interval::within(exponentErrorBelow));
+    s.define("R", "r + dR");
+    s.hint("r -> R - dR");
+    s.real("dX", Interval::within(relative(exponentError)));
+    s.real("dB", Interval::within(relative(exponentErrorBelow)));
+    s.truth(q, "Q", Interval::within(polynomialError(q, r, "2^x - 1", {piece.low - 0x1p-55, piece.high + 0x1p-55})));
+    if (j != 0)
+      s.truth(Term(lo), "LO", enclosure(Real::apply(mpfr_exp2, Real(j) / Real(128)) - Real(hi) - Real(lo)));
+    s.define("S0", j == 0 ? "1 + Q" : text("(", hi, " + LO)*(1 + Q)"));
+    s.define("S", "S0*(1 + dX)");
+    s.hint(text(hi, " + ", rest, " - S0 -> (", rest, " - ", s.ideal(rest), ")", j == 0 ? "" : " + -(LO*Q)"));
+    s.hint(text(hi, " + ", rest, " - S -> (", hi, " + ", rest, " - S0) + -(S0*dX)"));
+    const bool belowOne = j == 0 && piece.low < 0;
+    s.define("SB", "S0*(1 + dB)");
+    s.hint(text(hi, " + ", rest, " - SB -> (", hi, " + ", rest, " - S0) + -(S0*dB)"));
+    s.goal(text("|", hi, " + ", rest, " - SB| <= ", belowOne ? sumError / 2 : sumError));
+    s.goal(text("|", rest, "| <= 0x1p-6 /\\ value <= ", belowOne ? 1.0 : 2.0));
+    for (const std::string& label : labels)
+      s.lastRounding(label + " normal", value, "S", belowOne ? 0x1p-53 : 0x1p-52);
+    proof.addOnce(s);
+  }
+}
+
+// ---- 4. subnormal results -----------------------------------------------------------------------
+
+/// Power::subnormal has them for doubles alone, so that its steps stand here again. What is scaled
+/// by 2^(n + 200) is exact, and off by sumError 2^-1023 2^200 at most: n is -1022 only with a
+/// significand below one.
+template <class Tag>
+void subnormal(Proof& proof, const Export& library, const std::vector<std::string>& labels, bool isShort) {
+  Recorder::get().clear();
+  const Arguments x;
+  Record<Tag> record(x);
+  const Term scale = withExponent(record.power.n() + 200 + 1023, 1.0);
+  const Term scaled = record.power.significand * scale;
+  Term rest, upper;
+  if (isShort)
+    record.result = scaled * twoToMinus200;
+  else {
+    rest = ((record.power.power - record.power.significand) + record.power.rest) * scale;
+    const auto leading = splitHiLo(scaled, split26Bits);
+    upper = leading.hi;
+    record.result = leading.hi * twoToMinus200 + (rest + leading.lo) * twoToMinus200;
+  }
+  const Term result = call(record.result, "result");
+  Recorder::get().freeze();
+  record.replay(proof, text("subnormal ", isShort), library, Proof::uniform(0.1, 5),
+                isShort ? Proof::uniform(-1076, -1032.001) : Proof::uniform(-1031.999, -1022.001));
+  Script s(isShort ? "subnormal below 2^-1032" : "subnormal");
+  s.cut(scaled, "scaled");
+  if (isShort) {
+    s.assume(text("scaled in [0,0x1p-832] /\\ |scaled - T| <= ", std::ldexp(sumError + 0x1p-53, -832)));
+    s.hint("result - T*0x1p-200 -> (result - scaled*0x1p-200) + (scaled - T)*0x1p-200");
+  } else {
+    // (By itself, Gappa would not use the last place of the leading part.)
+    const std::string range = "scaled in [0x1p-832,0x1p-822]";
+    Script split("subnormal split");
+    split.cut(scaled, "scaled");
+    split.assume(range);
+    split.goal(text("@FIX(", upper, ",-858) /\\ |scaled - ", upper, "| <= 0x1p-848"));
+    proof.addOnce(split);
+    s.cut(rest, "rest");
+    s.cut(upper, "upper", "fixed<-858,ne>");
+    s.exactNextToSubnormal(operand(result, 0));
+    s.exactNextToSubnormal(result);
+    s.assume(text(range, " /\\ |scaled - upper| <= 0x1p-848 /\\ |rest| <= 0x1p-875 /\\ |scaled + rest - T| <= ",
+                  std::ldexp(sumError, -823)));
+    s.hint("result - T*0x1p-200 -> (result - Mresult) + (scaled + rest - T)*0x1p-200");
+  }
+  for (const std::string& label : labels)
+    s.bound(label + " subnormal", "(result - T*0x1p-200)/0x1p-1074");
+  proof.addOnce(s);
+}
 
 /// Ends of pieces above one, for a row that reaches up to 2^-16 and is finest there.
 std::vector<Interval> towardsOne() {
@@ -377,7 +557,7 @@ std::vector<Interval> towardsOne() {
 }
 
 template <class Tag>
-void prove(Proof& proof, const Export& library) {
+void prove(Proof& proof, const Export& library, const std::vector<std::string>& labels) {
   const std::vector<Interval> above = towardsOne();
   std::vector<Interval> below;
   for (const Interval& i : above)
@@ -386,6 +566,11 @@ void prove(Proof& proof, const Export& library) {
   nextToOne<Tag>(proof, library, 32, 32, 128, below);
   nextToOne<Tag>(proof, library, 0, 0, 1, pieces({1 + 0x1p-16, 1 + 0x3p-16}, 8));
   elsewhere<Tag>(proof, library, reach<Tag>({{0, 0, 0}, {32, 32, 128}, {0, 0, 1}}));
+  exponents<Tag>(proof);
+  for (int j = 0; j < 128; ++j)
+    power<Tag>(proof, library, labels, j);
+  for (const bool isShort : {false, true})
+    subnormal<Tag>(proof, library, labels, isShort);
 }
 
 } // namespace
@@ -397,12 +582,19 @@ int main(int argc, char** argv) {
       {"Pow_64f_A53", [](double x, double y, double* to) { qelsPow_64f_A53(&x, &y, to, 1); }},
       {"Powx_64f_A50", [](double x, double y, double* to) { qelsPowx_64f_A50(&x, y, to, 1); }},
       {"Powx_64f_A53", [](double x, double y, double* to) { qelsPowx_64f_A53(&x, y, to, 1); }}};
-  prove<Pow_64f_A50>(proof, exports[0]);
-  prove<Pow_64f_A53>(proof, exports[1]);
-  prove<Powx_64f_A50>(proof, exports[2]);
-  prove<Powx_64f_A53>(proof, exports[3]);
+  std::vector<std::string> names;
+  for (const Export& e : exports)
+    names.push_back(e.name);
+  prove<Pow_64f_A50>(proof, exports[0], names);
+  prove<Pow_64f_A53>(proof, exports[1], names);
+  prove<Powx_64f_A50>(proof, exports[2], names);
+  prove<Powx_64f_A53>(proof, exports[3], names);
   proof.coversReals("log2 rows 0 0 0", {1 + 0x1p-52, 1 + 0x1p-16});
   proof.coversReals("log2 rows 32 32 128", {2 - 0x1p-16, 2 - 0x1p-52});
   proof.coversReals("log2 rows 0 0 1", {1 + 0x1p-16, 1 + 0x3p-16});
+  for (const double largest : {largestExponent, largestBelow})
+    proof.coversReals(text("exponent ", largest), Interval::within(largest));
+  for (int j = 0; j < 128; ++j)
+    proof.coversReals(text("power row ", j), Interval::within(largestR));
   return proof.finish();
 }

@@ -83,6 +83,12 @@ public:
     if (nodeOf(t.id).kind == Kind::rounded) // (a product with one is its operand)
       exact_.insert(t.id);
   }
+  /// The same where the last place is that of subnormal numbers: said in the form that Gappa finds
+  /// there.
+  void exactNextToSubnormal(const Term& t) {
+    exact(t);
+    equal_.insert(t.id);
+  }
   /// A Fast2Sum whose condition is that a is a multiple of 2^k, |b| < 2^(k + 53).
   void orderedByMultiple(const Term& error, int k) { orders_[error.id] = k; }
   /// A Fast2Sum whose condition does not hold: what it computes is rounded twice.
@@ -155,7 +161,9 @@ public:
                                   " in [-1b-", n.bits, ",1b-", n.bits, "]"));
       if (exact_.count(id) != 0) {
         const std::string operation = operationOf(Term::ofNode(id));
-        goals.push_back("rnd(" + operation + ") - (" + operation + ") in [0,0]");
+        goals.push_back("rnd(" + operation + ")" +
+                        (equal_.count(id) != 0 ? " = " + operation
+                                               : " - (" + operation + ") in [0,0]"));
       }
       if ((n.kind == Kind::rounded || unordered_.count(id) != 0) && seenText(id) != n.name &&
           mentioned(seenText(id)))
@@ -188,7 +196,7 @@ private:
   std::string name_, body_;
   std::map<int, std::string> cuts_, seen_;
   std::map<int, int> multiples_, orders_;
-  std::set<int> exact_, unordered_;
+  std::set<int> exact_, equal_, unordered_;
   std::map<std::string, std::string> definitions_;
   std::vector<std::string> hypotheses_, goals_, hints_;
   std::vector<Bound> bounds_;
