@@ -740,10 +740,10 @@ QELVM_API QelStatus QELVM_CALL qelsPow_32f_A21(const float* src1, const float* s
 /** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPow_32f_A24(const float* src1, const float* src2, float* dst,
                                                int32_t length);
-/** 0.575 ulp */
+/** 0.6 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPow_64f_A50(const double* src1, const double* src2, double* dst,
                                                int32_t length);
-/** 0.575 ulp */
+/** 0.6 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPow_64f_A53(const double* src1, const double* src2, double* dst,
                                                int32_t length);
 /** @} */
@@ -766,10 +766,10 @@ QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A21(const float* src, float power, f
 /** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A24(const float* src, float power, float* dst,
                                                 int32_t length);
-/** 0.575 ulp */
+/** 0.6 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A50(const double* src, double power, double* dst,
                                                 int32_t length);
-/** 0.575 ulp */
+/** 0.6 ulp */
 QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A53(const double* src, double power, double* dst,
                                                 int32_t length);
 /** @} */

@@ -17,7 +17,7 @@ using namespace qelvm::proof;
 namespace {
 
 // What a part shows for those after it.
-constexpr double logError = 0x1.eaap-67;    // of hi + lo, relatively
+constexpr double logError = 0x1.ea8p-67;    // of hi + lo, relatively
 constexpr double largestLo = 0x1p-36;        // of |lo|, relatively
 constexpr double largestError = 0x1p-51;     // `error`, what m3 is off m r
 constexpr double restError = 0x1p-104;      // of `error`, what m3 is off by
@@ -118,9 +118,13 @@ struct Record {
   }
 };
 
-/// What the polynomial leaves of log2(1 + x/L), relatively, on one side of zero.
+/// What the polynomial leaves of log2(1 + x/L), relatively.
 double relativeError(const Steps& log, Interval range) {
-  return polynomialError("x + x*" + formulaOf(log.p, log.u, "x"), text("log2(1 + x/", L, ")"), range, true);
+  const auto over = [&](Interval side) {
+    return polynomialError("x + x*" + formulaOf(log.p, log.u, "x"), text("log2(1 + x/", L, ")"), side, true);
+  };
+  const double low = range.low - 0x1p-50, high = range.high + 0x1p-50; // (whose ends are rounded)
+  return low < 0 && high > 0 ? std::max(over({low, 0}), over({0, high})) : over({low, high});
 }
 
 /// r, of the sum of both words of a power and its rest.
@@ -171,7 +175,7 @@ void nextToOne(Proof& proof, const Export& library, int i1, int i2, int i3,
     const Steps& log = record.steps;
     Recorder::get().freeze();
     record.replay(proof, text(name, " ", piece), library, [&](std::mt19937_64& random) {
-      const double m = Proof::uniform(piece.low, below(piece.high))(random) * scale;
+      const double m = Proof::uniform(piece.low, std::max(piece.low, below(piece.high)))(random) * scale;
       return m > 0.6 ? m : 2 * m;
     });
     Script s(text(name, " ", piece));
@@ -375,7 +379,7 @@ void elsewhere(Proof& proof, const Export& library, const Ranges& ranges) {
     s.hint("u - U -> (u - (v + error)) + -dE");
     s.hint(text("g - S -> -t + -error + -dE + -sumLo + -dLO + -(U*", s.ideal(log.p), ") + -(P*dS)"));
     const double least = std::min(std::fabs(group.sum.low), std::fabs(group.sum.high)), far = group.v.high * 1.001;
-    logarithm(s, log, std::max(relativeError(log, {-far, 0}), relativeError(log, {0, far})),
+    logarithm(s, log, relativeError(log, Interval::within(far)),
               "sumHi + sumLo + dLO + ", " + (w - (sumLo + (error + t))) + -dE + -dLO", least - far);
     proof.addOnce(s);
   }
@@ -404,7 +408,10 @@ void exponent(Proof& proof, Interval logs, double largest, double error) {
   s.multiple(logHi, -300);
   s.cut(record.log.lo, "l");
   s.cut(x.y, "y");
-  s.assume(text("y in [1,2] /\\ |l| <= ", largestLo * logs.magnitude()));
+  // (|E| gives y its end where G is large.)
+  const double nearest = std::min(std::fabs(logs.low), std::fabs(logs.high));
+  s.assume(text("y in [1,", nearest < 512 ? 2.0 : std::min(2.0, 1.001 * largest / nearest), "] /\\ |l| <= ",
+                largestLo * logs.magnitude()));
   proof.over(s, text("exponent ", largest), "G", logs);
   s.real("dL", Interval::within(above(logError)));
   s.define("E", "y*(G + l)");
@@ -434,7 +441,8 @@ void exponents(Proof& proof) {
       };
       part(0, 0x1p-10);
       for (const Interval& binade : binades({0x1p-10, largest}, -60))
-        part(binade.low, binade.high);
+        for (const Interval& i : pieces(binade, binade.low == 512 ? 4 : 1))
+          part(i.low, i.high);
     }
   }
 }
@@ -543,28 +551,26 @@ void subnormal(Proof& proof, const Export& library, const std::vector<std::strin
   proof.addOnce(s);
 }
 
-/// Ends of pieces above one, for a row that reaches up to 2^-16 and is finest there.
-std::vector<Interval> towardsOne() {
-  std::vector<Interval> result;
-  for (int k = -52; k < -17;) {
-    const int next = k < -31 ? k + 7 : k + 1;
-    result.push_back({1 + std::ldexp(1.0, k), 1 + std::ldexp(1.0, next)});
-    k = next;
-  }
-  for (const Interval& i : pieces({1 + 0x1p-17, 1 + 0x1p-16}, 8))
-    result.push_back(i);
+/// Pieces of significands above one, up to 2^-17 and, finely, 2^-16 from it.
+std::vector<Interval> fromOne() {
+  std::vector<Interval> result{{above(1), above(1)}};
+  const int ends[] = {-51, -44, -37, -30, -25, -22, -20, -18, -17};
+  for (int i = 0; i < 8; ++i)
+    result.push_back({1 + std::ldexp(1.0, ends[i]), 1 + std::ldexp(1.0, ends[i + 1])});
   return result;
 }
 
 template <class Tag>
 void prove(Proof& proof, const Export& library, const std::vector<std::string>& labels) {
-  const std::vector<Interval> above = towardsOne();
-  std::vector<Interval> below;
-  for (const Interval& i : above)
-    below.push_back({3 - i.high, 3 - i.low});
-  nextToOne<Tag>(proof, library, 0, 0, 0, above);
-  nextToOne<Tag>(proof, library, 32, 32, 128, below);
-  nextToOne<Tag>(proof, library, 0, 0, 1, pieces({1 + 0x1p-16, 1 + 0x3p-16}, 8));
+  std::vector<Interval> up = fromOne(), down;
+  for (const Interval& i : up)
+    down.push_back({3 - i.high, 3 - i.low});
+  down.push_back({2 - 0x1p-16, 2 - 0x1p-17});
+  for (const Interval& i : pieces({1 + 0x1p-17, 1 + 0x1p-16}, 8))
+    up.push_back(i);
+  nextToOne<Tag>(proof, library, 0, 0, 0, up);
+  nextToOne<Tag>(proof, library, 32, 32, 128, down);
+  nextToOne<Tag>(proof, library, 0, 0, 1, pieces({1 + 0x1p-16, 1 + 0x3p-16}, 2));
   elsewhere<Tag>(proof, library, reach<Tag>({{0, 0, 0}, {32, 32, 128}, {0, 0, 1}}));
   exponents<Tag>(proof);
   for (int j = 0; j < 128; ++j)
@@ -589,8 +595,8 @@ int main(int argc, char** argv) {
   prove<Pow_64f_A53>(proof, exports[1], names);
   prove<Powx_64f_A50>(proof, exports[2], names);
   prove<Powx_64f_A53>(proof, exports[3], names);
-  proof.coversReals("log2 rows 0 0 0", {1 + 0x1p-52, 1 + 0x1p-16});
-  proof.coversReals("log2 rows 32 32 128", {2 - 0x1p-16, 2 - 0x1p-52});
+  proof.coversDoubles("log2 rows 0 0 0", {1 + 0x1p-52, 1 + 0x1p-16});
+  proof.coversDoubles("log2 rows 32 32 128", {2 - 0x1p-16, 2 - 0x1p-52});
   proof.coversReals("log2 rows 0 0 1", {1 + 0x1p-16, 1 + 0x3p-16});
   for (const double largest : {largestExponent, largestBelow})
     proof.coversReals(text("exponent ", largest), Interval::within(largest));

@@ -59,6 +59,10 @@ CHANGES = [
      "((1.0 + e) * e) * seed", "e * seed"),
     ("a low word of the arctangent dropped", "atan", "A53 row 5 .0x1p-1,", "invtrig/atan.cpp",
      "(q.lo + tail) + lookUp(arctanTable<Export>, row, &PairRow::lo)", "q.lo + tail"),
+    ("the first coefficient of log2 in its last digits", "power", "log2 rows 0 0 1 ", "explog/power.hpp",
+     "0x1.9c3a6966457e8p-24", "0x1.9c3a6966p-24"),
+    ("the low word of log2 dropped from the product with y", "power", "exponent 0x1.0001p.10 .0x1p.8,", "explog/power.hpp",
+     " + log.lo * exponent.y", ""),
 ]
 
 
