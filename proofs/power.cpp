@@ -16,20 +16,21 @@ using namespace qelvm::proof;
 
 namespace {
 
-// What a part shows for those after it.
-constexpr double logError = 0x1.ea8p-67;    // of hi + lo, relatively
-constexpr double largestLo = 0x1p-36;        // of |lo|, relatively
-constexpr double largestError = 0x1p-51;     // `error`, what m3 is off m r
-constexpr double restError = 0x1p-104;      // of `error`, what m3 is off by
-constexpr double largestLow = 0x1p-41;       // of the sum of the low words
-constexpr double lowError = 0x1p-94;         // of the sum of the low words
-constexpr double largestExponent = 0x1.0001p10;    // |y log2 x| where the result is normal
-constexpr double largestBelow = 1090;        // where it is subnormal, or zero after rounding
-constexpr double exponentError = 0x1.fbp-57; // of r, as an exponent of two
-constexpr double exponentErrorBelow = 0x1.0fp-56;
+// What a part shows for those after it. Of the logarithm:
+constexpr double logError = 0x1.ea8p-67; // hi + lo is off by, relatively
+constexpr double largestLo = 0x1p-36;    // |lo|, relatively
+constexpr double largestError = 0x1p-51; // |error|, what m3 is off m r
+constexpr double restError = 0x1p-104;   // `error` itself is off by
+constexpr double largestLow = 0x1p-41;   // the sum of the low words
+constexpr double lowError = 0x1p-94;     // and what it is off by
+// Of the exponent, where the result is normal, and where it is subnormal or rounds to zero:
+constexpr double largestExponent = 0x1.0001p10, largestBelow = 1090; // |y log2 x|
+constexpr double exponentError = 0x1.fbp-57, exponentErrorBelow = 0x1.0fp-56;
 constexpr double largestR = 0x1.05p-8;
-constexpr double sumError = 0x1.c8p-56; // of power + rest where the result is subnormal, as a significand
-constexpr double L = 0x1.715474p0;
+// Of power + rest where the result is subnormal, as a significand:
+constexpr double sumError = 0x1.c8p-56;
+
+constexpr double L = 0x1.715474p0; // as in the kernel: see Steps
 
 /// An export with the arguments of a replay, as a function of both.
 struct Export {
@@ -42,8 +43,6 @@ struct Export {
 struct Arguments {
   Term a = Term::argument("a"), y = Term::argument("y");
   Term m = withExponent(1023, a);
-
-  Arguments() { Recorder::get().nodes.reserve(500); }
 };
 
 /// The rows, as the kernel finds them.
@@ -72,6 +71,7 @@ struct Steps {
     u = call(operand(series, 0), "u"), p = operand(series, 1);
     v = call(operand(u, 0), "v"), error = call(operand(u, 1), "error");
     m3 = operand(v, 0);
+    require(operand(v, 1).value() == L, "L is the kernel's");
   }
 };
 
@@ -87,7 +87,8 @@ void logarithm(Script& s, const Steps& log, double polynomial, const std::string
   s.real("dS", Interval::within(above(polynomial * (1 + 2 * polynomial))));
   s.define("S", text(sum, "P*(1 + dS)"));
   const Term e = operand(log.lo, 0), e3 = operand(log.lo, 1);
-  s.hint(text("hi + lo - S -> (lo - (", e, " + ", e3, ")) + (series - U*", s.ideal(log.p), ")", differences, " + -(P*dS)"));
+  s.hint(text("hi + lo - S -> (lo - (", e, " + ", e3, ")) + (series - U*", s.ideal(log.p), ")",
+              differences, " + -(P*dS)"));
   s.goal(text("|hi + lo - S| <= ", logError * least));
   s.goal(text("|lo| <= ", largestLo * least));
   s.goal(text("|", log.g, " - S| <= ", 0.75 * least));
@@ -106,8 +107,10 @@ struct Record {
 
   /// For bases that `sample` draws and exponents that give the result an exponent from `exponents`.
   template <class Sample>
-  void replay(Proof& proof, const std::string& what, const Export& library, const Sample& sample,
-              const std::function<double(std::mt19937_64&)>& exponents = Proof::uniform(-1020, 1022)) const {
+  void
+  replay(Proof& proof, const std::string& what, const Export& library, const Sample& sample,
+         const std::function<double(std::mt19937_64&)>& exponents = Proof::uniform(-1020,
+                                                                                   1022)) const {
     proof.replay(
         text(library.name, " ", what), std::array{x.a, x.y}, result,
         [&](std::mt19937_64& random) {
@@ -121,7 +124,8 @@ struct Record {
 /// What the polynomial leaves of log2(1 + x/L), relatively.
 double relativeError(const Steps& log, Interval range) {
   const auto over = [&](Interval side) {
-    return polynomialError("x + x*" + formulaOf(log.p, log.u, "x"), text("log2(1 + x/", L, ")"), side, true);
+    return polynomialError("x + x*" + formulaOf(log.p, log.u, "x"), text("log2(1 + x/", L, ")"),
+                           side, true);
   };
   const double low = range.low - 0x1p-50, high = range.high + 0x1p-50; // (whose ends are rounded)
   return low < 0 && high > 0 ? std::max(over({low, 0}), over({0, high})) : over({low, high});
@@ -131,7 +135,8 @@ double relativeError(const Steps& log, Interval range) {
 template <class Tag>
 Term rOf(const Power<Tag, Term>& power) {
   Term t = power.rest;
-  while (nodeOf(t.id).label != "*" || operand(t, 1).isKnown() || nodeOf(operand(t, 1).id).kind == Kind::whole)
+  while (nodeOf(t.id).label != "*" || operand(t, 1).isKnown() ||
+         nodeOf(operand(t, 1).id).kind == Kind::whole)
     t = operand(t, 0);
   return operand(t, 0);
 }
@@ -156,7 +161,8 @@ template <class Tag>
 void nextToOne(Proof& proof, const Export& library, int i1, int i2, int i3,
                const std::vector<Interval>& pieces) {
   const PowLogRow &one = powLogs1<Tag>[i1], &two = powLogs2<Tag>[i2], &three = powLogs3<Tag>[i3];
-  require(one.logHi == 0 && two.logHi == 0 && std::fabs(two.reciprocal) == 1, "rows of no logarithm");
+  require(one.logHi == 0 && two.logHi == 0 && std::fabs(two.reciprocal) == 1,
+          "rows of no logarithm");
   const double r = one.reciprocal * three.reciprocal, scale = one.reciprocal;
   const std::string name = text("log2 rows ", i1, " ", i2, " ", i3);
   for (const Interval& piece : pieces) {
@@ -175,7 +181,8 @@ void nextToOne(Proof& proof, const Export& library, int i1, int i2, int i3,
     const Steps& log = record.steps;
     Recorder::get().freeze();
     record.replay(proof, text(name, " ", piece), library, [&](std::mt19937_64& random) {
-      const double m = Proof::uniform(piece.low, std::max(piece.low, below(piece.high)))(random) * scale;
+      const double m =
+          Proof::uniform(piece.low, std::max(piece.low, below(piece.high)))(random) * scale;
       return m > 0.6 ? m : 2 * m;
     });
     Script s(text(name, " ", piece));
@@ -184,7 +191,7 @@ void nextToOne(Proof& proof, const Export& library, int i1, int i2, int i3,
     proof.over(s, name, "m", piece);
     s.define("U", text("m*", r, " - ", L));
     s.hint("U -> v + error");
-    s.hint(text("error -> -(", log.m3, " - m*", r, ")"));
+    s.hint(text("error -> -(", log.m3, " - ", m1, "*", three.reciprocal, ")"));
     for (const Term& e : {m1, v, log.error, operand(log.error, 0), operand(log.error, 1),
                           operand(operand(log.error, 0), 0)})
       s.exact(e);
@@ -200,7 +207,9 @@ void nextToOne(Proof& proof, const Export& library, int i1, int i2, int i3,
       sum = text(three.logHi, " + LO + ");
       differences = text(" + (w - (", three.logLo, " + (error + t))) + (", three.logLo, " - LO)");
     }
-    const auto logOf = [&](double m) { return std::fabs(exactLog2(Real(m) * Real(scale)).toDouble()); };
+    const auto logOf = [&](double m) {
+      return std::fabs(exactLog2(Real(m) * Real(scale)).toDouble());
+    };
     logarithm(s, log, relativeError(log, {piece.low * r - L, piece.high * r - L}), sum, differences,
               std::min(logOf(piece.low), logOf(piece.high)) * (1 - 0x1p-50));
     proof.addOnce(s);
@@ -263,10 +272,12 @@ Ranges reach(const std::vector<std::array<int, 3>>& near) {
               ++met;
               continue;
             }
-            require(std::any_of(std::begin(groups), std::end(groups), [&](const Group& g) {
-                      return g.sum.low <= sum && sum <= g.sum.high && g.v.low <= m3.low - L &&
-                             m3.high - L <= g.v.high;
-                    }), text("a group has the rows ", i1, " ", i2, " ", i3));
+            require(std::any_of(std::begin(groups), std::end(groups),
+                                [&](const Group& g) {
+                                  return g.sum.low <= sum && sum <= g.sum.high &&
+                                         g.v.low <= m3.low - L && m3.high - L <= g.v.high;
+                                }),
+                    text("a group has the rows ", i1, " ", i2, " ", i3));
           }
       }
   }
@@ -284,20 +295,24 @@ void elsewhere(Proof& proof, const Export& library, const Ranges& ranges) {
   const Term sumHi = call(operand(log.g, 0), "sumHi"), sumLo = call(operand(log.w, 0), "sumLo");
   const Term t = call(operand(operand(log.w, 1), 1), "t");
   const Term m2 = operand(log.m3, 0), m1 = operand(m2, 0);
-  const Term rLo = operand(operand(log.error, 1), 1), r = call(operand(rLo, 0), "r"), r12 = operand(r, 0);
+  const Term rLo = operand(operand(log.error, 1), 1), r = call(operand(rLo, 0), "r"),
+             r12 = operand(r, 0);
   const Term r1 = operand(r12, 0), r2 = operand(r12, 1), r3 = operand(r, 1);
-  const Term h3 = operand(sumHi, 1), kh12 = operand(sumHi, 0), h2 = operand(kh12, 1), kh1 = operand(kh12, 0);
+  const Term h3 = operand(sumHi, 1), kh12 = operand(sumHi, 0), h2 = operand(kh12, 1),
+             kh1 = operand(kh12, 0);
   const Term k = operand(kh1, 0), h1 = operand(kh1, 1);
-  const Term l1 = operand(sumLo, 1), l23 = operand(sumLo, 0), l2 = operand(l23, 0), l3 = operand(l23, 1);
+  const Term l1 = operand(sumLo, 1), l23 = operand(sumLo, 0), l2 = operand(l23, 0),
+             l3 = operand(l23, 1);
   Recorder::get().freeze();
   record.replay(proof, "log2", library, [&](std::mt19937_64& random) {
     return std::ldexp(Proof::uniform(1, 2)(random), static_cast<int>(random() % 2046) - 1022);
   });
 
-  const Term parts = operand(log.error, 0), upToLow = operand(parts, 0), difference = operand(upToLow, 0);
+  const Term parts = operand(log.error, 0), upToLow = operand(parts, 0),
+             difference = operand(upToLow, 0);
   const Term hiHi = operand(difference, 0), hiLo = operand(upToLow, 1), loHi = operand(parts, 1);
   const Term loLo = operand(log.error, 1), mLo = operand(loLo, 0), mHi = operand(hiHi, 0);
-    for (const Interval& piece : {Interval{1, 1.44}, {1.44, 1.5}, {1.5, 1.75}, {1.75, 2}}) {
+  for (const Interval& piece : {Interval{1, 1.44}, {1.44, 1.5}, {1.5, 1.75}, {1.75, 2}}) {
     Script s(text("log2 products ", piece));
     s.cut(x.m, "m");
     s.multiple(x.m, -52);
@@ -310,9 +325,11 @@ void elsewhere(Proof& proof, const Export& library, const Ranges& ranges) {
     row(r2, "R2", -15, {0.96, 1.04});
     row(r3, "R3", -22, {1.43, 1.46});
     call(m1, "m1"), call(m2, "m2"), call(log.m3, "m3");
-    for (const auto& [name, range] : {std::pair{"m1", ranges.m1}, {"m2", ranges.m2}, {"m3", ranges.m3}})
+    for (const auto& [name, range] :
+         {std::pair{"m1", ranges.m1}, {"m2", ranges.m2}, {"m3", ranges.m3}})
       s.assume(text(name, " in ", range));
-    s.assume(text("r in ", Interval{(L - 0x1p-15) / piece.high, (L + 0x1p-15) / piece.low})); // m r is next to m3
+    s.assume(text("r in ", Interval{(L - 0x1p-15) / piece.high,
+                                    (L + 0x1p-15) / piece.low})); // m r is next to m3
     for (const Term& e : {r12, r, log.v, hiHi, hiLo, loHi, difference, upToLow, parts})
       s.exact(e);
     for (const Term& e : {m1, m2, log.m3})
@@ -321,7 +338,8 @@ void elsewhere(Proof& proof, const Export& library, const Ranges& ranges) {
     s.hint(text(difference, " -> -(m3 - m*r) + -(", mHi, "*", rLo, " + ", mLo, "*r)"));
     s.hint(text(upToLow, " -> -(m3 - m*r) + -(m*", rLo, ")"));
     s.hint(text(parts, " -> -(m3 - m*r) + -(", mLo, "*", rLo, ")"));
-    s.hint(text("error - (m*r - m3) -> (error - (", parts, " + ", loLo, ")) + (", loLo, " - ", mLo, "*", rLo, ")"));
+    s.hint(text("error - (m*r - m3) -> (error - (", parts, " + ", loLo, ")) + (", loLo, " - ", mLo,
+                "*", rLo, ")"));
     s.goal("@FIX(v,-52)");
     s.goal(text("|m3 - m*r| <= ", largestError));
     s.hint("error -> (error - (m*r - m3)) + -(m3 - m*r)");
@@ -335,11 +353,15 @@ void elsewhere(Proof& proof, const Export& library, const Ranges& ranges) {
   sums.cut(k, "k", "fixed<0,ne>");
   sums.assume("|k| <= 1100");
   double rests = 0;
-  const auto stage = [&](const auto& table, const auto& of, const Term& high, const Term& low, int places, int number) {
+  const auto stage = [&](const auto& table, const auto& of, const Term& high, const Term& low,
+                         int places, int number) {
     double largestRest = 0, largest = 0;
     for (int i = 0; const PowLogRow& row : table) {
-      const auto isMultiple = [](double v, int place) { return std::fmod(v, std::ldexp(1.0, place)) == 0; };
-      require(isMultiple(row.logHi, -42) && isMultiple(row.reciprocal, places) && std::fabs(row.logHi) < 0.6,
+      const auto isMultiple = [](double v, int place) {
+        return std::fmod(v, std::ldexp(1.0, place)) == 0;
+      };
+      require(isMultiple(row.logHi, -42) && isMultiple(row.reciprocal, places) &&
+                  std::fabs(row.logHi) < 0.6,
               "places of the rows' words");
       largestRest = std::max(largestRest, enclosure(restOf(row, of(i++))).magnitude());
       largest = std::max(largest, std::fabs(row.logLo));
@@ -350,9 +372,12 @@ void elsewhere(Proof& proof, const Export& library, const Ranges& ranges) {
     sums.assume(text("|", high, "| <= 0.6"));
     sums.assume(text("|", low, "| <= ", largest));
   };
-  stage(powLogs1<Tag>, [](int i) { return isHalved(i) ? 0.5 : 1; }, h1, l1, -15, 1);
-  stage(powLogs2<Tag>, [](int) { return 1; }, h2, l2, -15, 2);
-  stage(powLogs3<Tag>, [](int) { return L; }, h3, l3, -22, 3);
+  stage(
+      powLogs1<Tag>, [](int i) { return isHalved(i) ? 0.5 : 1; }, h1, l1, -15, 1);
+  stage(
+      powLogs2<Tag>, [](int) { return 1; }, h2, l2, -15, 2);
+  stage(
+      powLogs3<Tag>, [](int) { return L; }, h3, l3, -22, 3);
   for (const Term& e : {kh1, kh12, sumHi})
     sums.exact(e);
   sums.goal("sumHi - (k + h1 + h2 + h3) in [0,0]");
@@ -377,14 +402,15 @@ void elsewhere(Proof& proof, const Export& library, const Ranges& ranges) {
     s.stands(t, "t");
     s.hint("t -> -(g - (sumHi + v))");
     s.hint("u - U -> (u - (v + error)) + -dE");
-    s.hint(text("g - S -> -t + -error + -dE + -sumLo + -dLO + -(U*", s.ideal(log.p), ") + -(P*dS)"));
-    const double least = std::min(std::fabs(group.sum.low), std::fabs(group.sum.high)), far = group.v.high * 1.001;
-    logarithm(s, log, relativeError(log, Interval::within(far)),
-              "sumHi + sumLo + dLO + ", " + (w - (sumLo + (error + t))) + -dE + -dLO", least - far);
+    s.hint(
+        text("g - S -> -t + -error + -dE + -sumLo + -dLO + -(U*", s.ideal(log.p), ") + -(P*dS)"));
+    const double least = std::min(std::fabs(group.sum.low), std::fabs(group.sum.high)),
+                 far = group.v.high * 1.001;
+    logarithm(s, log, relativeError(log, Interval::within(far)), "sumHi + sumLo + dLO + ",
+              " + (w - (sumLo + (error + t))) + -dE + -dLO", least - far);
     proof.addOnce(s);
   }
 }
-
 
 // ---- 2. the exponent ----------------------------------------------------------------------------
 
@@ -410,8 +436,8 @@ void exponent(Proof& proof, Interval logs, double largest, double error) {
   s.cut(x.y, "y");
   // (|E| gives y its end where G is large.)
   const double nearest = std::min(std::fabs(logs.low), std::fabs(logs.high));
-  s.assume(text("y in [1,", nearest < 512 ? 2.0 : std::min(2.0, 1.001 * largest / nearest), "] /\\ |l| <= ",
-                largestLo * logs.magnitude()));
+  s.assume(text("y in [1,", nearest < 512 ? 2.0 : std::min(2.0, 1.001 * largest / nearest),
+                "] /\\ |l| <= ", largestLo * logs.magnitude()));
   proof.over(s, text("exponent ", largest), "G", logs);
   s.real("dL", Interval::within(above(logError)));
   s.define("E", "y*(G + l)");
@@ -422,8 +448,9 @@ void exponent(Proof& proof, Interval logs, double largest, double error) {
   if (isSmall)
     s.goal(text("|product| <= 0x1p-8 /\\ ", rounded.sum, " - ", record.power.shifter, " in [0,0]"));
   else
-    s.hint(text("product - ", rounded.value, " -> -(", rounded.sum, " - (product + ", record.power.shifter,
-                ")) + -(", rounded.value, " - (", rounded.sum, " - ", record.power.shifter, "))"));
+    s.hint(text("product - ", rounded.value, " -> -(", rounded.sum, " - (product + ",
+                record.power.shifter, ")) + -(", rounded.value, " - (", rounded.sum, " - ",
+                record.power.shifter, "))"));
   s.hint(text("E*(1 + dL) - ", rounded.value, " - r -> E*dL + -(r - ", s.ideal(r), ")"));
   s.goal(text("|E*(1 + dL) - ", rounded.value, " - r| <= ", error));
   s.goal(text("|r| <= ", largestR));
@@ -437,7 +464,8 @@ void exponents(Proof& proof) {
     const double error = normal ? exponentError : exponentErrorBelow;
     for (const int sign : {1, -1}) {
       const auto part = [&](double low, double high) {
-        exponent<Tag>(proof, sign > 0 ? Interval{low, high} : Interval{-high, -low}, largest, error);
+        exponent<Tag>(proof, sign > 0 ? Interval{low, high} : Interval{-high, -low}, largest,
+                      error);
       };
       part(0, 0x1p-10);
       for (const Interval& binade : binades({0x1p-10, largest}, -60))
@@ -461,13 +489,17 @@ void power(Proof& proof, const Export& library, const std::vector<std::string>& 
   }
   const Record<Tag> record(x);
   const double hi = powPowers<Tag>[j].hi, lo = powPowers<Tag>[j].lo;
-  const Term value = call(record.power.significand, "value"), rest = call(record.power.rest, "rest"); // (in row 0 it is q)
+  const Term value = call(record.power.significand, "value"),
+             rest = call(record.power.rest, "rest"); // (in row 0 it is q)
   const Term r = call(rOf(record.power), "r");
-  const Term product = j == 0 ? rest : operand(rest, 0), q = call(j == 0 ? product : operand(product, 0), "q");
+  const Term product = j == 0 ? rest : operand(rest, 0),
+             q = call(j == 0 ? product : operand(product, 0), "q");
   Recorder::get().freeze();
-  record.replay(proof, text("row ", j), library, Proof::uniform(0.1, 5), [&](std::mt19937_64& random) {
-    return static_cast<int>(random() % 2040) - 1020 + (j + Proof::uniform(-0.5, 0.5)(random)) / 128;
-  });
+  record.replay(proof, text("row ", j), library, Proof::uniform(0.1, 5),
+                [&](std::mt19937_64& random) {
+                  return static_cast<int>(random() % 2040) - 1020 +
+                         (j + Proof::uniform(-0.5, 0.5)(random)) / 128;
+                });
   const auto relative = [](double exponent) { // 2^exponent - 1
     return above((Real::apply(mpfr_exp2, Real(exponent)) - Real(1)).toDouble());
   };
@@ -482,12 +514,16 @@ void power(Proof& proof, const Export& library, const std::vector<std::string>& 
     s.hint("r -> R - dR");
     s.real("dX", Interval::within(relative(exponentError)));
     s.real("dB", Interval::within(relative(exponentErrorBelow)));
-    s.truth(q, "Q", Interval::within(polynomialError(q, r, "2^x - 1", {piece.low - 0x1p-55, piece.high + 0x1p-55})));
+    s.truth(q, "Q",
+            Interval::within(
+                polynomialError(q, r, "2^x - 1", {piece.low - 0x1p-55, piece.high + 0x1p-55})));
     if (j != 0)
-      s.truth(Term(lo), "LO", enclosure(Real::apply(mpfr_exp2, Real(j) / Real(128)) - Real(hi) - Real(lo)));
+      s.truth(Term(lo), "LO",
+              enclosure(Real::apply(mpfr_exp2, Real(j) / Real(128)) - Real(hi) - Real(lo)));
     s.define("S0", j == 0 ? "1 + Q" : text("(", hi, " + LO)*(1 + Q)"));
     s.define("S", "S0*(1 + dX)");
-    s.hint(text(hi, " + ", rest, " - S0 -> (", rest, " - ", s.ideal(rest), ")", j == 0 ? "" : " + -(LO*Q)"));
+    s.hint(text(hi, " + ", rest, " - S0 -> (", rest, " - ", s.ideal(rest), ")",
+                j == 0 ? "" : " + -(LO*Q)"));
     s.hint(text(hi, " + ", rest, " - S -> (", hi, " + ", rest, " - S0) + -(S0*dX)"));
     const bool belowOne = j == 0 && piece.low < 0;
     s.define("SB", "S0*(1 + dB)");
@@ -506,7 +542,8 @@ void power(Proof& proof, const Export& library, const std::vector<std::string>& 
 /// by 2^(n + 200) is exact, and off by sumError 2^-1023 2^200 at most: n is -1022 only with a
 /// significand below one.
 template <class Tag>
-void subnormal(Proof& proof, const Export& library, const std::vector<std::string>& labels, bool isShort) {
+void subnormal(Proof& proof, const Export& library, const std::vector<std::string>& labels,
+               bool isShort) {
   Recorder::get().clear();
   const Arguments x;
   Record<Tag> record(x);
@@ -528,7 +565,8 @@ void subnormal(Proof& proof, const Export& library, const std::vector<std::strin
   Script s(isShort ? "subnormal below 2^-1032" : "subnormal");
   s.cut(scaled, "scaled");
   if (isShort) {
-    s.assume(text("scaled in [0,0x1p-832] /\\ |scaled - T| <= ", std::ldexp(sumError + 0x1p-53, -832)));
+    s.assume(
+        text("scaled in [0,0x1p-832] /\\ |scaled - T| <= ", std::ldexp(sumError + 0x1p-53, -832)));
     s.hint("result - T*0x1p-200 -> (result - scaled*0x1p-200) + (scaled - T)*0x1p-200");
   } else {
     // (By itself, Gappa would not use the last place of the leading part.)
@@ -542,8 +580,10 @@ void subnormal(Proof& proof, const Export& library, const std::vector<std::strin
     s.cut(upper, "upper", "fixed<-858,ne>");
     s.exactNextToSubnormal(operand(result, 0));
     s.exactNextToSubnormal(result);
-    s.assume(text(range, " /\\ |scaled - upper| <= 0x1p-848 /\\ |rest| <= 0x1p-875 /\\ |scaled + rest - T| <= ",
-                  std::ldexp(sumError, -823)));
+    s.assume(
+        text(range,
+             " /\\ |scaled - upper| <= 0x1p-848 /\\ |rest| <= 0x1p-875 /\\ |scaled + rest - T| <= ",
+             std::ldexp(sumError, -823)));
     s.hint("result - T*0x1p-200 -> (result - Mresult) + (scaled + rest - T)*0x1p-200");
   }
   for (const std::string& label : labels)

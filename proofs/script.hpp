@@ -161,9 +161,9 @@ public:
                                   " in [-1b-", n.bits, ",1b-", n.bits, "]"));
       if (exact_.count(id) != 0) {
         const std::string operation = operationOf(Term::ofNode(id));
-        goals.push_back("rnd(" + operation + ")" +
-                        (equal_.count(id) != 0 ? " = " + operation
-                                               : " - (" + operation + ") in [0,0]"));
+        goals.push_back(
+            "rnd(" + operation + ")" +
+            (equal_.count(id) != 0 ? " = " + operation : " - (" + operation + ") in [0,0]"));
       }
       if ((n.kind == Kind::rounded || unordered_.count(id) != 0) && seenText(id) != n.name &&
           mentioned(seenText(id)))
