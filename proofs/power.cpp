@@ -610,7 +610,7 @@ void prove(Proof& proof, const Export& library, const std::vector<std::string>& 
     up.push_back(i);
   nextToOne<Tag>(proof, library, 0, 0, 0, up);
   nextToOne<Tag>(proof, library, 32, 32, 128, down);
-  nextToOne<Tag>(proof, library, 0, 0, 1, pieces({1 + 0x1p-16, 1 + 0x3p-16}, 2));
+  nextToOne<Tag>(proof, library, 0, 0, 1, pieces({1 + 0x1p-16, 1 + 0x3p-16}, 8));
   elsewhere<Tag>(proof, library, reach<Tag>({{0, 0, 0}, {32, 32, 128}, {0, 0, 1}}));
   exponents<Tag>(proof);
   for (int j = 0; j < 128; ++j)
