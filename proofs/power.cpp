@@ -17,7 +17,7 @@ using namespace qelvm::proof;
 namespace {
 
 // What a part shows for those after it. Of the logarithm:
-constexpr double logError = 0x1.ea8p-67; // hi + lo is off by, relatively
+constexpr double logError = 0x1.eaap-67; // hi + lo is off by, relatively
 constexpr double largestLo = 0x1p-36;    // |lo|, relatively
 constexpr double largestError = 0x1p-51; // |error|, what m3 is off m r
 constexpr double restError = 0x1p-104;   // `error` itself is off by
@@ -25,8 +25,8 @@ constexpr double largestLow = 0x1p-41;   // the sum of the low words
 constexpr double lowError = 0x1p-94;     // and what it is off by
 // Of the exponent, where the result is normal, and where it is subnormal or rounds to zero:
 constexpr double largestExponent = 0x1.0001p10, largestBelow = 1090; // |y log2 x|
-constexpr double exponentError = 0x1.fbp-57, exponentErrorBelow = 0x1.0fp-56;
-constexpr double largestR = 0x1.05p-8;
+constexpr double exponentError = 0x1.fb4p-57, exponentErrorBelow = 0x1.0fp-56;
+constexpr double largestR = 0x1.03p-8;
 // Of power + rest where the result is subnormal, as a significand:
 constexpr double sumError = 0x1.c8p-56;
 
