@@ -736,19 +736,19 @@ QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A53(const double* src, double* dst,
  * @image html Pow.svg
  * @{
  */
-/** 0.5000001 ulp, observed */
+/** 0.5000001 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsPow_32f_A11(const float* src1, const float* src2, float* dst,
                                                int32_t length);
-/** 0.5000001 ulp, observed */
+/** 0.5000001 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsPow_32f_A21(const float* src1, const float* src2, float* dst,
                                                int32_t length);
-/** 0.5000001 ulp, observed */
+/** 0.5000001 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsPow_32f_A24(const float* src1, const float* src2, float* dst,
                                                int32_t length);
-/** 0.575 ulp, observed (0.5674) */
+/** 0.6 ulp, proven (0.5998) */
 QELVM_API QelStatus QELVM_CALL qelsPow_64f_A50(const double* src1, const double* src2, double* dst,
                                                int32_t length);
-/** 0.575 ulp, observed (0.5674) */
+/** 0.6 ulp, proven (0.5998) */
 QELVM_API QelStatus QELVM_CALL qelsPow_64f_A53(const double* src1, const double* src2, double* dst,
                                                int32_t length);
 /** @} */
@@ -762,19 +762,19 @@ QELVM_API QelStatus QELVM_CALL qelsPow_64f_A53(const double* src1, const double*
  * @image html Powx.svg
  * @{
  */
-/** 0.5000001 ulp, observed */
+/** 0.5000001 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A11(const float* src, float power, float* dst,
                                                 int32_t length);
-/** 0.5000001 ulp, observed */
+/** 0.5000001 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A21(const float* src, float power, float* dst,
                                                 int32_t length);
-/** 0.5000001 ulp, observed */
+/** 0.5000001 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsPowx_32f_A24(const float* src, float power, float* dst,
                                                 int32_t length);
-/** 0.575 ulp, observed (0.5674) */
+/** 0.6 ulp, proven (0.5998) */
 QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A50(const double* src, double power, double* dst,
                                                 int32_t length);
-/** 0.575 ulp, observed (0.5674) */
+/** 0.6 ulp, proven (0.5998) */
 QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A53(const double* src, double power, double* dst,
                                                 int32_t length);
 /** @} */

@@ -126,7 +126,8 @@ int main(int argc, char** argv) {
     require(root == mpfr_get_flt(r.get(), MPFR_RNDN), "the root of a float");
     subnormal += quotient != 0 && std::fabs(quotient) < std::numeric_limits<float>::min();
   }
-  require(ordered > count / 3 && multiples > count / 1000 && subnormal > count / 1000 && small > count / 3,
+  require(ordered > count / 3 && multiples > count / 1000 && subnormal > count / 1000 &&
+              small > count / 3,
           "the operands meet the conditions");
   std::printf("%d operands: the lemmas hold\n", count);
 }

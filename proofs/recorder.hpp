@@ -348,6 +348,24 @@ QELVM_MIXED_SUM(fastTwoSum)
 QELVM_MIXED_SUM(twoSum)
 #undef QELVM_MIXED_SUM
 
+/// A rest that a kernel writes out: (a - s) + b for s = a + b is that of a Fast2Sum.
+inline Term asFastTwoSum(const Term& error) {
+  proof::Node& n = proof::nodeOf(error.id);
+  const proof::Node& difference = proof::nodeOf(n.args.at(0));
+  const int a = difference.args.at(0), s = difference.args.at(1), b = n.args.at(1);
+  if (n.label != "+" || difference.label != "-" || proof::nodeOf(s).label != "+" ||
+      proof::nodeOf(s).args != std::vector{a, b})
+    proof::fail("no Fast2Sum");
+  n.kind = proof::Kind::sumError;
+  n.args = {a, b, s};
+  n.evaluate = [](const std::vector<proof::Word>& w) {
+    const auto v = [&](std::size_t k) { return proof::fromWord<double>(w[k]); };
+    return proof::wordOf((v(0) - v(2)) + v(1));
+  };
+  n.needsOrder = true;
+  return error;
+}
+
 /// By Lemma Split: hi has 53 - k bits for a splitter of 2^k + 1 or 2^k; lo = x - hi exactly.
 inline DoubleDoubleOf<Term> splitHiLo(const Term& x, double splitter) {
   int exponent = 0;
@@ -574,6 +592,9 @@ void suppose(const Whole<T>& whole, T value) {
     fail("a constant supposed to be another");
   n.known = wordOf(value);
   n.supposed = n.kind != Kind::constant;
+}
+inline void suppose(const Term& term, double value) {
+  suppose(Whole<double>::ofNode(term.id), value);
 }
 
 } // namespace proof

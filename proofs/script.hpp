@@ -105,6 +105,12 @@ public:
   }
   /// A product with a power of two: by Lemma Scaling.
   void scaling(const Term& t) { assume(text("|", t, " - ", operationOf(t), "| <= 1b-1075")); }
+  /// The same where the last place is that of subnormal numbers: said in the form that Gappa finds
+  /// there.
+  void exactNextToSubnormal(const Term& t) {
+    exact(t);
+    equal_.insert(t.id);
+  }
   /// A Fast2Sum whose condition is that a is a multiple of 2^k, |b| < 2^(k + 53).
   void orderedByMultiple(const Term& error, int k) { orders_[error.id] = k; }
   /// A Fast2Sum whose condition does not hold: what it computes is rounded twice.
@@ -182,8 +188,9 @@ public:
                                   " in [-1b-", n.bits, ",1b-", n.bits, "]"));
       if (exact_.count(id) != 0) {
         const std::string operation = operationOf(Term::ofNode(id));
-        goals.push_back(small_.count(id) != 0
-                            ? "|" + operation + "| <= 0x1p-1021"
+        goals.push_back(small_.count(id) != 0 ? "|" + operation + "| <= 0x1p-1021"
+                        : equal_.count(id) != 0
+                            ? "rnd(" + operation + ") = " + operation
                             : "rnd(" + operation + ") - (" + operation + ") in [0,0]");
       }
       if ((n.kind == Kind::rounded || unordered_.count(id) != 0) && seenText(id) != n.name &&
@@ -217,7 +224,7 @@ private:
   std::string name_, body_;
   std::map<int, std::string> cuts_, seen_;
   std::map<int, int> multiples_, tops_, orders_;
-  std::set<int> exact_, small_, unordered_;
+  std::set<int> exact_, small_, equal_, unordered_;
   std::map<std::string, std::string> definitions_;
   std::vector<std::string> hypotheses_, goals_, hints_;
   std::vector<Bound> bounds_;

@@ -71,6 +71,10 @@ CHANGES = [
      "algebraic/sqrt.cpp", "g + residual * h, half", "g + residual * (0.5 * seed), half"),
     ("the residual of the square root from a wider leading part", "correctly_rounded", "^Sqrt_64f_A53 [01] 4$",
      "algebraic/sqrt.cpp", "splitHiLo(g, split26Bits)", "splitHiLo(g, 0x1p16 + 1)"),
+    ("the first coefficient of log2 in its last digits", "power", "log2 rows 0 0 1 ", "explog/power.hpp",
+     "0x1.9c3a6966457e8p-24", "0x1.9c3a6966p-24"),
+    ("the low word of log2 dropped from the product with y", "power", "exponent 0x1.0001p.10 .0x1p.8,", "explog/power.hpp",
+     " + log.lo * exponent.y", ""),
 ]
 
 
