@@ -47,6 +47,15 @@ CHANGES = [
      "0x1.5555555555613p-2", "0x1.55555555p-2"),
     ("a sum of the logarithm in another order", "logarithms", "Log10_64f_A53 row 1 k 0", "explog/log10.cpp",
      "q * hi + (lo + (rest + q * lo))", "(q * hi + lo) + (rest + q * lo)"),
+    ("a row's low word in its last digits", "quarter_binades", "Tanh_64f_A53 row 0 ", "hyperbolic/tanh_rows.inc",
+     "0x1.6170649f62403p-56", "0x1.6p-56"),
+    ("the correction of a reciprocal without its second term", "atan", "A53 row 5 .0x1p-1,", "stages/reciprocal.hpp",
+     "((1.0 + e) * e) * seed", "e * seed"),
+    ("a low word of the arctangent dropped", "atan", "A53 row 5 .0x1p-1,", "invtrig/atan.cpp",
+     "(q.lo + tail) + lookUp(arctanTable<Export>, row, &PairRow::lo)", "q.lo + tail"),
+    ("a coefficient of the root", "arcsine", "A53 root 0 5$", "stages/seeded_root.hpp", "-0x1.4p-2", "-0x1.40001p-2"),
+    ("a trailing part of the cube dropped", "arcsine", "Asin_64f_A53 series .0x1p-2,", "invtrig/arcsine.hpp",
+     "(rest3 * c3.hi + lo)", "lo"),
 ]
 
 
