@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
 # Builds the library and the command-line tool, and runs the Misra1a calculation.
+# ./run.sh web [PORT] builds the page of web/, serves it on 127.0.0.1 and says at which address.
 # ./run.sh ARGS... passes ARGS to the tool `qelvm`: ./run.sh eval Exp_64f_A53 1
 set -euo pipefail
 # QELVM_BUILD_DIR=FOLDER builds there instead of in build/.
@@ -8,6 +9,15 @@ cd "$(dirname "$(readlink -f "$0")")"
 . tools/setup.sh
 
 require_packages "${build_packages[@]}" >&2
+if [ "${1:-}" = web ]; then
+  # shellcheck source=tools/page.sh
+  . tools/page.sh
+  require_packages "${test_packages[@]}"
+  first_options=(-DQELVM_TOOL=OFF -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF -DQELVM_WIDE=OFF)
+  say "building the page in $build_root/web"
+  build_page "$build_root/page" --omit=dev
+  exec node "$build_root/npm/serve.mjs" "$build_root/web" "${@:2}"
+fi
 # The folder is shared with test.sh; what that has switched on stays on.
 first_options=(-DQELVM_TESTS=OFF -DQELVM_BENCH=OFF)
 build "$build_root/linux" -DQELVM_TOOL=ON -DQELVM_EXAMPLES=ON >&2

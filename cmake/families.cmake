@@ -2,6 +2,7 @@
 #   qelvmpx.map            the version script (ELF)
 #   qelvmpx.def            the module definition that import libraries are made from
 #   qelvmpx-link.def       the one that the DLL is linked with
+#   qelvmpx.wasm.txt       the options of the linker of WebAssembly
 # On 32-bit Windows symbols are decorated with the bytes of their arguments and exports are not: a
 # caller's import library has the decorated names and takes the functions by their ordinals.
 
@@ -61,8 +62,53 @@ function(qelvm_write_export_lists directory)
   set(version qelvmGetLibVersion)
   qelvm_append_export(${version} 0 ${ordinal_of_${version}})
   string(APPEND map "    ${version};\n  local: *;\n};\n")
+  string(REGEX MATCHALL "qel[a-zA-Z0-9_]+" names "${map}")
+  list(TRANSFORM names PREPEND "-Wl,--export=")
+  list(JOIN names "\n" wasm)
 
   file(CONFIGURE OUTPUT ${directory}/qelvmpx.def CONTENT "${callers}")
   file(CONFIGURE OUTPUT ${directory}/qelvmpx-link.def CONTENT "${link}")
   file(CONFIGURE OUTPUT ${directory}/qelvmpx.map CONTENT "${map}")
+  file(CONFIGURE OUTPUT ${directory}/qelvmpx.wasm.txt CONTENT "${wasm}\n")
+endfunction()
+
+# qelvm_write_representatives(DIRECTORY): of exports that are one and the same computation, one. Writes
+# qelvmpx-few.wasm.txt, the options of the linker, and aliases.txt, a line `export representative` for
+# each of the others. What is the same stands in the sources: three kernels for the five classes; and a
+# family whose facts are `like` those of another has its results.
+function(qelvm_write_representatives directory)
+  file(GLOB sources CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/src/*/*.cpp)
+  set(options "-Wl,--export=qelvmGetLibVersion\n")
+  set(aliases "")
+  foreach(source IN LISTS sources)
+    file(STRINGS ${source} line REGEX "^QELVM_[A-Z_]+\\([A-Za-z0-9]+, [A-Za-z0-9]+, [A-Za-z0-9]+, ")
+    if(NOT line MATCHES "\\((.*), (.*), (.*), (.*)\\)$")
+      continue()
+    endif()
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
+    set(family ${CMAKE_MATCH_1})
+    set(same_32f_A11 32f_A11)
+    set(same_32f_A21 32f_A11)
+    set(same_32f_A24 32f_A11)
+    set(same_64f_A50 64f_A50)
+    set(same_64f_A53 64f_A53)
+    if(CMAKE_MATCH_3 STREQUAL CMAKE_MATCH_4)
+      set(same_64f_A50 64f_A53)
+    endif()
+    set(facts ${PROJECT_SOURCE_DIR}/families/${family}.txt)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${facts})
+    file(STRINGS ${facts} like REGEX "^like ")
+    string(REPLACE "like " "" like "${like}")
+    foreach(class 32f_A11 32f_A21 32f_A24 64f_A50 64f_A53)
+      if(NOT like STREQUAL "")
+        string(APPEND aliases "qels${family}_${class} qels${like}_${same_${class}}\n")
+      elseif(same_${class} STREQUAL class)
+        string(APPEND options "-Wl,--export=qels${family}_${class}\n")
+      else()
+        string(APPEND aliases "qels${family}_${class} qels${family}_${same_${class}}\n")
+      endif()
+    endforeach()
+  endforeach()
+  file(CONFIGURE OUTPUT ${directory}/qelvmpx-few.wasm.txt CONTENT "${options}")
+  file(CONFIGURE OUTPUT ${directory}/aliases.txt CONTENT "${aliases}")
 endfunction()

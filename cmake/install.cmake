@@ -24,7 +24,9 @@ if(WIN32)
 endif()
 # What callers read: the guides, with the tables and pictures that they refer to, and the reference.
 install(FILES LICENSE docs/using.md docs/command-line.md docs/accuracy.md docs/every-float.md
-              docs/performance.md docs/mutations.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
+              docs/performance.md docs/python.md docs/javascript.md docs/clusters.md docs/fortran.md
+              docs/islands.svg docs/mutations.md
+        DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs/accuracy DESTINATION ${CMAKE_INSTALL_DOCDIR})
 find_program(DOXYGEN doxygen)
 mark_as_advanced(DOXYGEN)

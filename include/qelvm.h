@@ -389,7 +389,7 @@ QELVM_API QelStatus QELVM_CALL qelsCbrt_64f_A53(const double* src, double* dst, 
  *
  * `dst[i]` = the cosine of `src[i]`, in radians. Reports #qelStatusDomain for infinite arguments.
  * The bound holds for arguments of any size: they are reduced with as many bits of pi as they need.
- * The 64f bound is that of two arguments, +-0x1.65a1dd290660fp+16, next to a zero; 0.54 ulp
+ * The 64f bound is that of two arguments, +-0x1.65a1dd290660fp+16, next to a zero; 0.541 ulp
  * elsewhere.
  *
  * | src | result | reported |
@@ -780,7 +780,7 @@ QELVM_API QelStatus QELVM_CALL qelsPowx_64f_A53(const double* src, double power,
  * `dstSin[i]` = the sine of `src[i]`, `dstCos[i]` = its cosine: the very results of `Sin` and `Cos`
  * of the same class, in less time than both. Reports #qelStatusDomain for infinite arguments, once
  * for each. Either destination may be the source.
- * The 64f bound is that of the cosine of two arguments, see `Cos`; 0.54 ulp elsewhere.
+ * The 64f bound is that of the cosine of two arguments, see `Cos`; 0.541 ulp elsewhere.
  *
  * | src | sine | cosine | reported |
  * |-----|------|--------|----------|
@@ -831,9 +831,9 @@ QELVM_API QelStatus QELVM_CALL qelsSin_32f_A11(const float* src, float* dst, int
 QELVM_API QelStatus QELVM_CALL qelsSin_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSin_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.54 ulp */
+/** 0.541 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSin_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.54 ulp */
+/** 0.541 ulp */
 QELVM_API QelStatus QELVM_CALL qelsSin_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 

@@ -2,13 +2,16 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
+#ifndef __wasm__
 #include <filesystem>
+#endif
 #include <map>
 #include <stdexcept>
 
 #ifdef _WIN32
 #include <windows.h>
-#else
+#elif !defined(__wasm__)
 #include <dlfcn.h>
 #endif
 
@@ -101,7 +104,8 @@ std::string statusName(QelStatus status) {
 
 std::string cpuCode(const QelLibVersion& version) {
   // (Four letters would have no zero behind them.)
-  return {version.cpuCode, std::ranges::find(version.cpuCode, '\0')};
+  const char* const begin = version.cpuCode;
+  return {begin, std::find(begin, std::end(version.cpuCode), '\0')};
 }
 
 std::string processorName(const QelLibVersion& version) {
@@ -114,6 +118,8 @@ std::string processorName(const QelLibVersion& version) {
     return "x86-64-v4 (AVX-512)";
   if (code == "asd")
     return "aarch64 (Advanced SIMD)";
+  if (code == "wsd")
+    return "WebAssembly (128-bit registers)";
   return "an unknown processor";
 }
 
@@ -166,6 +172,31 @@ std::string Library::file() const {
 }
 std::string Library::defaultName() {
   return "qelvmpx.dll";
+}
+
+#elif defined(__wasm__)
+
+// Nothing is loaded at run time: the program is linked with the library.
+namespace {
+const std::map<std::string, void*> linked = {
+#define QELVM_ORDINAL(number, name) {#name, reinterpret_cast<void*>(&name)},
+#include "families/ordinals.inc"
+};
+} // namespace
+
+Library::Library(const std::string& path) : path_(path), handle_(nullptr) {}
+void Library::unload() {
+  handle_ = nullptr;
+}
+void* Library::symbol(const std::string& name) const {
+  const auto found = linked.find(name);
+  return found == linked.end() ? nullptr : found->second;
+}
+std::string Library::file() const {
+  return path_;
+}
+std::string Library::defaultName() {
+  return "qelvm.wasm";
 }
 
 #else

@@ -66,7 +66,11 @@ def judge(script, status, output):
     if status != 0 or wrong:
         return None, "\n".join(said) or f"status {status}"
     found = {}
+    # (Names of one expression are one for Gappa, which says so.)
+    renamed = dict(re.findall(r"renaming identifier '(\w+)' as '(\w+)'", output))
     for name, label in script.bounds.items():
+        while name in renamed:
+            name = renamed[name]
         match = next((m for m in (re.match(rf"\s*{name} in \[{NUMBER}(?: \{{[^}}]*\}})?, {NUMBER}", s) for s in said) if m), None)
         if match is None:
             return None, f"no enclosure of {name} ({label})"

@@ -21,14 +21,7 @@
 
 // The exports' tags, without their functions: these are in the library, which the replay calls.
 #undef QELVM_EXPORT
-#define QELVM_EXPORT(name, T, Kernel, parameters, arguments)                                       \
-  namespace qelvm {                                                                                \
-  namespace {                                                                                      \
-  struct name {                                                                                    \
-    using Element = T;                                                                             \
-  };                                                                                               \
-  }                                                                                                \
-  }
+#define QELVM_EXPORT(name, T, ...) QELVM_TAG(name, T)
 
 namespace qelvm::proof {
 

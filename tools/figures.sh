@@ -6,6 +6,11 @@
 #   tools/figures.sh accuracy FAMILY [INPUTS]
 #                                          the rows of that family alone, and its picture
 #   tools/figures.sh performance           docs/performance.md, in two minutes; on an idle machine
+#   tools/figures.sh python [COUNT]        its last part, on the Python package beside NumPy and SciPy
+#                                          (python3-scipy); a quarter of an hour for the default, one
+#                                          million arguments
+#   tools/figures.sh engines               docs/engines.md, of the results that ./test.sh --platforms has left
+#                                          in build/engines/
 set -euo pipefail
 caller=$PWD # for setup.sh
 cd "$(dirname "$0")/.."
@@ -73,6 +78,18 @@ EOF
   sed -n '/^## Where the time goes/,$p' docs/performance.md
 }
 
+# The document with another last part.
+python() {
+  local interpreter
+  interpreter=$(sed -n 's/^QELVM_PYTHON_INTERPRETER:[A-Z]*=//p' "$build/CMakeCache.txt")
+  printf '%s\n\n' "$(sed '/^## Python$/,$d' docs/performance.md)"
+  "$interpreter" tools/python_figures.py "$build" "$1" | sed '$d'
+}
+
+engines() {
+  node tests/web/table.mjs "${QELVM_BUILD_DIR:-build}/engines" "${QELVM_BUILD_DIR:-build}/web"
+}
+
 # rows FAMILY: its rows of the accuracy, measured again; what a failure says on standard error.
 rows() {
   "$build/tests/accuracy" "$build/src/libqelvmpx.so.5" --exports "$1_64f" --plots docs/accuracy
@@ -107,10 +124,11 @@ if [ "$table" = performance ]; then
   require_packages "${figure_packages[@]}" || say "measuring without them"
 fi
 case $table in
-accuracy | performance)
-  trap 'rm -f "docs/$table.md.new"' EXIT
-  if [ -n "$family" ]; then replace "$family"; else "$table" "$inputs"; fi > "docs/$table.md.new"
-  mv "docs/$table.md.new" "docs/$table.md"
+accuracy | performance | python | engines)
+  document=docs/${table/python/performance}.md
+  trap 'rm -f "$document.new"' EXIT
+  if [ -n "$family" ]; then replace "$family"; else "$table" "$inputs"; fi > "$document.new"
+  mv "$document.new" "$document"
   ;;
 *)
   sed -n '2,/^set/s/^# *//p' "$0" | grep -v '^set'

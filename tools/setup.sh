@@ -6,10 +6,18 @@ test_packages=(libgtest-dev libmpfr-dev pkg-config binutils python3 mandoc)
 fit_packages=(sollya)
 proof_packages=(gappa)
 figure_packages=(libsleef-dev) # its functions are measured too, where they are there
+python_packages=(python3-dev python3-numpy python3-pip python3-setuptools python3-wheel)
 windows_packages=(g++-mingw-w64-i686-win32 g++-mingw-w64-x86-64-win32 llvm clang lld python3)
-wine_packages=(wine wine32:i386 wine64)
+wine_packages=(wine wine64)
+wine32_packages=(wine32:i386)
 clang_packages=(clang)
+wasm_packages=(clang lld llvm wasi-libc libc++-14-dev-wasm32 libclang-rt-14-dev-wasm32)
+node_packages=(nodejs)
 emulator_packages=(qemu-user)
+fortran_packages=(gfortran)
+fortran_windows_packages=(gfortran-mingw-w64-i686-win32)
+mpi_packages=(libopenmpi-dev openmpi-bin python3)
+dask_packages=(python3-dask python3-distributed python3-zarr python3-pandas python3-xarray python3-psutil)
 instrumentation_packages=(clang llvm libclang-rt-14-dev)
 
 # Where everything is built: a folder that can be written, below the sources unless told otherwise.
@@ -36,6 +44,14 @@ apt_update() { # an index can fail to download while a mirror changes: try again
     say "package index incomplete, attempt $try"
     sleep 5
   done
+  return 1
+}
+
+apt_install() {
+  local install=(apt-get -o DPkg::Lock::Timeout=600 install -y --no-install-recommends)
+  "${install[@]}" "$@" > /dev/null 2>&1 ||
+    { apt_update > /dev/null || true; "${install[@]}" "$@" > /dev/null; } ||
+    "${install[@]}" -t bookworm --allow-downgrades "$@" > /dev/null
 }
 
 # require_packages PACKAGE...: installs what is missing, or says what to install.
@@ -50,11 +66,20 @@ require_packages() {
   fi
   say "installing ${missing[*]}"
   export DEBIAN_FRONTEND=noninteractive
-  local install=(apt-get -o DPkg::Lock::Timeout=600 install -y --no-install-recommends)
-  case "${missing[*]}" in *:i386*) dpkg --add-architecture i386 ;; esac
-  apt_update > /dev/null
-  "${install[@]}" "${missing[@]}" > /dev/null ||
-    "${install[@]}" -t bookworm --allow-downgrades "${missing[@]}" > /dev/null
+  case "${missing[*]}" in
+  *:i386*)
+    dpkg --add-architecture i386
+    # (Without its packages, its index would only be in the way.)
+    apt_install "${missing[@]}" || { dpkg --remove-architecture i386 2> /dev/null; return 1; }
+    ;;
+  *) apt_install "${missing[@]}" ;;
+  esac
+}
+
+# Node, and npm, which some packages of Node bring.
+require_npm() {
+  command -v node > /dev/null || require_packages "${node_packages[@]}" || return 1
+  command -v npm > /dev/null || require_packages npm
 }
 
 # The file in DIRECTORY that only one build at a time holds open: two scripts may run at once.

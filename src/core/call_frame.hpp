@@ -320,7 +320,7 @@ QELVM_INLINE QelStatus takeExceptional(const Kernel& kernel, const Arrays<T, S, 
 template <class Export, class Kernel, class T, int S, int D, class... Scalars>
 QELVM_INLINE QelStatus walk(const Kernel& kernel, const Arrays<T, S, D>& arrays, std::ptrdiff_t i,
                             std::ptrdiff_t end, Scalars... scalars) {
-  constexpr int lanes = Kernel::lanes;
+  constexpr int lanes = lanesOf<Kernel>;
   const MainPath<Kernel, T, S, D> path{kernel, arrays};
   QelStatus status = qelStatusOk;
   while (i < end) {

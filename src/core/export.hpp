@@ -37,14 +37,16 @@
   QELVM_EXPORT(family##_64f_A50, double, Fast, parameters, arguments)                              \
   QELVM_EXPORT(family##_64f_A53, double, Accurate, parameters, arguments)
 
-#define QELVM_EXPORT(name, T, Kernel, parameters, arguments)                                       \
+#define QELVM_TAG(name, T)                                                                         \
   namespace qelvm {                                                                                \
   namespace {                                                                                      \
   struct name {                                                                                    \
     using Element = T;                                                                             \
   };                                                                                               \
   }                                                                                                \
-  }                                                                                                \
+  }
+#define QELVM_EXPORT(name, T, Kernel, parameters, arguments)                                       \
+  QELVM_TAG(name, T)                                                                               \
   extern "C" QELVM_API QelStatus QELVM_CALL qels##name(parameters(T)) {                            \
     using namespace qelvm;                                                                         \
     return call<name, Kernel<name>> arguments;                                                     \

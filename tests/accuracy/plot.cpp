@@ -1,5 +1,6 @@
 #include "plot.hpp"
 
+#include "axis.hpp"
 #include "measurement.hpp"
 
 #include <fmt/format.h>
@@ -21,24 +22,6 @@ constexpr std::size_t drawingOrder[] = {2, 0, 1};
 
 constexpr int columns = 240;
 constexpr int inputsPerColumn = 100;
-
-/// The range of x: even steps, or even steps of the logarithm where it spans powers of ten.
-class Axis {
-public:
-  explicit Axis(const peers::Interval& range)
-      : low_(range.low),
-        high_(range.high),
-        logarithmic_(range.low > 0 && range.high > 100 * range.low) {}
-
-  /// The value at a share, 0 to 1, of the axis.
-  double at(double share) const {
-    return logarithmic_ ? low_ * std::pow(high_ / low_, share) : low_ + (high_ - low_) * share;
-  }
-
-private:
-  double low_, high_;
-  bool logarithmic_;
-};
 
 struct Curve {
   std::string name;

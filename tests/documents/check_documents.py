@@ -38,7 +38,7 @@ names = [f"qels{family}_{c}" for family in bounds for c in classes]
 expect("families/families.inc: the rows are not in the order of the exports' names",
        names == sorted(names))
 listed = dict((row[0], row[1:]) for row in re.findall(
-    r"^\| `(\w+)` \|.*\| ([\d.]+) \| ([\d.]+) \| ([\d.]+) \|$", readme, re.M))
+    r"^\| `([A-Z]\w+)` \|.*\| ([\d.]+) \| ([\d.]+) \| ([\d.]+) \|$", readme, re.M))
 for family, (of32f, a50, a53) in bounds.items():
     expect(f"README.md: the row of {family} in the table of families ends with "
            f"| {of32f} | {a50} | {a53} |", listed.pop(family, None) == (of32f, a50, a53))
@@ -120,6 +120,21 @@ told = set(re.findall(r"`(\w+)`", said[1])) if said else set()
 expect("README.md: the sentence 'A loop ... is faster than `64f_A53` in ...' should name "
        f"{', '.join(sorted(slower))}: C scalar below 0.95 times plain in docs/performance.md",
        told == slower)
+
+# Python: what is told of the measurement stands in it.
+measured = set(re.findall(r"\d+", read("docs/performance.md").split("\n## Python\n")[1]))
+python = re.search(r"^\*\*Python\.\*\*(.*?)^$", readme, re.M | re.S)[1].replace(",", "")
+python += "".join(line for line in read("docs/python.md").splitlines() if line.startswith("| `"))
+told = set(re.findall(r"(?<![.\d])\d{3,}(?![.\d])", python))
+expect(f"README.md and docs/python.md: {sorted(told - measured)} are of docs/performance.md",
+       len(told) > 10 and told <= measured)
+
+# Engines: what the README shows of the table.
+engines = read("docs/engines.md").splitlines()
+shown = [line for line in re.search(r"^## In browsers\n(.*?)^## ", readme, re.M | re.S)[1].splitlines()
+         if line.startswith("|")]
+expect("README.md: the table of engines has rows of docs/engines.md",
+       len(shown) > 2 and all(line in engines for line in shown))
 
 # Places that the table of mutations names by their text.
 for file, texts in re.findall(r"`([\w/]+\.[ch]pp)`: ([^|;]*(?:;`[^|;]*)?)", read("docs/mutations.md")):

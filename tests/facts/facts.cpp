@@ -1,6 +1,7 @@
 #include "facts.hpp"
 
 #include <charconv>
+#include <cstdlib>
 #include <fstream>
 #include <set>
 #include <sstream>
@@ -52,6 +53,30 @@ std::vector<Fact> of(const std::string& directory, const std::string& family) {
   return facts;
 }
 
+namespace {
+
+/// A decimal or hexadecimal number without a sign; false where the text is none.
+template <class T>
+bool read(std::string_view digits, T& value) {
+#ifdef __wasm__ // its standard library has from_chars for integers alone
+  const std::string copy(digits);
+  char* end = nullptr;
+  value = sizeof(T) == 4 ? static_cast<T>(std::strtof(copy.c_str(), &end))
+                         : static_cast<T>(std::strtod(copy.c_str(), &end));
+  return end != copy.c_str() && *end == '\0';
+#else
+  const bool hex = digits.starts_with("0x");
+  if (hex)
+    digits.remove_prefix(2);
+  const auto [end, error] =
+      std::from_chars(digits.data(), digits.data() + digits.size(), value,
+                      hex ? std::chars_format::hex : std::chars_format::general);
+  return error == std::errc{} && end == digits.data() + digits.size();
+#endif
+}
+
+} // namespace
+
 template <class T>
 T number(const Fact& fact, std::string_view text) {
   const bool negative = text.starts_with('-');
@@ -64,14 +89,8 @@ T number(const Fact& fact, std::string_view text) {
     return withSign(Limits::min());
   if (digits == "smallest")
     return withSign(Limits::denorm_min());
-  const bool hex = digits.starts_with("0x");
-  if (hex)
-    digits.remove_prefix(2);
   T value{};
-  const auto [end, error] =
-      std::from_chars(digits.data(), digits.data() + digits.size(), value,
-                      hex ? std::chars_format::hex : std::chars_format::general);
-  if (error != std::errc{} || end != digits.data() + digits.size())
+  if (!read(digits, value))
     fail(fact.place, "not a number: " + std::string(text));
   return withSign(value);
 }

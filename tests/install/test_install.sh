@@ -118,6 +118,14 @@ documents() { # their links lead somewhere
     { ! command -v doxygen > /dev/null || [ -e "$folder/reference/index.html" ]; }
 }
 tool_works() { "$prefix/bin/qelvm" eval Exp_64f_A53 1 | grep -q 2.718281828459045; }
+python_package() { # its library is the installed one
+  grep -q '^QELVM_PYTHON:BOOL=ON' "$build/CMakeCache.txt" || return 0
+  local interpreter folder
+  interpreter=$(sed -n 's/^QELVM_PYTHON_INTERPRETER:[A-Z]*=//p' "$build/CMakeCache.txt")
+  folder=$(sed -n 's/^QELVM_PYTHON_DIR:[A-Z]*=//p' "$build/CMakeCache.txt")
+  PYTHONPATH=$prefix/$folder "$interpreter" -B -c 'import qelvm; print(qelvm.library().path)' |
+    grep "^$prefix/lib.*/libqelvmpx.so"
+}
 nothing_left() {
   cmake --build "$build" --target uninstall
   local left
@@ -143,6 +151,7 @@ step "documents" documents
 step "installed tool" tool_works
 step "manual and completion" ls "$prefix/share/man/man1/qelvm.1" \
   "$prefix/share/bash-completion/completions/qelvm"
+step "Python package" python_package
 step "example by itself" cmake -G Ninja -S "$source/examples/misra1a" -B "$work/example" \
   -DCMAKE_PREFIX_PATH="$prefix"
 step "uninstall" nothing_left
