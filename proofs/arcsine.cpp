@@ -1,7 +1,7 @@
 // Asin and Acos.
 //
 // 1. The series of a = |x| < 1/2, by pieces of binades.
-// 2. The root of the half angle, for every row of its table: w in [1,4) stands for any scale.
+// 2. The root of the half angle (seeded_root.hpp).
 // 3. The half angle, by pieces of v = 1 - a, of any root as 2. has shown it.
 #include "recorder.hpp"
 
@@ -16,7 +16,7 @@ Term difference(const DoubleDoubleOf<A>& a, const DoubleDoubleOf<Term>& b) {
 }
 } // namespace qelvm
 
-#include "proof.hpp"
+#include "seeded_root.hpp"
 
 #include "invtrig/acos.cpp"
 #include "invtrig/asin.cpp"
@@ -25,67 +25,6 @@ using namespace qelvm;
 using namespace qelvm::proof;
 
 namespace {
-
-// What 2. shows for 3.
-constexpr double rootError = 0x1.ap-61, rootLow = 0x1.58p-10; // of the root
-
-template <template <class> class Kernel, class Tag>
-void rootRow(Proof& proof, const std::string& name, Proof::Export library, int odd, int j,
-             Interval y) {
-  Recorder::get().clear();
-  const Term x = Term::argument("x"), v = 1.0 - magnitude(x), u = v * 0.5;
-  const auto exponent = exponentField(u) - 1023;
-  suppose(exponent & 1, odd);
-  suppose(lowWord(withExponent(1023, u) + 0x1.00000000001p44) & 0x1FF, j);
-  const Term w = withExponent(odd + 1023, u);
-  const Term result = Kernel<Tag>::computeSecondRange(x);
-  const auto root = seededRoot<Tag>(u);
-  const Term hi = call(operand(root.hi, 0), "hi"), lo = call(operand(root.lo, 0), "lo");
-  const double seed = rootSeeds<Tag>.entry[(odd << 8) + j];
-  const Term gp = operand(operand(lo, 1), 1),
-             p = nodeOf(gp.id).label == "*" && seed != 1 ? operand(gp, 1) : gp;
-  const auto part = splitHiLo(w, split31Bits);
-  const Term dHi = operand(p, 0), square = Term(seed) * seed;
-  const Term exactOnes[] = {hi, part.hi * square, part.hi * square - 1.0};
-  Recorder::get().freeze();
-  const Interval range{y.low * (1 << odd), y.high * (1 << odd)};
-  proof.replay(text(name, " root ", odd, " ", j), library, x, result, [&](std::mt19937_64& random) {
-    const int half = -2 - static_cast<int>(random() % 16);
-    const double sign = random() % 2 == 0 ? 1 : -1; // v = 2 w 2^(2 half)
-    return sign * (1 - std::ldexp(Proof::uniform(range.low, range.high)(random), 2 * half + 1));
-  });
-  Script s(text(name, " root ", odd, " ", j));
-  s.cut(w, "w");
-  s.multiple(w, -52);
-  proof.over(s, text(name, " root ", odd), "w", range);
-  for (const Term& t : exactOnes)
-    s.exact(t);
-  const auto offset = [&](double v0) { return v0 * seed * seed - 1; };
-  const Interval d{offset(range.low) - 0x1p-40, offset(range.high) + 0x1p-40};
-  const double error = polynomialError(p, dHi, "(1+x)^(-1/2)-1", d);
-  s.define("D", text("w*", square, " - 1"));
-  s.stands(dHi, "D");
-  s.goal(text("D in ", d));
-  const Term dLo = operand(dHi, 1);
-  s.hint(text(dHi, " - D -> (", dHi, " - (", s.operationOf(dHi), ")) + (", dLo, " - ", s.ideal(dLo),
-              ")"));
-  s.real("dR", Interval::within(error));
-  s.define("R", text("w*", seed, "*(1 + ", s.ideal(p), " + dR)"));
-  s.hint(text("hi + lo - R -> (lo - ", s.ideal(lo), ") + -(w*", seed, "*dR)"));
-  const double least = std::sqrt(range.low) * (1 - 0x1p-50); // of the root
-  s.goal(text("|hi + lo - R| <= ", rootError * least, " /\\ |lo| <= ", rootLow * least));
-  proof.add(s);
-}
-
-template <template <class> class Kernel, class Tag>
-void root(Proof& proof, const std::string& name, Proof::Export library) {
-  for (const int odd : {0, 1}) {
-    for (const auto& [j, y] :
-         preimages([](double v) { return lowWord(v + 0x1.00000000001p44) & 0x1FF; }, {1, below(2)}))
-      rootRow<Kernel, Tag>(proof, name, library, odd, j, y);
-    proof.coversDoubles(text(name, " root ", odd), {odd == 0 ? 1.0 : 2.0, below(odd == 0 ? 2 : 4)});
-  }
-}
 
 /// What an angle leaves of pi / divisor.
 Interval restOf(const DoubleDouble& angle, double divisor) {
@@ -103,7 +42,8 @@ Real arccosine(const Real& x) {
 template <class Kernel>
 void series(Proof& proof, const std::string& name, Proof::Export library, int sign) {
   const std::string what = text(name, sign == 0 ? "" : sign > 0 ? " +" : " -", " series");
-  for (const Interval& binade : binades({0x1p-53, 0.5}, -60))
+  // (The ulps of Acos are those of pi/2 there.)
+  for (const Interval& binade : binades({0x1p-53, 0.5}, sign == 0 ? -53 : -7))
     for (const Interval& piece : pieces(binade, binade.low < 0x1p-6 ? 1 : 4)) {
       Recorder::get().clear();
       const Term x = Term::argument("x"), a = magnitude(x);
@@ -167,12 +107,16 @@ void series(Proof& proof, const std::string& name, Proof::Export library, int si
   proof.coversReals(what, {0x1p-53, 0.5});
 }
 
-/// 3. Of v = 1 - a, any root within what 2. shows.
+/// 3. Of v = 1 - a, any root within what 2. shows. Below 2^-8 the result of a positive x is
+/// proportional to the root: of products with powers of two nothing is rounded, and one in [1,2] is
+/// any scale.
 template <template <class> class Kernel, class Tag>
-void halfAngle(Proof& proof, const std::string& name, Proof::Export library, int sign) {
+void halfAngle(Proof& proof, const std::string& name, Proof::Export library, int sign,
+               const std::vector<RootGroup>& groups) {
   const std::string what = text(name, sign == 0 ? "" : sign > 0 ? " +" : " -", " half angle");
-  for (const Interval& binade : binades({0x1p-53, 0.5}, -60))
-    for (const Interval& piece : pieces(binade, binade.low >= 0x1p-4 ? 8 : sign < 0 ? 1 : 2)) {
+  const auto count = [](double low) { return low < 0x1p-8 ? 1 : low < 0x1p-4 ? 2 : 8; };
+  for (const Interval& binade : binades({0x1p-53, 0.5}, -8))
+    for (const Interval& piece : pieces(binade, count(binade.low))) {
       Recorder::get().clear();
       const Term x = Term::argument("x"), a = magnitude(x), v = call(1.0 - a, "v");
       if (sign != 0) {
@@ -206,44 +150,55 @@ void halfAngle(Proof& proof, const std::string& name, Proof::Export library, int
       const double error =
           polynomialError("x*(" + polynomial("(2*x^2)", formulaOf(series, v, "(2*x^2)")) + ")",
                           "2*asin(x)", {0, 0.5}, true);
-      Script s(text(what, " ", piece));
-      s.cut(v, "v", "fixed<-53,ne>");
-      s.multiple(v, -53);
-      proof.over(s, what, "v", piece);
-      s.cut(rootHi, "rootHi");
-      s.cut(rootLo, "rootLo");
-      const Interval u{std::sqrt(piece.low / 2) * (1 - 0x1p-50),
-                       std::sqrt(piece.high / 2) * (1 + 0x1p-50)};
-      s.real("U", u);
-      s.assume(text("|rootHi + rootLo - U| <= ", rootError * u.high,
-                    " /\\ |rootLo| <= ", rootLow * u.high));
-      s.hint("rootHi -> U + (rootHi + rootLo - U) - rootLo");
-      for (const Term& e : {t.hi, first, second, operand(operand(second, 0), 0)})
-        s.exact(e);
-      s.define("F", polynomial("v", s.ideal(series)));
-      s.stands(factor, "F");
-      s.hint(text("factor - F -> (factor - Mfactor) + -", k0Lo, " + ((", operand(rounded, 0), " - ",
-                  k1, ") + (", operand(operand(rounded, 1), 0), " - ", k2, ")*v)*v"));
-      s.real("dS", Interval::within(above(error + error * error * 2))); // 1/(1 + e) - 1
-      const DoubleDouble& angle = sign == 0 ? halfPi : qelvm::pi;
-      if (sign > 0)
-        s.define("S", "U*F*(1 + dS)");
-      else {
-        s.truth(Term(angle.lo), "ANGLE", restOf(angle, sign == 0 ? 2 : 1));
-        s.define("S", text(angle.hi, " + ANGLE - U*F*(1 + dS)"));
-      }
-      const Term trailing = operand(value, 1);
-      s.hint(text(s.operationOf(value), " - S -> (", trailing, " - ", s.ideal(trailing), ") ",
-                  sign > 0 ? "+ F*(rootHi + rootLo - U) + -(U*F*dS)"
-                           : "+ -(F*(rootHi + rootLo - U)) + U*F*dS"));
       const auto at = [&](double y) {
         const Real z = Real(1) - Real(y);
         return sign == 0 ? arcsine(z) : arccosine(sign > 0 ? z : Real(0) - z);
       };
-      s.lastRounding(name + " normal", value, "S",
-                     leastUlp([](const Real& y) { return y; }, at(piece.low), at(piece.high)));
-      proof.add(s);
+      const bool anyScale = sign > 0 && piece.high <= 0x1p-8;
+      const RootGroup root = rootOf(groups, {anyScale ? 0 : piece.low / 2, piece.high / 2});
+      const std::vector<Interval> all{
+          {std::sqrt(piece.low / 2) * (1 - 0x1p-50), std::sqrt(piece.high / 2) * (1 + 0x1p-50)}};
+      for (const Interval& u : anyScale ? pieces({1, 2}, 4) : all) {
+        Script s(text(what, " ", piece, anyScale ? text(" ", u) : ""));
+        s.cut(v, "v", "fixed<-53,ne>");
+        s.multiple(v, -53);
+        proof.over(s, what, "v", piece);
+        s.cut(rootHi, "rootHi");
+        s.cut(rootLo, "rootLo");
+        s.real("U", u);
+        s.assume(text("rootHi in ", Interval{u.low * (1 - 0x1p-8), u.high * (1 + 0x1p-8)}));
+        s.assume(text("|rootHi + rootLo - U| <= ", root.error * u.high,
+                      " /\\ |rootLo| <= ", root.low * u.high));
+        s.hint("rootHi -> U + (rootHi + rootLo - U) - rootLo");
+        for (const Term& e : {t.hi, first, second, operand(operand(second, 0), 0)})
+          s.exact(e);
+        s.define("F", polynomial("v", s.ideal(series)));
+        s.stands(factor, "F");
+        s.hint(text("factor - F -> (factor - Mfactor) + -", k0Lo, " + ((", operand(rounded, 0),
+                    " - ", k1, ") + (", operand(operand(rounded, 1), 0), " - ", k2, ")*v)*v"));
+        s.real("dS", Interval::within(above(error + error * error * 2))); // 1/(1 + e) - 1
+        const DoubleDouble& angle = sign == 0 ? halfPi : qelvm::pi;
+        if (sign > 0)
+          s.define("S", "U*F*(1 + dS)");
+        else {
+          s.truth(Term(angle.lo), "ANGLE", restOf(angle, sign == 0 ? 2 : 1));
+          s.define("S", text(angle.hi, " + ANGLE - U*F*(1 + dS)"));
+        }
+        const Term trailing = operand(value, 1);
+        s.hint(text(s.operationOf(value), " - S -> (", trailing, " - ", s.ideal(trailing), ") ",
+                    sign > 0 ? "+ F*(rootHi + rootLo - U) + -(U*F*dS)"
+                             : "+ -(F*(rootHi + rootLo - U)) + U*F*dS"));
+        const double ulp =
+            anyScale ? std::ldexp(1.0, std::ilogb(2 * u.low) - 52) // 2 asin(u) > 2 u
+                     : leastUlp([](const Real& y) { return y; }, at(piece.low), at(piece.high));
+        s.lastRounding(name + " normal", value, "S", ulp);
+        proof.add(s);
+        if (anyScale)
+          proof.covered(what + " roots", u);
+      }
     }
+  if (sign > 0)
+    proof.coversReals(what + " roots", {1, 2});
   proof.coversReals(what, {0x1p-53, 0.5});
 }
 
@@ -292,10 +247,10 @@ void atOne(double x, Proof::Export library, double angle) {
 template <template <class> class Kernel, class Tag>
 void prove(Proof& proof, const std::string& name, Proof::Export library,
            const std::vector<int>& signs) {
-  root<Kernel, Tag>(proof, name, library);
+  const auto groups = seededRootGroups<Tag>(proof);
   for (const int sign : signs) {
     series<Kernel<Tag>>(proof, name, library, sign);
-    halfAngle<Kernel, Tag>(proof, name, library, sign);
+    halfAngle<Kernel, Tag>(proof, name, library, sign, groups);
   }
 }
 

@@ -45,6 +45,14 @@ public:
       std::printf("#bound %s %s\n", b.name.c_str(), b.label.c_str());
     std::printf("%s#end\n", script.print().c_str());
   }
+  /// The same script for several exports: printed once.
+  void addOnce(Script& script) {
+    const auto [found, isNew] = shared_.insert({script.name(), script.print()});
+    if (isNew)
+      add(script);
+    else if (found->second != script.print())
+      fail("another script is called " + script.name());
+  }
 
   // ---- replay ----
   using Export = QelStatus(QELVM_CALL*)(const double*, double*, std::int32_t);
@@ -104,6 +112,7 @@ private:
   int replays_ = 0, replayed_ = 0, records_ = 0;
   std::mt19937_64 random_{20240229};
   std::set<std::string> names_, checked_;
+  std::map<std::string, std::string> shared_;
   std::map<std::string, std::vector<Interval>> pieces_;
 
   void covers(const std::string& domain, Interval whole, bool doubles) {
