@@ -15,8 +15,10 @@ struct RootGroup {
 };
 /// The same for every w of [low, high] 4^k, one of them in [1, 4); for all, if low is zero.
 inline RootGroup rootOf(const std::vector<RootGroup>& groups, Interval u) {
-  while (u.low > 0 && u.low < 1)
-    u = {4 * u.low, 4 * u.high};
+  while (u.low > 0 && (u.low < 1 || u.low >= 4)) {
+    const double scale = u.low < 1 ? 4 : 0.25;
+    u = {scale * u.low, scale * u.high};
+  }
   RootGroup worst{u, 0, 0};
   for (const RootGroup& g : groups)
     if (u.low == 0 || (g.w.low <= u.high && g.w.high >= u.low) || 4 * g.w.low <= u.high) {
@@ -26,8 +28,8 @@ inline RootGroup rootOf(const std::vector<RootGroup>& groups, Interval u) {
   return worst;
 }
 
-/// Proves the root of `Tag`, with a second word where `Rest` is a Term. Its scripts are those of every tag.
-/// Each row up to `alone` is a group, and so is a part of one.
+/// Proves the root of `Tag`, with a second word where `Rest` is a Term. Its scripts are those of
+/// every tag. Each row up to `alone` is a group, and so is a part of one.
 template <class Tag, class... Rest>
 std::vector<RootGroup> seededRootGroups(Proof& proof, double alone = 1, Interval part = {1, 1}) {
   constexpr bool hasRest = sizeof...(Rest) == 1;
