@@ -162,9 +162,9 @@ QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A11(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.51 ulp */
+/** 0.518 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcos_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.51 ulp */
+/** 0.518 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcos_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -222,9 +222,9 @@ QELVM_API QelStatus QELVM_CALL qelsAsin_32f_A11(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsAsin_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAsin_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.51 ulp */
+/** 0.519 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAsin_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.51 ulp */
+/** 0.519 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAsin_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 

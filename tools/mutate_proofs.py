@@ -59,7 +59,7 @@ CHANGES = [
      "((1.0 + e) * e) * seed", "e * seed"),
     ("a low word of the arctangent dropped", "atan", "A53 row 5 .0x1p-1,", "invtrig/atan.cpp",
      "(q.lo + tail) + lookUp(arctanTable<Export>, row, &PairRow::lo)", "q.lo + tail"),
-    ("a coefficient of the root", "arcsine", "A53 root 0 5$", "stages/seeded_root.hpp", "-0x1.4p-2", "-0x1.40001p-2"),
+    ("a coefficient of the root", "arcsine", "^root .0x1.1080", "stages/seeded_root.hpp", "-0x1.4p-2", "-0x1.40001p-2"),
     ("a trailing part of the cube dropped", "arcsine", "Asin_64f_A53 series .0x1p-2,", "invtrig/arcsine.hpp",
      "(rest3 * c3.hi + lo)", "lo"),
 ]
