@@ -116,7 +116,7 @@ void atanhQuotient(Proof& proof) {
   const Reciprocal<Term> reciprocal(d);
   const auto q = quotient(n, reciprocal);
   const Term e = call(operand(operand(reciprocal.correction, 0), 1), "e"), rest = operand(e, 0);
-  const Term inverse = 1.0 / d.hi, difference = 1.0 + -a, dSplitLo = operand(d.lo, 1);
+  const Term inverse = 1.0 / d.hi;
   Recorder::get().freeze();
   // Both sums without an error; from 1/2 on 1 - a itself is exact, and dLo what its split leaves.
   for (const Interval& piece : binades({0x1p-4, 1}, -4)) {
@@ -126,13 +126,11 @@ void atanhQuotient(Proof& proof) {
     proof.over(s, "Atanh sums", "a", piece);
     s.exact(n.lo);
     s.exact(d.lo);
-    s.goal(text("(", n.hi, " + ", n.lo, ") - (1 + a) in [0,0] /\\ (", d.hi, " + ", d.lo,
-                ") - (1 - a) in [0,0]"));
     s.goal(text("|", n.lo, "| <= 0x1.01p-25"));
     if (piece.low < 0.5)
       s.goal(text("|", d.lo, "| <= 0x1.01p-26"));
     else
-      s.goal(text(d.lo, " - ", dSplitLo, " in [0,0]"));
+      s.goal(text(operand(d.lo, 0), " in [0,0]"));
     proof.add(s);
   }
   proof.coversReals("Atanh sums", {0x1p-4, 1});
@@ -151,6 +149,7 @@ void atanhQuotient(Proof& proof) {
   s.define("Y", "dHi + dLo");
   s.define("E", "1 - Y*seed");
   s.stands(e, "E");
+  s.hint(text("e - E -> e - (", s.operationOf(e), ") + -(", operand(e, 1), " - dLo*seed)"));
   s.hint(text("1 - dHi*seed -> -(dHi*(seed - ", inverse, ")) - dHi*(", inverse,
               " - 1/dHi) {dHi <> 0}"));
   s.real("Q", {0.99, 4.01});
@@ -158,13 +157,14 @@ void atanhQuotient(Proof& proof) {
   s.hint(text(q.hi, " + ", q.lo, " - Q -> (", q.lo, " - ",
               s.ideal(q.lo), // seed (1 + E + E^2) Y = 1 - E^3
               ") + -(Q*E*E*E) + (N - Q*Y)*seed*(1 + E + E*E)"));
-  s.goal(text("|", q.hi, " + ", q.lo, " - Q| <= ", quotientError));
+  s.goal(text("|", q.hi, " + ", q.lo, " - Q| <= ", quotientError, " /\\ |", q.hi, "| - |", q.lo,
+              "| >= 0"));
   proof.add(s);
 }
 
 /// What a^2 + 1 or x^2 - 1, as the kernel computes it, is off at most, in a^2 at the low end of a
 /// binade; x^2 - 1 from 2^26 on.
-constexpr double squareError = 0x1p-74, largeSquareError = 0x1p-52;
+constexpr double squareError = 0x1p-74, largeSquareError = 0x1.01p-52;
 
 /// `sign` 1: Asinh, -1: Acosh.
 template <template <class> class Kernel, class Tag>
@@ -189,6 +189,8 @@ void squares(Proof& proof, const std::string& name, int sign) {
     const bool large = sign < 0 && range.low >= 0x1p26;
     if (sign < 0 && !large)
       s.exact(sum.hi);
+    if (large) // the double next to y - 1 is not farther from it than y
+      s.assume(text("|", sum.hi, " - (", squareHi, " - 1)| <= 1"));
     s.define("T", sign > 0 ? "a*a + 1" : "a*a - 1");
     s.hint(text("(", u.hi, " + ", u.lo, ") - T -> (", uLo, " - ", s.ideal(uLo), ")",
                 large ? text(" + (", sum.hi, " - ", s.ideal(sum.hi), ")") : ""));
@@ -197,12 +199,13 @@ void squares(Proof& proof, const std::string& name, int sign) {
     proof.add(s);
   }
   proof.coversReals(name + " square", {sign > 0 ? 0.125 : 1.0625, 0x1p28});
-  // The sum with the root, of any scale, the larger one in [1,2].
+  // The sum with the root, of any scale.
   Script s(name + " sum");
   s.cut(exact.hi, "hi");
   s.cut(exact.lo, "lo");
   s.cut(a, "a");
-  s.assume("hi in [0.25,2] /\\ |lo| <= 0x1p-8 /\\ a in [0,2] /\\ hi + a in [1,4]");
+  s.assume("hi in [0.25,2] /\\ |lo| <= 0x1p-8 /\\ a in [0,2]");
+  s.assume(text(z.hi, " in [1,2]"));
   s.hint(
       text("(", z.hi, " + ", low, ") - (hi + lo + a) -> ", low, " - (", root.lo, " + ", z.lo, ")"));
   s.goal(text("|", low, "| <= 0x1p-51 /\\ |(", z.hi, " + ", low, ") - (hi + lo + a)| <= 0x1p-100"));
@@ -269,10 +272,10 @@ void logarithmOf(Proof& proof, const std::string& name, const std::string& label
       u.add({std::max(m.low, row.m.low) * row.r - 1 - 0x1p-48,
              std::min(m.high, row.m.high) * row.r - 1 + 0x1p-48});
     }
-  Script s(text(name, " k ", k.low, " ", m));
+  Script s(text(name, " k ", static_cast<int>(k.low), " ", m));
   s.cut(t.m, "m");
   s.multiple(t.m, -52);
-  proof.over(s, text(name, " k ", k.low), "m", m);
+  proof.over(s, text(name, " k ", static_cast<int>(k.low)), "m", m);
   s.cut(t.k, "k", "fixed<0,ne>");
   // (Gappa does not see that a product with [0,0] is exact; 0 is in [0,1], too.)
   s.real("k", {k.low, k.high == 0 ? 1 : k.high});
