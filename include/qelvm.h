@@ -190,9 +190,9 @@ QELVM_API QelStatus QELVM_CALL qelsAcosh_32f_A11(const float* src, float* dst, i
 QELVM_API QelStatus QELVM_CALL qelsAcosh_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcosh_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.515 ulp */
+/** 0.519 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcosh_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.515 ulp */
+/** 0.519 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAcosh_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -250,9 +250,9 @@ QELVM_API QelStatus QELVM_CALL qelsAsinh_32f_A11(const float* src, float* dst, i
 QELVM_API QelStatus QELVM_CALL qelsAsinh_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5000001 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAsinh_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.521 ulp */
+/** 0.527 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAsinh_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.521 ulp */
+/** 0.527 ulp */
 QELVM_API QelStatus QELVM_CALL qelsAsinh_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
