@@ -64,8 +64,8 @@ std::vector<RootGroup> seededRootGroups(Proof& proof, double alone = 1, Interval
   for (const auto& [j, range] : ranges) {
     const double entry = fromWord<double>(valueAt(range.low, g.id));
     const auto at = [&, e = entry](double v) { return Real(v) * Real(e) * Real(e) - Real(1); };
-    for (const Interval& w : cutAt(cutAt({range}, part.low), part.high))
-      rows.push_back({w, {enclosure(at(w.low)).low, enclosure(at(w.high)).high}, entry});
+    for (const Interval& cut : cutAt(cutAt({range}, part.low), part.high))
+      rows.push_back({cut, {enclosure(at(cut.low)).low, enclosure(at(cut.high)).high}, entry});
   }
   std::vector<RootGroup> groups;
   for (std::size_t i = 0; i < rows.size();) {
