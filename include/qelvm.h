@@ -165,9 +165,9 @@ QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A11(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5000001 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsAcos_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.51 ulp, observed (0.5056) */
+/** 0.518 ulp, proven (0.5171) */
 QELVM_API QelStatus QELVM_CALL qelsAcos_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.51 ulp, observed (0.5056) */
+/** 0.518 ulp, proven (0.5171) */
 QELVM_API QelStatus QELVM_CALL qelsAcos_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -193,9 +193,9 @@ QELVM_API QelStatus QELVM_CALL qelsAcosh_32f_A11(const float* src, float* dst, i
 QELVM_API QelStatus QELVM_CALL qelsAcosh_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5000001 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsAcosh_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.515 ulp, observed (0.5121) */
+/** 0.519 ulp, proven (0.5187) */
 QELVM_API QelStatus QELVM_CALL qelsAcosh_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.515 ulp, observed (0.5121) */
+/** 0.519 ulp, proven (0.5187) */
 QELVM_API QelStatus QELVM_CALL qelsAcosh_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -225,9 +225,9 @@ QELVM_API QelStatus QELVM_CALL qelsAsin_32f_A11(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsAsin_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsAsin_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.51 ulp, observed (0.5066) */
+/** 0.519 ulp, proven (0.5182) */
 QELVM_API QelStatus QELVM_CALL qelsAsin_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.51 ulp, observed (0.5066) */
+/** 0.519 ulp, proven (0.5182) */
 QELVM_API QelStatus QELVM_CALL qelsAsin_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -253,9 +253,9 @@ QELVM_API QelStatus QELVM_CALL qelsAsinh_32f_A11(const float* src, float* dst, i
 QELVM_API QelStatus QELVM_CALL qelsAsinh_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5000001 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsAsinh_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.521 ulp, observed (0.5177) */
+/** 0.527 ulp, proven (0.5264) */
 QELVM_API QelStatus QELVM_CALL qelsAsinh_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.521 ulp, observed (0.5177) */
+/** 0.527 ulp, proven (0.5264) */
 QELVM_API QelStatus QELVM_CALL qelsAsinh_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -355,9 +355,9 @@ QELVM_API QelStatus QELVM_CALL qelsAtanh_32f_A11(const float* src, float* dst, i
 QELVM_API QelStatus QELVM_CALL qelsAtanh_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsAtanh_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.508 ulp, observed (0.5040) */
+/** 0.508 ulp, proven (0.5051) */
 QELVM_API QelStatus QELVM_CALL qelsAtanh_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.508 ulp, observed (0.5040) */
+/** 0.508 ulp, proven (0.5051) */
 QELVM_API QelStatus QELVM_CALL qelsAtanh_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 

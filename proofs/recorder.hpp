@@ -496,6 +496,8 @@ requires(std::is_same_v<S, Term> || std::is_same_v<V, Term>) inline Term
 template <class V, class S>
 requires(std::is_same_v<S, Term> || std::is_same_v<V, Term>) inline Term
     flipSign(const V& value, const S& sign) {
+  if (const Whole<bool> negative = isNegative(Term(sign)); negative.isKnown())
+    return negative.value() ? -Term(value) : Term(value);
   return proof::step(
       "flipSign", [](double v, double s) { return flipSign<double, double>(v, s); }, Term(value),
       Term(sign));
@@ -503,6 +505,8 @@ requires(std::is_same_v<S, Term> || std::is_same_v<V, Term>) inline Term
 template <class V, class S>
 requires(std::is_same_v<S, Term> || std::is_same_v<V, Term>) inline Term
     whereNegative(const V& value, const S& sign) {
+  if (const Whole<bool> negative = isNegative(Term(sign)); negative.isKnown())
+    return negative.value() ? Term(value) : Term(0.0);
   return proof::step(
       "whereNegative", [](double v, double s) { return whereNegative<double, double>(v, s); },
       Term(value), Term(sign));

@@ -75,6 +75,9 @@ CHANGES = [
      "0x1.9c3a6966457e8p-24", "0x1.9c3a6966p-24"),
     ("the low word of log2 dropped from the product with y", "power", "exponent 0x1.0001p.10 .0x1p.8,", "explog/power.hpp",
      " + log.lo * exponent.y", ""),
+    ("a coefficient of the root", "arcsine", "^root .0x1.1080", "stages/seeded_root.hpp", "-0x1.4p-2", "-0x1.40001p-2"),
+    ("a trailing part of the cube dropped", "arcsine", "Asin_64f_A53 series .0x1p-2,", "invtrig/arcsine.hpp",
+     "(rest3 * c3.hi + lo)", "lo"),
 ]
 
 

@@ -7,9 +7,8 @@
 // Logarithm: of the sum in two parts, from a table of 65 reciprocals and a polynomial
 // (stages/table_logarithm.hpp).
 //
-// Error: worst at the end of the series, where t Q(t) is -2^-7.6: the root's 0.0034 ulp, t Q(t) and
-// its product with the root 0.015 if all roundings are worst at once; a search of the worst places
-// saw 0.5121 at 0x1.0fc29ddefe992p+0, and the bound is 0.515 ulp. Elsewhere below 0.504 ulp.
+// Error: proven (docs/proofs.md) below 0.519 ulp (0.5187), 0.5121 seen at 0x1.0fc29ddefe992p+0:
+// worst in the series, where t Q(t) is up to 2^-7.6 and its product with the root is rounded.
 
 #include "core/export.hpp"
 #include "hyperbolic/inverse.hpp"

@@ -4,9 +4,8 @@
 // asin(sqrt((1 - |x|) / 2)), or pi less that where x is negative: the two series of the arcsine
 // (asin.cpp), with the same errors. From 2^-53 down it is pi/2 - x.
 //
-// Error: worst where the result is just below a power of two, in the half angle of positive
-// arguments. The root costs 0.006 ulp there and everything else 0.007 ulp if all is worst at once;
-// a search of the worst places saw 0.50560 at 0x1.1a20e193b0c18p-1, and the bound is 0.51 ulp.
+// Error: proven (docs/proofs.md) below 0.518 ulp (where the result is just above or below a power
+// of two, in the half angle of positive arguments), 0.50560 seen at 0x1.1a20e193b0c18p-1.
 
 #include "core/export.hpp"
 #include "invtrig/arcsine.hpp"
