@@ -635,6 +635,17 @@ struct UnalignedVector {
 };
 template <int N, class T>
 QELVM_INLINE Simd<double, N> loadRegister(const void* place) {
+  // (GCC takes the parts of a conversion through memory.)
+#ifdef __AVX512F__
+  if constexpr (N == 8 && sizeof(T) == 4)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm512_cvtps_pd(_mm256_loadu_ps(static_cast<const float*>(place))));
+#endif
+#ifdef __AVX2__
+  if constexpr (N == 4 && sizeof(T) == 4)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm256_cvtps_pd(_mm_loadu_ps(static_cast<const float*>(place))));
+#endif
   using Unaligned = typename UnalignedVector<T, N>::Type;
   return __builtin_convertvector(*static_cast<const Unaligned*>(place),
                                  typename RawVectors<N>::Doubles);

@@ -13,14 +13,27 @@
 // 0x1.0fbefc62269b5p-1, and the bound is 0.51 ulp.
 
 #include "core/export.hpp"
+#include "invtrig/short_arcsine.hpp"
 #include "invtrig/arcsine.hpp"
 
 namespace qelvm {
 namespace {
 
+struct AsinShortRoad : ShortArcsineDomain {
+  static constexpr double distance =
+      distanceOf(2 * ShortArcsine<double>::offBy + 2 * shortInverseRootOffBy, 16);
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const ShortArcsine<V> arcsine(x);
+    return copySign(selectBySign(arcsine.below, arcsine.angle, halfPi.hi - arcsine.angle), x);
+  }
+};
+
 template <class Export>
 struct Arcsine {
   using Element = typename Export::Element;
+  using ShortRoad = AsinShortRoad;
   static constexpr int lanes = 1;
 
   QELVM_INLINE static auto isOrdinary(const auto& x) { return isInSeries<Element>(x); }

@@ -1,0 +1,207 @@
+// Short roads: floats over SIMD registers. A float result is the double result rounded, and only 24
+// bits of that count. A short road computes the double approximately, with fused multiply-add, to
+// 2^-37 or better. Where no middle between two floats lies within the distance that the two doubles
+// can have, both round to the same float; the few other elements take the full kernel. So the
+// results are the full kernel's, bit for bit, and nothing but speed depends on a short road.
+//
+// A short road is a type named ...ShortRoad with these members, all but the constructor static or
+// const; a kernel of floats names its own as `ShortRoad`:
+//
+//   double distance                     of its results from the full kernel's, relative: an upper
+//                                       bound (distanceOf)
+//   float inside[]                      arguments of the domain, one for each source
+//   auto isOrdinary(x...)               its domain, of registers of floats widened. All its results
+//                                       are normal floats, and the full kernel raises inexact for
+//                                       each, or the short road for the same as the full kernel
+//   V compute(V x...)                   the approximation, over registers; raises no flag but
+//                                       inexact. With two destinations a TwoResults<V>; where only
+//                                       the result shows whether it stands, an IfStanding<V>
+//   constexpr int registers             registers in flight, where four are not the best
+//
+// and, where it has a wider domain with a longer way, isInWiderRange(x...) and computeWider(x...),
+// for blocks that are not ordinary. A scalar argument goes to its constructor, once a call.
+#pragma once
+
+#include "core/bits.hpp"
+#include "core/tables.hpp"
+
+#include <cstdint>
+
+namespace qelvm {
+
+/// Only in builds over registers of four doubles or more, which have fused multiply-add.
+inline constexpr bool hasShortRoads = registerDoubles >= 4;
+
+// ---- arithmetic that only short roads may use ---------------------------------------------------
+
+/// a b + c, rounded once.
+template <int N>
+QELVM_INLINE Simd<double, N> fusedProduct(const Simd<double, N>& a, const Simd<double, N>& b,
+                                          const Simd<double, N>& c) {
+#ifdef __AVX512F__
+  if constexpr (N == 8)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm512_fmadd_pd(reinterpret_cast<__m512d>(a.raw), reinterpret_cast<__m512d>(b.raw),
+                        reinterpret_cast<__m512d>(c.raw)));
+#endif
+#ifdef __FMA__
+  if constexpr (N == 4)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm256_fmadd_pd(reinterpret_cast<__m256d>(a.raw), reinterpret_cast<__m256d>(b.raw),
+                        reinterpret_cast<__m256d>(c.raw)));
+#endif
+  __builtin_unreachable();
+}
+
+/// The same of registers, several, or of numbers among them.
+template <class A, class B, class C>
+QELVM_INLINE auto fused(const A& a, const B& b, const C& c) {
+  return lanewise(
+      [](const auto& x, const auto& y, const auto& z) QELVM_ALWAYS_INLINE {
+        using R = std::conditional_t<
+            isSimd<std::remove_cvref_t<decltype(x)>>, std::remove_cvref_t<decltype(x)>,
+            std::conditional_t<isSimd<std::remove_cvref_t<decltype(y)>>,
+                               std::remove_cvref_t<decltype(y)>,
+                               std::remove_cvref_t<decltype(z)>>>;
+        const auto all = [](const auto& v) QELVM_ALWAYS_INLINE {
+          if constexpr (isSimd<std::remove_cvref_t<decltype(v)>>)
+            return v;
+          else
+            return uniform<R>(v);
+        };
+        return fusedProduct(all(x), all(y), all(z));
+      },
+      a, b, c);
+}
+
+/// c[0] + x (c[1] + x (c[2] + ... )), each step rounded once.
+template <class V, int N>
+QELVM_INLINE V fusedHorner(const double (&c)[N], const V& x) {
+  return withIndices<N - 2>([&](auto... i) QELVM_ALWAYS_INLINE {
+    V sum = fused(x, c[N - 1], c[N - 2]);
+    ((sum = fused(sum, x, c[N - 3 - i])), ...);
+    return sum;
+  });
+}
+
+/// 1/sqrt(x) for normal floats x > 0, off by this of itself at most (the processors' manuals say
+/// so).
+inline constexpr double inverseRootEstimateError = 0x1.8p-12;
+template <int N>
+QELVM_INLINE Simd<double, N> inverseRootEstimateInstruction(const Simd<double, N>& x) {
+#ifdef __AVX512F__
+  if constexpr (N == 8)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm512_rsqrt14_pd(reinterpret_cast<__m512d>(x.raw)));
+#endif
+#ifdef __AVX2__
+  if constexpr (N == 4)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm256_cvtps_pd(_mm_rsqrt_ps(_mm256_cvtpd_ps(reinterpret_cast<__m256d>(x.raw)))));
+#endif
+  __builtin_unreachable();
+}
+template <class V>
+QELVM_INLINE V inverseRootEstimate(const V& x) {
+  return lanewise(
+      [](const auto& v) QELVM_ALWAYS_INLINE { return inverseRootEstimateInstruction(v); }, x);
+}
+
+template <int N>
+QELVM_INLINE Simd<double, N> selectBySignInstruction(const Simd<double, N>& sign,
+                                                     const Simd<double, N>& whereNegative,
+                                                     const Simd<double, N>& elsewhere) {
+#ifdef __AVX2__
+  if constexpr (N == 4)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(_mm256_blendv_pd(
+        reinterpret_cast<__m256d>(elsewhere.raw), reinterpret_cast<__m256d>(whereNegative.raw),
+        reinterpret_cast<__m256d>(sign.raw)));
+#endif
+  return select(isNegative(sign), whereNegative, elsewhere);
+}
+
+/// The smaller one; `whereNegative` where the sign bit is set, else `elsewhere`.
+template <int N>
+QELVM_INLINE Simd<double, N> smallerOf(const Simd<double, N>& a, const Simd<double, N>& b) {
+#ifdef __AVX512F__
+  if constexpr (N == 8)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm512_min_pd(reinterpret_cast<__m512d>(a.raw), reinterpret_cast<__m512d>(b.raw)));
+#endif
+#ifdef __AVX2__
+  if constexpr (N == 4)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm256_min_pd(reinterpret_cast<__m256d>(a.raw), reinterpret_cast<__m256d>(b.raw)));
+#endif
+  return select(isNegative(a - b), a, b);
+}
+template <class V, class W>
+QELVM_INLINE V smaller(const V& a, const W& b) {
+  return lanewise(
+      []<class R>(const R& x, const auto& y) QELVM_ALWAYS_INLINE {
+        if constexpr (isSimd<std::remove_cvref_t<decltype(y)>>)
+          return smallerOf(x, y);
+        else
+          return smallerOf(x, uniform<R>(y));
+      },
+      a, b);
+}
+template <class V, class A, class B>
+QELVM_INLINE V selectBySign(const V& sign, const A& whereNegative, const B& elsewhere) {
+  return lanewise(
+      []<class R>(const R& s, const auto& a, const auto& b) QELVM_ALWAYS_INLINE {
+        const auto all = [](const auto& v) QELVM_ALWAYS_INLINE {
+          if constexpr (isSimd<std::remove_cvref_t<decltype(v)>>)
+            return v;
+          else
+            return uniform<R>(v);
+        };
+        return selectBySignInstruction(s, all(a), all(b));
+      },
+      sign, whereNegative, elsewhere);
+}
+
+template <class V>
+QELVM_INLINE V squareRootByInstruction(const V& x) {
+  return lanewise([](const auto& v) QELVM_ALWAYS_INLINE { return squareRootInstruction(v); }, x);
+}
+
+/// `value`, negated where bit `bit` of the pattern of `counted` is set.
+template <int bit, class V>
+QELVM_INLINE V flipByBit(const V& value, const V& counted) {
+  return lanewise(
+      [](const auto& v, const auto& n)
+          QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) ^ ((bitsOf(n) << (63 - bit)) & signMask<double>)); },
+      value, counted);
+}
+
+// ---- the rounding test --------------------------------------------------------------------------
+
+/// How far a short road's result may be from the full kernel's, relative to it: what the
+/// approximation leaves out, its roundings (so many that each is at most 2^-53 of the result), and
+/// the full kernel's own error, less than one ulp in every family.
+consteval double distanceOf(double approximation, int roundings) {
+  return (approximation + roundings * 0x1p-53 + 0x1p-52) * (1 + 0x1p-20);
+}
+
+/// Where no middle between two floats is within `distance` of z, relatively.
+template <int N>
+QELVM_INLINE Mask<N> awayFromMiddles(double distance, const Simd<double, N>& z) {
+  // In last places of z, of which a middle is the 2^28th behind a float: at most 2^53 to the
+  // binade.
+  const auto places = static_cast<std::uint64_t>(distance * 0x1p53) + 1;
+  constexpr std::uint64_t middle = std::uint64_t{1} << 28;
+  constexpr int others = 64 - 29; // the bits before those that a float does not have
+  return !((bitsOf(z) << others) - ((middle - places) << others) < (2 * places + 1) << others);
+}
+
+/// Results of which only those of the mask, or masks, stand.
+template <class V, class M>
+struct IfStanding {
+  V value;
+  M stands;
+};
+template <class V, class M>
+IfStanding(V, M) -> IfStanding<V, M>;
+
+} // namespace qelvm
