@@ -63,10 +63,10 @@ QELVM_INLINE V inverseSquareRoot(const V& x, std::int32_t adjustment) {
 
 struct InvSqrtShortRoad {
   static constexpr double distance = distanceOf(shortInverseRootOffBy, 8);
-  static constexpr double inside[] = {2.0};
+  static constexpr double inside[] = {3.0};
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {
-    return positiveWithin(x, 0x1p-126, std::numeric_limits<double>::infinity());
+    return positiveWithin(x, 0x1p-126, std::numeric_limits<double>::infinity()) && hasFraction(x);
   }
 
   template <class V>

@@ -37,9 +37,9 @@ struct ShortCubeRoot {
 };
 
 struct ShortCubeRootDomain {
-  static constexpr double inside[] = {2.0};
+  static constexpr double inside[] = {3.0};
   QELVM_INLINE static auto isOrdinary(const auto& x) {
-    return magnitudeWithin(x, 0x1p-149, std::numeric_limits<double>::infinity());
+    return magnitudeWithin(x, 0x1p-126, std::numeric_limits<double>::infinity()) && hasFraction(x);
   }
 };
 

@@ -160,8 +160,9 @@ QELVM_INLINE const V& resultFor(int /*destination*/, const IfStanding<V, M>& che
 template <class Road, int S, int D>
 class ShortPath {
 public:
-  static constexpr int registers = registersOf<Road, 4>;
-  static constexpr int width = registers * registerDoubles;
+  static constexpr bool exact = requires { Road::exact; }; // computed over floats
+  static constexpr int registers = registersOf<Road, exact ? 2 : 4>;
+  static constexpr int width = registers * (exact ? 2 : 1) * registerDoubles;
 
   /// Computes blocks from i on while all their elements lie in the domain and all results stand.
   /// Returns the first element that is left.
@@ -185,7 +186,8 @@ public:
   static constexpr bool hasWiderRange = requires(const Road& road) { road.widerRange; };
 
 private:
-  using Register = Simd<double, registerDoubles>;
+  using Floats = Simd<float, 2 * registerDoubles>;
+  using Register = std::conditional_t<exact, Floats, Simd<double, registerDoubles>>;
   using V = LaneArray<Register, registers>;
   static constexpr unsigned allElements = (1u << (width - 1) << 1) - 1;
 
@@ -207,22 +209,19 @@ private:
   template <class Range>
   QELVM_INLINE bool runAll(const Range& range, std::ptrdiff_t i) const {
     return arrays_.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
-      return computeAll(range, i, loadElements<V>(source)...);
+      const auto contains =
+          [&](const auto&... x) QELVM_ALWAYS_INLINE { return range.contains(x...); };
+      if (!allLanes(contains, loadElements<LaneArray<Floats, width / elementCount<Floats>>>(
+                                  source)...)) [[unlikely]]
+        return false;
+      const auto results = range.compute(loadElements<V>(source)...);
+      if (!allStand(results)) [[unlikely]]
+        return false;
+      withIndices<D>([&](auto... d) QELVM_ALWAYS_INLINE {
+        (storeElements<V>(resultFor(d, results), arrays_.destination.array[d] + i), ...);
+      });
+      return true;
     });
-  }
-  template <class Range, class... X>
-  QELVM_INLINE bool computeAll(const Range& range, std::ptrdiff_t i, const X&... x) const {
-    const auto contains = [&](const auto&... v) QELVM_ALWAYS_INLINE { return range.contains(v...); };
-    if (!allLanes(contains, x...)) [[unlikely]]
-      return false;
-    const auto results = range.compute(x...);
-    if (!allLanes([](const auto& mask) QELVM_ALWAYS_INLINE { return mask; }, standing(results)))
-      [[unlikely]]
-      return false;
-    withIndices<D>([&](auto... d) QELVM_ALWAYS_INLINE {
-      (storeElements<V>(resultFor(d, results), arrays_.destination.array[d] + i), ...);
-    });
-    return true;
   }
 
   template <class Range>
@@ -241,39 +240,51 @@ private:
     if (bitsOfMasks(inside) == 0) // whose results would raise inexact for none
       return allElements;
     const auto results = range.compute(onlyWhere(inside, x, double{Road::inside[K]})...);
-    const auto good = lanewise(
-        [](const auto& a, const auto& b) QELVM_ALWAYS_INLINE { return a & b; }, inside,
-        standing(results));
+    const auto good = standing(inside, results);
     const unsigned left = allElements & ~bitsOfMasks(good);
     for (int d = 0; d < D; ++d)
       storeExcept(left, onlyWhere(good, resultFor(d, results), 1.0), arrays_.destination.array[d] + i);
     return left;
   }
 
-  /// Which results stand: masks, one for each register.
-  template <class Results>
-  QELVM_INLINE static auto standing(const Results& results) {
-    return awayFrom(results);
+  /// All results stand.
+  QELVM_INLINE bool allStand(const V& z) const {
+    if constexpr (exact)
+      return true;
+    else
+      return allAway_(z);
   }
-  QELVM_INLINE static auto awayFrom(const V& z) {
-    return lanewise([](const auto& v)
-                        QELVM_ALWAYS_INLINE { return awayFromMiddles(Road::distance, v); },
-                    z);
-  }
-  QELVM_INLINE static auto awayFrom(const TwoResults<V>& both) {
-    return bothMasks(awayFrom(both.first), awayFrom(both.second));
+  QELVM_INLINE bool allStand(const TwoResults<V>& both) const {
+    return allStand(both.first) && allStand(both.second);
   }
   template <class M>
-  QELVM_INLINE static auto awayFrom(const IfStanding<V, M>& checked) {
-    return bothMasks(awayFrom(checked.value), checked.stands);
+  QELVM_INLINE bool allStand(const IfStanding<V, M>& checked) const {
+    return allLanes([](const auto& mask) QELVM_ALWAYS_INLINE { return mask; }, checked.stands) &&
+           allStand(checked.value);
   }
-  QELVM_INLINE static auto bothMasks(const auto& a, const auto& b) {
-    return lanewise([](const auto& x, const auto& y) QELVM_ALWAYS_INLINE { return x & y; }, a, b);
+
+  /// Which of those of the masks, one for each register, stand.
+  QELVM_INLINE static auto standing(const auto& masks, const V& z) {
+    if constexpr (exact)
+      return masks;
+    else
+      return lanewise(
+          [](const auto& mask, const auto& v)
+              QELVM_ALWAYS_INLINE { return mask & awayFromMiddles<Road>(v); },
+          masks, z);
+  }
+  QELVM_INLINE static auto standing(const auto& masks, const TwoResults<V>& both) {
+    return standing(standing(masks, both.first), both.second);
+  }
+  template <class M>
+  QELVM_INLINE static auto standing(const auto& masks, const IfStanding<V, M>& checked) {
+    return lanewise([](const auto& x, const auto& y) QELVM_ALWAYS_INLINE { return x & y; },
+                    standing(masks, checked.value), checked.stands);
   }
 
   QELVM_INLINE static unsigned bitsOfMasks(const auto& masks) {
     return withIndices<registers>([&](auto... k) QELVM_ALWAYS_INLINE {
-      return ((laneOf<k>(masks).bits() << (k * registerDoubles)) | ...);
+      return ((laneOf<k>(masks).bits() << (k * elementCount<Register>)) | ...);
     });
   }
   QELVM_INLINE static V onlyWhere(const auto& masks, const V& x, double elsewhere) {
@@ -293,8 +304,12 @@ private:
       bits[std::countr_zero(rest)] = kept[std::countr_zero(rest)];
   }
 
+  struct Nothing {};
+
   const Road& road_;
   const Arrays<float, S, D>& arrays_;
+  [[no_unique_address]] std::conditional_t<exact, Nothing,
+                                           AllAwayFromMiddles<Road, registerDoubles>> allAway_{};
 };
 
 /// One call of an export.
@@ -320,13 +335,14 @@ private:
                                               std::ptrdiff_t length, Scalars... scalars) {
     const Kernel kernel{scalars...};
     const Call call{kernel, {source, destination}, {scalars...}, Road{scalars...}};
-    if constexpr (hasRoad) {
-      const std::ptrdiff_t i = Short::run(call.road, call.arrays, 0, length);
-      if (i == length)
-        return qelStatusOk;
-      return RegisterWalk(call).walkShort(i, length);
-    }
-    std::ptrdiff_t i = run<MainRange<Kernel>>(&call, call.arrays, 0, length);
+    std::ptrdiff_t i = 0;
+    if constexpr (hasRoad)
+      if (length >= Short::width) {
+        i = Short::run(call.road, call.arrays, 0, length);
+        if (length - i >= Short::width)
+          return RegisterWalk(call).walkShort(i, length);
+      }
+    i = run<MainRange<Kernel>>(&call, call.arrays, i, length);
     if (length - i >= 2 * width)
       return RegisterWalk(call).walkRest(i, length);
     if constexpr (twoRanges)
@@ -389,8 +405,10 @@ private:
   }
 
   /// From element i on, where the short road ended. Where it leaves many elements of a block, it is
-  /// not tried again for some.
+  /// not tried again for some blocks, for more each time.
   QelStatus walkShort(std::ptrdiff_t i, std::ptrdiff_t length) {
+    constexpr std::ptrdiff_t shortPause = 16 * Short::width, longPause = 256 * Short::width;
+    std::ptrdiff_t pause = shortPause;
     const auto& [kernel, arrays, scalars, road] = arguments_;
     while (length - i >= Short::width) {
       if constexpr (Short::hasWiderRange) {
@@ -406,8 +424,12 @@ private:
         if (const unsigned set = left >> k & allOfRegister; set != 0)
           sortRegister(i + k, set);
       i += Short::width;
-      if (4 * std::popcount(left) >= Short::width)
-        i = walkBlocks(i, length - i > 16 * Short::width ? i + 16 * Short::width : length);
+      if (4 * std::popcount(left) < Short::width) {
+        pause = shortPause;
+      } else {
+        i = walkBlocks(i, length - i > pause ? i + pause : length);
+        pause = pause < longPause ? 2 * pause : longPause;
+      }
       i = Short::run(road, arrays, i, length);
     }
     return walkRest(i, length);

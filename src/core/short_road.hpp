@@ -10,16 +10,17 @@
 //   double distance                     of its results from the full kernel's, relative: an upper
 //                                       bound (distanceOf)
 //   float inside[]                      arguments of the domain, one for each source
-//   auto isOrdinary(x...)               its domain, of registers of floats widened. All its results
-//                                       are normal floats, and the full kernel raises inexact for
-//                                       each, or the short road for the same as the full kernel
+//   auto isOrdinary(x...)               its domain, of registers of floats, or of floats widened. All
+//                                       results are normal floats, and the full kernel raises inexact
+//                                       for each
 //   V compute(V x...)                   the approximation, over registers; raises no flag but
 //                                       inexact. With two destinations a TwoResults<V>; where only
 //                                       the result shows whether it stands, an IfStanding<V>
 //   constexpr int registers             registers in flight, where four are not the best
 //
 // and, where it has a wider domain with a longer way, isInWiderRange(x...) and computeWider(x...),
-// for blocks that are not ordinary. A scalar argument goes to its constructor, once a call.
+// for blocks that are not ordinary. With the member `exact` it computes correctly rounded results over
+// registers of floats, with just the flags of the full kernel. A scalar argument goes to its constructor, once a call.
 #pragma once
 
 #include "core/bits.hpp"
@@ -74,14 +75,26 @@ QELVM_INLINE auto fused(const A& a, const B& b, const C& c) {
       a, b, c);
 }
 
-/// c[0] + x (c[1] + x (c[2] + ... )), each step rounded once.
+/// c[0] + x (c[1] + x (c[2] + ... )), each step rounded once; long ones as two chains, of the even and
+/// of the odd powers, so that they take half the time.
 template <class V, int N>
 QELVM_INLINE V fusedHorner(const double (&c)[N], const V& x) {
-  return withIndices<N - 2>([&](auto... i) QELVM_ALWAYS_INLINE {
-    V sum = fused(x, c[N - 1], c[N - 2]);
-    ((sum = fused(sum, x, c[N - 3 - i])), ...);
-    return sum;
-  });
+  constexpr int chains = N < 8 ? 1 : 2;
+  const auto chain = [&](auto first, const V& power) QELVM_ALWAYS_INLINE {
+    constexpr int last = first + (N - 1 - first) / chains * chains;
+    return withIndices<(last - first) / chains - 1>([&](auto... i) QELVM_ALWAYS_INLINE {
+      V sum = fused(power, c[last], c[last - chains]);
+      ((sum = fused(sum, power, c[last - chains * (2 + i)])), ...);
+      return sum;
+    });
+  };
+  if constexpr (chains == 1) {
+    return chain(std::integral_constant<int, 0>{}, x);
+  } else {
+    const V square = x * x;
+    return fused(x, chain(std::integral_constant<int, 1>{}, square),
+                 chain(std::integral_constant<int, 0>{}, square));
+  }
 }
 
 /// 1/sqrt(x) for normal floats x > 0, off by this of itself at most (the processors' manuals say
@@ -118,6 +131,20 @@ QELVM_INLINE Simd<double, N> selectBySignInstruction(const Simd<double, N>& sign
         reinterpret_cast<__m256d>(sign.raw)));
 #endif
   return select(isNegative(sign), whereNegative, elsewhere);
+}
+
+/// The low words of the elements of two registers, in some order.
+template <int N>
+QELVM_INLINE Simd<std::uint32_t, 2 * N> lowWords(const Simd<double, N>& a,
+                                                 const Simd<double, N>& b) {
+  // (As floats: one instruction, where words would take three.)
+  using Floats = typename RawVectors<N>::Floats;
+  const auto x = reinterpret_cast<Floats>(a.raw), y = reinterpret_cast<Floats>(b.raw);
+  if constexpr (N == 4)
+    return bitsOf(Simd<float, 8>(__builtin_shufflevector(x, y, 0, 2, 8, 10, 4, 6, 12, 14)));
+  else
+    return bitsOf(Simd<float, 16>(__builtin_shufflevector(x, y, 0, 2, 16, 18, 4, 6, 20, 22, 8, 10,
+                                                          24, 26, 12, 14, 28, 30)));
 }
 
 /// The smaller one; `whereNegative` where the sign bit is set, else `elsewhere`.
@@ -166,6 +193,14 @@ QELVM_INLINE V squareRootByInstruction(const V& x) {
   return lanewise([](const auto& v) QELVM_ALWAYS_INLINE { return squareRootInstruction(v); }, x);
 }
 
+/// True where x is no power of two.
+template <class X>
+QELVM_INLINE auto hasFraction(const X& x) {
+  using F = Format<ScalarOf<X>>;
+  return (bitsOf(x) << (8 * static_cast<int>(sizeof(typename F::Bits)) - F::fractionBits)) !=
+         typename F::Bits{0};
+}
+
 /// `value`, negated where bit `bit` of the pattern of `counted` is set.
 template <int bit, class V>
 QELVM_INLINE V flipByBit(const V& value, const V& counted) {
@@ -184,16 +219,60 @@ consteval double distanceOf(double approximation, int roundings) {
   return (approximation + roundings * 0x1p-53 + 0x1p-52) * (1 + 0x1p-20);
 }
 
-/// Where no middle between two floats is within `distance` of z, relatively.
-template <int N>
-QELVM_INLINE Mask<N> awayFromMiddles(double distance, const Simd<double, N>& z) {
-  // In last places of z, of which a middle is the 2^28th behind a float: at most 2^53 to the
-  // binade.
-  const auto places = static_cast<std::uint64_t>(distance * 0x1p53) + 1;
-  constexpr std::uint64_t middle = std::uint64_t{1} << 28;
-  constexpr int others = 64 - 29; // the bits before those that a float does not have
-  return !((bitsOf(z) << others) - ((middle - places) << others) < (2 * places + 1) << others);
+/// Whether a middle between two floats lies within `distance` of a double, relatively; of a pattern
+/// whose low 29 bits, those that a float does not have, are shifted to the top.
+template <class Number>
+struct MiddleTest {
+  static constexpr int shift = 8 * static_cast<int>(sizeof(Number)) - 29;
+  // In last places of a double, of which a middle is the 2^28th behind a float: at most 2^53 to
+  // the binade.
+  Number first; ///< the lowest place that is too near
+  Number count; ///< how many are
+
+  consteval explicit MiddleTest(double distance) {
+    const auto places = static_cast<Number>(distance * 0x1p53) + 1;
+    first = ((Number{1} << 28) - places) << shift;
+    count = (2 * places + 1) << shift;
+  }
+};
+
+template <class Road, int N>
+QELVM_INLINE Mask<N> awayFromMiddles(const Simd<double, N>& z) {
+  constexpr MiddleTest<std::uint64_t> test(Road::distance);
+  return !((bitsOf(z) << test.shift) - test.first < test.count);
 }
+
+/// Of all elements of registers at once: their low words two by two. (The constants are known before
+/// a loop: GCC would make them anew each time.)
+template <class Road, int N>
+class AllAwayFromMiddles {
+public:
+  QELVM_INLINE AllAwayFromMiddles()
+      : first_(uniformWords(test.first)), count_(uniformWords(test.count)) {}
+
+  template <int M>
+  QELVM_INLINE bool operator()(const LaneArray<Simd<double, N>, M>& z) const {
+    static_assert(M % 2 == 0);
+    return withIndices<M / 2>([&](auto... k) QELVM_ALWAYS_INLINE {
+      return (isNear(lowWords(laneOf<2 * k>(z), laneOf<2 * k + 1>(z))) | ...).bits() == 0;
+    });
+  }
+
+private:
+  using Words = Simd<std::uint32_t, 2 * N>;
+  static constexpr MiddleTest<std::uint32_t> test{Road::distance};
+
+  QELVM_INLINE static Words uniformWords(std::uint32_t value) {
+    Words words = value - typename Words::Raw{};
+    asm("" : "+x"(words.raw));
+    return words;
+  }
+  QELVM_INLINE WordMask<2 * N> isNear(const Words& words) const {
+    return WordMask<2 * N>::lessUnsigned(((words << test.shift) - first_).raw, count_.raw);
+  }
+
+  Words first_, count_;
+};
 
 /// Results of which only those of the mask, or masks, stand.
 template <class V, class M>
