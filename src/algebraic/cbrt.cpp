@@ -18,8 +18,8 @@
 
 #include "algebraic/exceptional_root.hpp"
 #include "algebraic/roots.hpp"
-#include "core/export.hpp"
 #include "algebraic/short_cube_root.hpp"
+#include "core/export.hpp"
 
 #include <limits>
 

@@ -72,11 +72,11 @@ QELVM_INLINE V rootByInstruction(const V& x) {
       x);
 }
 
-/// The root of a float is the double root rounded: of twice as many bits and more, that is no middle
-/// between two floats.
+/// The root of a float is the double root rounded: of twice as many bits and more, that is no
+/// middle between two floats.
 struct SqrtShortRoad {
   static constexpr bool exact = true;
-  static constexpr int registers = 4;
+  static constexpr int registers = registersInFlight(4, 2);
   static constexpr double inside[] = {1.0};
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {

@@ -146,8 +146,9 @@ struct ShortRoadOf {
   using Type = NoShortRoad;
 };
 template <class Kernel>
-requires(hasShortRoads && requires { typename Kernel::ShortRoad; }) struct ShortRoadOf<Kernel,
-                                                                                       float> {
+requires(hasShortRoads&& requires {
+  typename Kernel::ShortRoad;
+}) struct ShortRoadOf<Kernel, float> {
   using Type = typename Kernel::ShortRoad;
 };
 
@@ -161,8 +162,9 @@ template <class Road, int S, int D>
 class ShortPath {
 public:
   static constexpr bool exact = requires { Road::exact; }; // computed over floats
-  static constexpr int registers = registersOf<Road, exact ? 2 : 4>;
+  static constexpr int registers = registersOf < Road, exact ? 2 : 4 > ;
   static constexpr int width = registers * (exact ? 2 : 1) * registerDoubles;
+  static constexpr unsigned allElements = (1u << (width - 1) << 1) - 1;
 
   /// Computes blocks from i on while all their elements lie in the domain and all results stand.
   /// Returns the first element that is left.
@@ -189,7 +191,6 @@ private:
   using Floats = Simd<float, 2 * registerDoubles>;
   using Register = std::conditional_t<exact, Floats, Simd<double, registerDoubles>>;
   using V = LaneArray<Register, registers>;
-  static constexpr unsigned allElements = (1u << (width - 1) << 1) - 1;
 
   struct WiderRange {
     const Road& road;
@@ -209,10 +210,11 @@ private:
   template <class Range>
   QELVM_INLINE bool runAll(const Range& range, std::ptrdiff_t i) const {
     return arrays_.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
-      const auto contains =
-          [&](const auto&... x) QELVM_ALWAYS_INLINE { return range.contains(x...); };
-      if (!allLanes(contains, loadElements<LaneArray<Floats, width / elementCount<Floats>>>(
-                                  source)...)) [[unlikely]]
+      const auto contains = [&](const auto&... x)
+                                QELVM_ALWAYS_INLINE { return range.contains(x...); };
+      if (!allLanes(contains,
+                    loadElements<LaneArray<Floats, width / elementCount<Floats>>>(source)...))
+          [[unlikely]]
         return false;
       const auto results = range.compute(loadElements<V>(source)...);
       if (!allStand(results)) [[unlikely]]
@@ -235,15 +237,16 @@ private:
   template <class Range, int... K, class... X>
   QELVM_INLINE unsigned computePart(const Range& range, std::ptrdiff_t i,
                                     std::integer_sequence<int, K...>, const X&... x) const {
-    const auto inside = lanewise(
-        [&](const auto&... v) QELVM_ALWAYS_INLINE { return range.contains(v...); }, x...);
+    const auto inside =
+        lanewise([&](const auto&... v) QELVM_ALWAYS_INLINE { return range.contains(v...); }, x...);
     if (bitsOfMasks(inside) == 0) // whose results would raise inexact for none
       return allElements;
     const auto results = range.compute(onlyWhere(inside, x, double{Road::inside[K]})...);
     const auto good = standing(inside, results);
     const unsigned left = allElements & ~bitsOfMasks(good);
     for (int d = 0; d < D; ++d)
-      storeExcept(left, onlyWhere(good, resultFor(d, results), 1.0), arrays_.destination.array[d] + i);
+      storeExcept(left, onlyWhere(good, resultFor(d, results), 1.0),
+                  arrays_.destination.array[d] + i);
     return left;
   }
 
@@ -268,10 +271,9 @@ private:
     if constexpr (exact)
       return masks;
     else
-      return lanewise(
-          [](const auto& mask, const auto& v)
-              QELVM_ALWAYS_INLINE { return mask & awayFromMiddles<Road>(v); },
-          masks, z);
+      return lanewise([](const auto& mask, const auto& v)
+                          QELVM_ALWAYS_INLINE { return mask & awayFromMiddles<Road>(v); },
+                      masks, z);
   }
   QELVM_INLINE static auto standing(const auto& masks, const TwoResults<V>& both) {
     return standing(standing(masks, both.first), both.second);
@@ -288,9 +290,10 @@ private:
     });
   }
   QELVM_INLINE static V onlyWhere(const auto& masks, const V& x, double elsewhere) {
-    return lanewise([=](const auto& mask, const Register& v)
-                        QELVM_ALWAYS_INLINE { return select(mask, v, uniform<Register>(elsewhere)); },
-                    masks, x);
+    return lanewise(
+        [=](const auto& mask, const Register& v)
+            QELVM_ALWAYS_INLINE { return select(mask, v, uniform<Register>(elsewhere)); },
+        masks, x);
   }
 
   /// Stores all elements but those of a set.
@@ -309,7 +312,8 @@ private:
   const Road& road_;
   const Arrays<float, S, D>& arrays_;
   [[no_unique_address]] std::conditional_t<exact, Nothing,
-                                           AllAwayFromMiddles<Road, registerDoubles>> allAway_{};
+                                           AllAwayFromMiddles<Road, registerDoubles>>
+      allAway_{};
 };
 
 /// One call of an export.
@@ -420,11 +424,14 @@ private:
         }
       }
       const unsigned left = Short::runSome(road, arrays, i);
-      for (int k = 0; k < Short::width; k += registerDoubles)
-        if (const unsigned set = left >> k & allOfRegister; set != 0)
-          sortRegister(i + k, set);
-      i += Short::width;
-      if (4 * std::popcount(left) < Short::width) {
+      int queued = 0;
+      if (left != Short::allElements) {
+        for (int k = 0; k < Short::width; k += registerDoubles)
+          if (const unsigned set = left >> k & allOfRegister; set != 0)
+            queued += sortRegister(i + k, set);
+        i += Short::width;
+      }
+      if (8 * queued <= Short::width && 4 * std::popcount(left) <= Short::width) {
         pause = shortPause;
       } else {
         i = walkBlocks(i, length - i > pause ? i + pause : length);
@@ -459,8 +466,9 @@ private:
     return i;
   }
 
-  /// Sorts the elements of a set out of the register that begins with element i.
-  void sortRegister(std::ptrdiff_t i, unsigned set) {
+  /// Sorts the elements of a set out of the register that begins with element i. Returns how many
+  /// of them wait in queues.
+  int sortRegister(std::ptrdiff_t i, unsigned set) {
     const unsigned first = elementsIn(MainRange<Kernel>{arguments_.kernel}, i) & set;
     unsigned second = 0;
     append(0, i, first);
@@ -473,6 +481,7 @@ private:
         call_.compute(1, run<SecondRange<Kernel>>);
     }
     takeAllExceptional(i, set & ~(first | second));
+    return std::popcount(first | second);
   }
 
   /// Sorts blocks from i on until one lies in one range again. Returns the first element left.

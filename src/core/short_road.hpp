@@ -10,17 +10,19 @@
 //   double distance                     of its results from the full kernel's, relative: an upper
 //                                       bound (distanceOf)
 //   float inside[]                      arguments of the domain, one for each source
-//   auto isOrdinary(x...)               its domain, of registers of floats, or of floats widened. All
-//                                       results are normal floats, and the full kernel raises inexact
-//                                       for each
+//   auto isOrdinary(x...)               its domain, of registers of floats, or of floats widened.
+//   All
+//                                       results are normal floats, and the full kernel raises
+//                                       inexact for each
 //   V compute(V x...)                   the approximation, over registers; raises no flag but
 //                                       inexact. With two destinations a TwoResults<V>; where only
 //                                       the result shows whether it stands, an IfStanding<V>
 //   constexpr int registers             registers in flight, where four are not the best
 //
 // and, where it has a wider domain with a longer way, isInWiderRange(x...) and computeWider(x...),
-// for blocks that are not ordinary. With the member `exact` it computes correctly rounded results over
-// registers of floats, with just the flags of the full kernel. A scalar argument goes to its constructor, once a call.
+// for blocks that are not ordinary. With the member `exact` it computes correctly rounded results
+// over registers of floats, with just the flags of the full kernel. A scalar argument goes to its
+// constructor, once a call.
 #pragma once
 
 #include "core/bits.hpp"
@@ -62,8 +64,7 @@ QELVM_INLINE auto fused(const A& a, const B& b, const C& c) {
         using R = std::conditional_t<
             isSimd<std::remove_cvref_t<decltype(x)>>, std::remove_cvref_t<decltype(x)>,
             std::conditional_t<isSimd<std::remove_cvref_t<decltype(y)>>,
-                               std::remove_cvref_t<decltype(y)>,
-                               std::remove_cvref_t<decltype(z)>>>;
+                               std::remove_cvref_t<decltype(y)>, std::remove_cvref_t<decltype(z)>>>;
         const auto all = [](const auto& v) QELVM_ALWAYS_INLINE {
           if constexpr (isSimd<std::remove_cvref_t<decltype(v)>>)
             return v;
@@ -75,8 +76,8 @@ QELVM_INLINE auto fused(const A& a, const B& b, const C& c) {
       a, b, c);
 }
 
-/// c[0] + x (c[1] + x (c[2] + ... )), each step rounded once; long ones as two chains, of the even and
-/// of the odd powers, so that they take half the time.
+/// c[0] + x (c[1] + x (c[2] + ... )), each step rounded once; long ones as two chains, of the even
+/// and of the odd powers, so that they take half the time.
 template <class V, int N>
 QELVM_INLINE V fusedHorner(const double (&c)[N], const V& x) {
   constexpr int chains = N < 8 ? 1 : 2;
@@ -143,8 +144,8 @@ QELVM_INLINE Simd<std::uint32_t, 2 * N> lowWords(const Simd<double, N>& a,
   if constexpr (N == 4)
     return bitsOf(Simd<float, 8>(__builtin_shufflevector(x, y, 0, 2, 8, 10, 4, 6, 12, 14)));
   else
-    return bitsOf(Simd<float, 16>(__builtin_shufflevector(x, y, 0, 2, 16, 18, 4, 6, 20, 22, 8, 10,
-                                                          24, 26, 12, 14, 28, 30)));
+    return bitsOf(Simd<float, 16>(
+        __builtin_shufflevector(x, y, 0, 2, 16, 18, 4, 6, 20, 22, 8, 10, 24, 26, 12, 14, 28, 30)));
 }
 
 /// The smaller one; `whereNegative` where the sign bit is set, else `elsewhere`.
@@ -205,8 +206,9 @@ QELVM_INLINE auto hasFraction(const X& x) {
 template <int bit, class V>
 QELVM_INLINE V flipByBit(const V& value, const V& counted) {
   return lanewise(
-      [](const auto& v, const auto& n)
-          QELVM_ALWAYS_INLINE { return fromBits(bitsOf(v) ^ ((bitsOf(n) << (63 - bit)) & signMask<double>)); },
+      [](const auto& v, const auto& n) QELVM_ALWAYS_INLINE {
+        return fromBits(bitsOf(v) ^ ((bitsOf(n) << (63 - bit)) & signMask<double>));
+      },
       value, counted);
 }
 
@@ -242,8 +244,8 @@ QELVM_INLINE Mask<N> awayFromMiddles(const Simd<double, N>& z) {
   return !((bitsOf(z) << test.shift) - test.first < test.count);
 }
 
-/// Of all elements of registers at once: their low words two by two. (The constants are known before
-/// a loop: GCC would make them anew each time.)
+/// Of all elements of registers at once: their low words two by two. (The constants are known
+/// before a loop: GCC would make them anew each time.)
 template <class Road, int N>
 class AllAwayFromMiddles {
 public:

@@ -87,7 +87,8 @@ struct RawVectorOf<std::uint32_t, N> {
 
 /// N elements: doubles, patterns of doubles (uint64_t), or integers (int32_t). An integer is the
 /// low half of a 64-bit lane and the high half is undefined: lowWord costs nothing, and no 64-bit
-/// shift or product is needed. Or floats, or their patterns (uint32_t), twice as many to a register.
+/// shift or product is needed. Or floats, or their patterns (uint32_t), twice as many to a
+/// register.
 template <class T, int N>
 struct Simd {
   using Raw = typename RawVectorOf<T, N>::Type;
@@ -352,13 +353,11 @@ template <int N>
 QELVM_INLINE Simd<float, N> squareRootInstruction(const Simd<float, N>& x) {
 #ifdef __AVX512F__
   if constexpr (N == 16)
-    return reinterpret_cast<RawVectors<8>::Floats>(
-        _mm512_sqrt_ps(reinterpret_cast<__m512>(x.raw)));
+    return reinterpret_cast<RawVectors<8>::Floats>(_mm512_sqrt_ps(reinterpret_cast<__m512>(x.raw)));
 #endif
 #ifdef __AVX2__
   if constexpr (N == 8)
-    return reinterpret_cast<RawVectors<4>::Floats>(
-        _mm256_sqrt_ps(reinterpret_cast<__m256>(x.raw)));
+    return reinterpret_cast<RawVectors<4>::Floats>(_mm256_sqrt_ps(reinterpret_cast<__m256>(x.raw)));
 #endif
   auto root = x.raw;
   for (int i = 0; i < N; ++i)

@@ -83,8 +83,9 @@ struct LogShortRoad {
 
 /// A53 and 32f: the table, and near one, where its sum would cancel, a series in x - 1.
 ///
-/// `Function` has what LogarithmSum needs; nearOne; ShortRoad, that of floats; and two steps: series(d), the logarithm of 1 +
-/// d; and trailing(hi, lo, rest), the sum of everything but the leading parts.
+/// `Function` has what LogarithmSum needs; nearOne; ShortRoad, that of floats; and two steps:
+/// series(d), the logarithm of 1 + d; and trailing(hi, lo, rest), the sum of everything but the
+/// leading parts.
 template <class Export, class Function>
 struct TableLogarithm {
   using Element = typename Export::Element;

@@ -18,8 +18,8 @@
 // seen; subnormal results 0.502.
 
 #include "core/export.hpp"
-#include "explog/short_power.hpp"
 #include "explog/power.hpp"
+#include "explog/short_power.hpp"
 
 namespace qelvm {
 namespace {

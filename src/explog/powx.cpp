@@ -3,8 +3,8 @@
 // it is in two masks.
 
 #include "core/export.hpp"
-#include "explog/short_power.hpp"
 #include "explog/power.hpp"
+#include "explog/short_power.hpp"
 
 namespace qelvm {
 namespace {
@@ -13,10 +13,12 @@ class PowxShortRoad : public PowerShortRoad {
 public:
   static constexpr double inside[] = {3.0};
 
-  explicit PowxShortRoad(float power) : y_(static_cast<double>(power)), moderate_(isModerate(power)) {}
+  explicit PowxShortRoad(float power)
+      : y_(static_cast<double>(power)), moderate_(isModerate(power)) {}
 
   QELVM_INLINE auto isOrdinary(const auto& x) const {
-    return positiveWithin(x, 0x1p-126, moderate_ ? std::numeric_limits<double>::infinity() : 0x1p-126);
+    return positiveWithin(x, 0x1p-126,
+                          moderate_ ? std::numeric_limits<double>::infinity() : 0x1p-126);
   }
 
   template <class V>

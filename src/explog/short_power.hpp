@@ -9,9 +9,11 @@ namespace qelvm {
 namespace {
 
 struct ShortLog2 {
-  // Polynomial short_log2: fit (tools/polynomials/short_log2.sollya).
-  static constexpr double c[] = {0x1.71547652b8251p1, 0x1.ec709dc53c4b3p-1, 0x1.2776c2936d4c1p-1, 0x1.a61a2e9d9f602p-2, 0x1.47955e2a08c8p-2, 0x1.21b06e4d3e92bp-2};
-  static constexpr double offBy = 0x1p-37;
+  // Polynomial short_log2: fit; off by 2^-45.09 (relative) for 2^-30 <= s <= 3 - 2*sqrt(2)
+  // (tools/polynomials/short_log2.sollya).
+  static constexpr double c[] = {0x1.71547652b8251p1,  0x1.ec709dc53c4b3p-1, 0x1.2776c2936d4c1p-1,
+                                 0x1.a61a2e9d9f602p-2, 0x1.47955e2a08c8p-2,  0x1.21b06e4d3e92bp-2};
+  static constexpr double offBy = 0x1.e2p-46;
 
   template <class V>
   QELVM_INLINE static V of(const V& x) {

@@ -12,8 +12,8 @@
 // saw 0.5121 at 0x1.0fc29ddefe992p+0, and the bound is 0.515 ulp. Elsewhere below 0.504 ulp.
 
 #include "core/export.hpp"
-#include "stages/short_logarithm.hpp"
 #include "hyperbolic/inverse.hpp"
+#include "stages/short_logarithm.hpp"
 
 #include <limits>
 

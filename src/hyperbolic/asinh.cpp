@@ -13,8 +13,8 @@
 // Together below 0.521 ulp, 0.51769 seen at 0x1.2ccd98fa343f1p-3.
 
 #include "core/export.hpp"
-#include "stages/short_logarithm.hpp"
 #include "hyperbolic/inverse.hpp"
+#include "stages/short_logarithm.hpp"
 
 namespace qelvm {
 namespace {

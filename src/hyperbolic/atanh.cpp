@@ -11,9 +11,9 @@
 // The logarithm's roundings are below 2^-66: 0.501 ulp.
 
 #include "core/export.hpp"
-#include "stages/short_logarithm.hpp"
 #include "hyperbolic/inverse.hpp"
 #include "stages/reciprocal.hpp"
+#include "stages/short_logarithm.hpp"
 
 namespace qelvm {
 namespace {

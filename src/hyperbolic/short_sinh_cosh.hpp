@@ -7,19 +7,23 @@ namespace qelvm {
 namespace {
 
 struct ShortSinh {
-  // Polynomial short_sinh: fit (tools/polynomials/short_sinh.sollya).
-  static constexpr double c[] = {0x1.fffffffff6379p-1, 0x1.5555557e3976bp-3, 0x1.1110a66f81029p-7, 0x1.a17d879894c0fp-13};
-  static constexpr double offBy = 0x1p-37;
+  // Polynomial short_sinh: fit; off by 2^-37.70 (relative) for 2^-30 <= r <= log(2)/2
+  // (tools/polynomials/short_sinh.sollya).
+  static constexpr double c[] = {0x1.fffffffff6379p-1, 0x1.5555557e3976bp-3, 0x1.1110a66f81029p-7,
+                                 0x1.a17d879894c0fp-13};
+  static constexpr double offBy = 0x1.3cp-38;
 };
 struct ShortCosh {
-  // Polynomial short_cosh: fit (tools/polynomials/short_cosh.sollya).
-  static constexpr double c[] = {0x1.000000000003bp0, 0x1.ffffffffe7c38p-2, 0x1.5555558820699p-5, 0x1.6c162cb51308fp-10, 0x1.a17ce90b84b26p-16};
-  static constexpr double offBy = 0x1p-37;
+  // Polynomial short_cosh: fit; off by 2^-46.11 (relative) for |r| <= log(2)/2
+  // (tools/polynomials/short_cosh.sollya).
+  static constexpr double c[] = {0x1.000000000003bp0, 0x1.ffffffffe7c38p-2, 0x1.5555558820699p-5,
+                                 0x1.6c162cb51308fp-10, 0x1.a17ce90b84b26p-16};
+  static constexpr double offBy = 0x1.dbp-47;
 };
 
-/// x = n ln2 + r; with p, q = 2^(+-n)/2, the hyperbolic sine of x is (p - q) cosh r + (p + q) sinh r,
-/// and its cosine (p + q) cosh r + (p - q) sinh r. Where n is 0, the sine is that of r = x: no sum
-/// loses what counts.
+/// x = n ln2 + r; with p, q = 2^(+-n)/2, the hyperbolic sine of x is (p - q) cosh r + (p + q) sinh
+/// r, and its cosine (p + q) cosh r + (p - q) sinh r. Where n is 0, the sine is that of r = x: no
+/// sum loses what counts.
 template <class V>
 struct ShortSinhCosh {
   static constexpr double inside[] = {1.0};
@@ -40,8 +44,12 @@ struct ShortSinhCosh {
     const V square = r * r;
     even = fusedHorner(ShortCosh::c, square);
     odd = r * fusedHorner(ShortSinh::c, square);
-    const V p = lanewise([](const auto& t) QELVM_ALWAYS_INLINE { return fromBits(bitsOf(0.5) + (bitsOf(t) << 52)); }, shifted);
-    const V q = lanewise([](const auto& t) QELVM_ALWAYS_INLINE { return fromBits(bitsOf(0.5) - (bitsOf(t) << 52)); }, shifted);
+    const V p = lanewise(
+        [](const auto& t) QELVM_ALWAYS_INLINE { return fromBits(bitsOf(0.5) + (bitsOf(t) << 52)); },
+        shifted);
+    const V q = lanewise(
+        [](const auto& t) QELVM_ALWAYS_INLINE { return fromBits(bitsOf(0.5) - (bitsOf(t) << 52)); },
+        shifted);
     sum = p + q;
     difference = p - q;
   }

@@ -9,8 +9,8 @@
 // a search of the worst places saw 0.50560 at 0x1.1a20e193b0c18p-1, and the bound is 0.51 ulp.
 
 #include "core/export.hpp"
-#include "invtrig/short_arcsine.hpp"
 #include "invtrig/arcsine.hpp"
+#include "invtrig/short_arcsine.hpp"
 
 namespace qelvm {
 namespace {

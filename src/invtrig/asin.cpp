@@ -13,8 +13,8 @@
 // 0x1.0fbefc62269b5p-1, and the bound is 0.51 ulp.
 
 #include "core/export.hpp"
-#include "invtrig/short_arcsine.hpp"
 #include "invtrig/arcsine.hpp"
+#include "invtrig/short_arcsine.hpp"
 
 namespace qelvm {
 namespace {

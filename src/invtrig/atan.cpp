@@ -17,9 +17,9 @@
 // up to x = 0.546, where the arctangent is still in the binade below and q is a fifth of it.
 
 #include "core/export.hpp"
-#include "invtrig/short_arctangent.hpp"
 #include "invtrig/angles.hpp"
 #include "invtrig/arctangent.hpp"
+#include "invtrig/short_arctangent.hpp"
 #include "stages/reciprocal.hpp"
 
 namespace qelvm {

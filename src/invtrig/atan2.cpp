@@ -23,9 +23,9 @@
 // the row the table's last: they differ by 2^-54, and with it the error may reach 0.7244 ulp.
 
 #include "core/export.hpp"
-#include "invtrig/short_arctangent.hpp"
 #include "invtrig/angles.hpp"
 #include "invtrig/arctangent.hpp"
+#include "invtrig/short_arctangent.hpp"
 #include "stages/reciprocal.hpp"
 
 #include <algorithm>

@@ -10,9 +10,12 @@ namespace {
 /// |x| < 1: below 1/2, arcsin |x|; from there on arccos |x| = 2 arcsin(sqrt((1 - |x|)/2)).
 template <class V>
 struct ShortArcsine {
-  // Polynomial short_arcsine: fit (tools/polynomials/short_arcsine.sollya).
-  static constexpr double c[] = {0x1.0000000001018p0, 0x1.5555554164f58p-3, 0x1.3333436fde444p-4, 0x1.6db1c8c0634abp-5, 0x1.f29129f20ff84p-6, 0x1.65cdc8fea9665p-6, 0x1.542ca9a364e8ap-6, 0x1.c18d865e2e803p-10, 0x1.0fa32bda36f7p-5};
-  static constexpr double offBy = 0x1p-37;
+  // Polynomial short_arcsine: fit; off by 2^-39.99 (relative) for 2^-30 <= w <= 1/2
+  // (tools/polynomials/short_arcsine.sollya).
+  static constexpr double c[] = {0x1.0000000001018p0,  0x1.5555554164f58p-3,  0x1.3333436fde444p-4,
+                                 0x1.6db1c8c0634abp-5, 0x1.f29129f20ff84p-6,  0x1.65cdc8fea9665p-6,
+                                 0x1.542ca9a364e8ap-6, 0x1.c18d865e2e803p-10, 0x1.0fa32bda36f7p-5};
+  static constexpr double offBy = 0x1.02p-40;
 
   V angle;
   V below; ///< negative where |x| < 1/2

@@ -18,7 +18,7 @@ QELVM_INLINE ShortSplit<V> shortSplit(const V& x) {
   constexpr std::uint64_t bias = 1024; // more than any -k
   return {lanewise(
               [](const auto& v) QELVM_ALWAYS_INLINE {
-                return fromBits(((bitsOf(v) - sqrtHalf) & fractionMask<double>) + sqrtHalf);
+                return fromBits(((bitsOf(v) - sqrtHalf) & fractionMask<double>)+sqrtHalf);
               },
               x),
           lanewise(
@@ -36,9 +36,11 @@ QELVM_INLINE V shortLogArgument(const V& f) {
 }
 
 struct ShortLog {
-  // Polynomial short_log: fit (tools/polynomials/short_log.sollya).
-  static constexpr double c[] = {0x1.0000000004a19p1, 0x1.555554dad288fp-1, 0x1.999a9c8d9455fp-2, 0x1.2432c0d6ef058p-2, 0x1.e3af8ca5d1784p-3};
-  static constexpr double offBy = 0x1p-37;
+  // Polynomial short_log: fit; off by 2^-37.78 (relative) for 2^-30 <= s <= 3 - 2*sqrt(2)
+  // (tools/polynomials/short_log.sollya).
+  static constexpr double c[] = {0x1.0000000004a19p1, 0x1.555554dad288fp-1, 0x1.999a9c8d9455fp-2,
+                                 0x1.2432c0d6ef058p-2, 0x1.e3af8ca5d1784p-3};
+  static constexpr double offBy = 0x1.2bp-38;
 
   /// ln 2^k (1 + f), off by offBy; where k is 0, of itself.
   template <class V>

@@ -9,9 +9,9 @@ namespace {
 /// From the estimate y, 1/sqrt(x) = y (1 - r)^(-1/2), r = 1 - x y^2: a series to r^3.
 inline constexpr double shortInverseRootRest =
     inverseRootEstimateError * (2 + inverseRootEstimateError);
-inline constexpr double shortInverseRootOffBy =
-    0.28 * shortInverseRootRest * shortInverseRootRest * shortInverseRootRest *
-    shortInverseRootRest; // 35/128 r^4 and what follows
+inline constexpr double shortInverseRootOffBy = 0.28 * shortInverseRootRest * shortInverseRootRest *
+                                                shortInverseRootRest *
+                                                shortInverseRootRest; // 35/128 r^4 and what follows
 
 /// x a normal float, positive.
 template <class V>

@@ -40,7 +40,8 @@ consteval double bitsOfFourOverPi(int weight, int count, int scale) {
   double sum = 0;
   for (int w = weight; w > weight - count; --w) {
     const double entry = shortFourOverPiBits[(25 - w) / 25];
-    const std::uint64_t significand = (bitsOf(entry) & fractionMask<double>) | std::uint64_t{1} << 52;
+    const std::uint64_t significand = (bitsOf(entry) & fractionMask<double>) | std::uint64_t{1}
+                                                                                   << 52;
     const int place = 52 + w - (exponentField(entry) - 1023 - 200); // of the bit in it
     if (entry != 0 && place >= 0 && place <= 52 && (significand >> place & 1) != 0)
       sum += fromBits(static_cast<std::uint64_t>(w + scale + 1023) << 52);
@@ -86,7 +87,9 @@ struct TrigShortRoad {
   static constexpr double inside[] = {1.0};
   static constexpr bool widerRange = true;
 
-  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, 0x1p-100, 0x1p30); }
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(x, 0x1p-100, 0x1p30);
+  }
   QELVM_INLINE static auto isInWiderRange(const auto& x) {
     return magnitudeWithin(x, 0x1p-20, std::numeric_limits<double>::infinity());
   }
@@ -94,9 +97,12 @@ struct TrigShortRoad {
 
 /// In multiples of pi: the sine of r, negated where n is odd.
 struct ShortSine : TrigShortRoad {
-  // Polynomial short_sine: fit (tools/polynomials/short_sine.sollya).
-  static constexpr double c[] = {0x1.ffffffffffdcep-1, -0x1.5555555540b9ap-3, 0x1.111111090f063p-7, -0x1.a019fce976f3cp-13, 0x1.71dce5ac58ad7p-19, -0x1.ae00fd58319bdp-26, 0x1.52ace768ecbfp-33};
-  static constexpr double offBy = 0x1p-37;
+  // Polynomial short_sine: fit; off by 2^-43.86 (relative) for 2^-30 <= r <= pi/2
+  // (tools/polynomials/short_sine.sollya).
+  static constexpr double c[] = {
+      0x1.ffffffffffdcep-1,  -0x1.5555555540b9ap-3,  0x1.111111090f063p-7, -0x1.a019fce976f3cp-13,
+      0x1.71dce5ac58ad7p-19, -0x1.ae00fd58319bdp-26, 0x1.52ace768ecbfp-33};
+  static constexpr double offBy = 0x1.1bp-44;
   static constexpr double distance = distanceOf(offBy, 16);
   static constexpr double shifter = 0x1.8p52;
 
@@ -109,8 +115,8 @@ struct ShortSine : TrigShortRoad {
   QELVM_INLINE static V of(const V& x, double offset) {
     constexpr double inversePi = 0x1.45f306dc9c883p-2;
     constexpr double piHi = 0x1.921fb54442d18p1, piLo = 0x1.1a62633145c07p-53;
-    const V shifted = offset == 0 ? fused(x, inversePi, shifter)
-                                  : fused(x, inversePi, offset) + shifter;
+    const V shifted =
+        offset == 0 ? fused(x, inversePi, shifter) : fused(x, inversePi, offset) + shifter;
     const V n = offset == 0 ? shifted - shifter : (shifted - shifter) - offset;
     const V r = fused(n, -piLo, fused(n, -piHi, x));
     return flipByBit<0>(r * fusedHorner(c, r * r), shifted);
@@ -130,14 +136,19 @@ struct ShortSineCosine {
   V shifted;      ///< n in its low bits
 };
 struct ShortQuarterSine {
-  // Polynomial short_quarter_sine: fit (tools/polynomials/short_quarter_sine.sollya).
-  static constexpr double c[] = {0x1.fffffffff5fecp-1, -0x1.55555548e3522p-3, 0x1.111107186f9dbp-7, -0x1.a00ec71946847p-13, 0x1.6cb0a83a7c2eap-19};
-  static constexpr double offBy = 0x1p-37;
+  // Polynomial short_quarter_sine: fit; off by 2^-37.67 (relative) for 2^-30 <= r <= pi/4
+  // (tools/polynomials/short_quarter_sine.sollya).
+  static constexpr double c[] = {0x1.fffffffff5fecp-1, -0x1.55555548e3522p-3, 0x1.111107186f9dbp-7,
+                                 -0x1.a00ec71946847p-13, 0x1.6cb0a83a7c2eap-19};
+  static constexpr double offBy = 0x1.42p-38;
 };
 struct ShortQuarterCosine {
-  // Polynomial short_quarter_cosine: fit (tools/polynomials/short_quarter_cosine.sollya).
-  static constexpr double c[] = {0x1.ffffffffffdb1p-1, -0x1.ffffffffdff3ep-2, 0x1.555555430ee0ap-5, -0x1.6c16b209e442cp-10, 0x1.a00e399de32d4p-16, -0x1.23b6c6dcb1f65p-22};
-  static constexpr double offBy = 0x1p-37;
+  // Polynomial short_quarter_cosine: fit; off by 2^-43.79 (relative) for |r| <= pi/4
+  // (tools/polynomials/short_quarter_cosine.sollya).
+  static constexpr double c[] = {0x1.ffffffffffdb1p-1,  -0x1.ffffffffdff3ep-2,
+                                 0x1.555555430ee0ap-5,  -0x1.6c16b209e442cp-10,
+                                 0x1.a00e399de32d4p-16, -0x1.23b6c6dcb1f65p-22};
+  static constexpr double offBy = 0x1.29p-44;
 };
 struct ShortQuarters : TrigShortRoad {
   static constexpr double shifter = 0x1.8p52;

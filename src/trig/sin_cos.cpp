@@ -29,7 +29,8 @@ private:
   template <class V>
   QELVM_INLINE static TwoResults<V> inQuadrant(const ShortSineCosine<V>& x) {
     const V odd = flipByBit<0>(uniform<V>(0.0), x.shifted);
-    const V next = lanewise([](const auto& n) QELVM_ALWAYS_INLINE { return fromBits(bitsOf(n) + 1); }, x.shifted);
+    const V next = lanewise(
+        [](const auto& n) QELVM_ALWAYS_INLINE { return fromBits(bitsOf(n) + 1); }, x.shifted);
     return {flipByBit<1>(selectBySign(odd, x.cosine, x.sine), x.shifted),
             flipByBit<1>(selectBySign(odd, x.sine, x.cosine), next)};
   }
