@@ -53,7 +53,10 @@ QELVM_INLINE Simd<double, N> fusedProduct(const Simd<double, N>& a, const Simd<d
         _mm256_fmadd_pd(reinterpret_cast<__m256d>(a.raw), reinterpret_cast<__m256d>(b.raw),
                         reinterpret_cast<__m256d>(c.raw)));
 #endif
-  __builtin_unreachable();
+  auto sum = c.raw;
+  for (int i = 0; i < N; ++i)
+    sum[i] = __builtin_fma(a.raw[i], b.raw[i], c.raw[i]);
+  return sum;
 }
 
 /// The same of registers, several, or of numbers among them.
@@ -113,7 +116,7 @@ QELVM_INLINE Simd<double, N> inverseRootEstimateInstruction(const Simd<double, N
     return reinterpret_cast<typename RawVectors<N>::Doubles>(
         _mm256_cvtps_pd(_mm_rsqrt_ps(_mm256_cvtpd_ps(reinterpret_cast<__m256d>(x.raw)))));
 #endif
-  __builtin_unreachable();
+  return 1.0 / squareRootInstruction(x);
 }
 template <class V>
 QELVM_INLINE V inverseRootEstimate(const V& x) {
@@ -266,7 +269,13 @@ private:
 
   QELVM_INLINE static Words uniformWords(std::uint32_t value) {
     Words words = value - typename Words::Raw{};
-    asm("" : "+x"(words.raw));
+#ifdef __AVX512F__
+    constexpr int inOneRegister = 8;
+#else
+    constexpr int inOneRegister = 4;
+#endif
+    if constexpr (N <= inOneRegister)
+      asm("" : "+x"(words.raw));
     return words;
   }
   QELVM_INLINE WordMask<2 * N> isNear(const Words& words) const {

@@ -19,6 +19,7 @@
 #pragma GCC diagnostic push
 #ifndef __clang__ // GCC warns of what its own header leaves undefined on purpose.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #endif
 #include <immintrin.h>
 #pragma GCC diagnostic pop

@@ -32,6 +32,9 @@ inline constexpr double twoOverRootPiRounded = 0x1.20dd750429b6dp0;
 /// x times a polynomial in x^2, up to where the result rounds to one.
 struct ErfShortRoad {
   static constexpr double inside[] = {1.0};
+  /// From here on both results, this one and the full kernel's, round to one: they lie above
+  /// 1 - 2^-25.1. Its square is 2 zCentre, nearly.
+  static constexpr double saturation = 3.9375;
   static constexpr double zCentre = 0x1.fp2;
   // Polynomial short_erf: fit; off by 2^-37.01 (relative) for 2^-30 <= a <= 3.9375
   // (tools/polynomials/short_erf.sollya).
@@ -51,7 +54,7 @@ struct ErfShortRoad {
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
-    const V a = smaller(magnitude(x), 3.9375); // whose square is 2 zCentre, nearly
+    const V a = smaller(magnitude(x), saturation);
     return copySign(a * fusedHorner(c, fused(a * a, 1.0 / zCentre, -1.0)), x);
   }
 };
