@@ -431,11 +431,11 @@ private:
             queued += sortRegister(i + k, set);
         i += Short::width;
       }
-      if (8 * queued <= Short::width && 4 * std::popcount(left) <= Short::width) {
-        pause = shortPause;
-      } else {
+      if (16 * queued > Short::width || 4 * std::popcount(left) > Short::width) {
         i = walkBlocks(i, length - i > pause ? i + pause : length);
         pause = pause < longPause ? 2 * pause : longPause;
+      } else if (queued == 0) {
+        pause = shortPause;
       }
       i = Short::run(road, arrays, i, length);
     }

@@ -32,8 +32,13 @@
 
 namespace qelvm {
 
-/// Only in builds over registers of four doubles or more, which have fused multiply-add.
+/// Only in builds over registers of four doubles or more, which have fused multiply-add; and not in
+/// those that measure what short roads gain.
+#ifdef QELVM_FULL_ROADS
+inline constexpr bool hasShortRoads = false;
+#else
 inline constexpr bool hasShortRoads = registerDoubles >= 4;
+#endif
 
 // ---- arithmetic that only short roads may use ---------------------------------------------------
 
