@@ -41,7 +41,7 @@ struct DivDouble {
 /// As for Inv.
 struct DivShortRoad {
   static constexpr bool exact = true;
-  static constexpr int registers = registersInFlight(4, 2);
+  static constexpr int registers = registersInFlight(2, 1);
   static constexpr double inside[] = {1.0, 1.0};
 
   QELVM_INLINE static auto isOrdinary(const auto& x, const auto& y) {

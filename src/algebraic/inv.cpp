@@ -12,7 +12,7 @@ namespace {
 /// of more than twice as many bits, is a middle between two floats only where the quotient is.
 struct InvShortRoad {
   static constexpr bool exact = true;
-  static constexpr int registers = registersInFlight(4, 2);
+  static constexpr int registers = registersInFlight(2, 1);
   static constexpr double inside[] = {1.0};
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {

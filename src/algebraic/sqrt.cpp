@@ -76,7 +76,7 @@ QELVM_INLINE V rootByInstruction(const V& x) {
 /// middle between two floats.
 struct SqrtShortRoad {
   static constexpr bool exact = true;
-  static constexpr int registers = registersInFlight(4, 2);
+  static constexpr int registers = registersInFlight(2, 1);
   static constexpr double inside[] = {1.0};
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {

@@ -22,6 +22,8 @@
 //                                               that it is one counts; all NaNs come from here
 //   static constexpr int lanes                  elements in flight (1 where more do not help)
 //   static constexpr int registers              registers in flight, where two are not the best
+//   ShortRoad                                   a type: how registers of floats are computed
+//                                               (core/short_road.hpp)
 //
 // and, where a family has a second ordinary range (a series beside a table), also
 // isInSecondRange(x) and computeSecondRange(x), tried after the first, and secondRangeApart = true

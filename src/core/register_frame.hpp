@@ -433,7 +433,7 @@ private:
       }
       if (16 * queued > Short::width || 4 * std::popcount(left) > Short::width) {
         i = walkBlocks(i, length - i > pause ? i + pause : length);
-        pause = pause < longPause ? 2 * pause : longPause;
+        pause = pause < longPause ? 4 * pause : longPause;
       } else if (queued == 0) {
         pause = shortPause;
       }
