@@ -17,6 +17,7 @@
 
 #include "algebraic/exceptional_root.hpp"
 #include "algebraic/roots.hpp"
+#include "algebraic/short_cube_root.hpp"
 #include "core/export.hpp"
 
 #include <limits>
@@ -92,9 +93,20 @@ QELVM_INLINE V cubeRoot(const V& x, std::int32_t adjustment) {
   return (fHi * powerHi + low) * scale;
 }
 
+struct CbrtShortRoad : ShortCubeRootDomain {
+  static constexpr double distance = ShortCubeRoot<double>::distance;
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const ShortCubeRoot<V> root(magnitude(x));
+    return copySign(fused(root.product * root.rest, 2.0 / 3, root.product), x);
+  }
+};
+
 template <class Export>
 struct CubeRoot {
   using Element = typename Export::Element;
+  using ShortRoad = CbrtShortRoad;
   static constexpr int lanes = fewRegisters ? 2 : 3;
   static constexpr int registers = registersInFlight(4, 3);
   static constexpr bool ofNegative = true, reciprocal = false;

@@ -15,6 +15,7 @@
 
 #include "algebraic/exceptional_root.hpp"
 #include "algebraic/roots.hpp"
+#include "algebraic/short_cube_root.hpp"
 #include "core/export.hpp"
 
 #include <limits>
@@ -64,9 +65,20 @@ QELVM_INLINE V inverseCubeRoot(const V& x, std::int32_t adjustment) {
   return (sum.hi + (w + sum.lo)) * scale;
 }
 
+struct InvCbrtShortRoad : ShortCubeRootDomain {
+  static constexpr double distance = ShortCubeRoot<double>::distance;
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const ShortCubeRoot<V> root(magnitude(x));
+    return copySign(fused(root.y * root.rest, 1.0 / 3, root.y), x);
+  }
+};
+
 template <class Export>
 struct InverseCubeRoot {
   using Element = typename Export::Element;
+  using ShortRoad = InvCbrtShortRoad;
   static constexpr int lanes = fewRegisters ? 2 : 3;
   static constexpr int registers = registersInFlight(4, 3);
   static constexpr bool ofNegative = true, reciprocal = true;

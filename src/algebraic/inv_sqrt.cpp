@@ -17,6 +17,7 @@
 #include "algebraic/exceptional_root.hpp"
 #include "algebraic/roots.hpp"
 #include "core/export.hpp"
+#include "stages/short_root.hpp"
 
 #include <limits>
 
@@ -61,9 +62,24 @@ QELVM_INLINE V inverseSquareRoot(const V& x, std::int32_t adjustment) {
   return scaleByPowerOfTwo(sum.hi + (q * seed + sum.lo), half);
 }
 
+struct InvSqrtShortRoad {
+  static constexpr double distance = distanceOf(shortInverseRootOffBy, 8);
+  static constexpr double inside[] = {3.0};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return positiveWithin(x, 0x1p-126, std::numeric_limits<double>::infinity()) && hasFraction(x);
+  }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return shortInverseRoot(x);
+  }
+};
+
 template <class Export>
 struct InverseSquareRoot {
   using Element = typename Export::Element;
+  using ShortRoad = InvSqrtShortRoad;
   static constexpr int lanes = fewRegisters ? 2 : 4;
   static constexpr int registers = registersInFlight(4, 3);
   static constexpr bool ofNegative = false, reciprocal = true;

@@ -22,6 +22,8 @@
 //                                               that it is one counts; all NaNs come from here
 //   static constexpr int lanes                  elements in flight (1 where more do not help)
 //   static constexpr int registers              registers in flight, where two are not the best
+//   ShortRoad                                   a type: how registers of floats are computed
+//                                               (core/short_road.hpp)
 //
 // and, where a family has a second ordinary range (a series beside a table), also
 // isInSecondRange(x) and computeSecondRange(x), tried after the first, and secondRangeApart = true
@@ -176,6 +178,8 @@ QELVM_INLINE V loadElements(const Stored<T>* source) {
       using Lane = typename LaneTraits<V>::Lane;
       return V{loadElements<Lane>(source + k * elementCount<Lane>)...};
     });
+  else if constexpr (isSimd<V> && std::is_same_v<ScalarOf<V>, float>)
+    return loadFloats<V>(source);
   else if constexpr (isSimd<V>)
     return loadRegister<elementCount<V>, T>(source);
   else
@@ -189,6 +193,8 @@ QELVM_INLINE void storeElements(const V& value, Stored<T>* destination) {
                      destination + k * elementCount<typename LaneTraits<V>::Lane>),
        ...);
     });
+  else if constexpr (isSimd<V> && std::is_same_v<ScalarOf<V>, float>)
+    storeFloats(value, destination);
   else if constexpr (isSimd<V>)
     storeRegister<T>(value, destination);
   else

@@ -18,6 +18,7 @@
 
 #include "core/export.hpp"
 #include "stages/exp_reduction.hpp"
+#include "stages/short_exp.hpp"
 
 namespace qelvm {
 namespace {
@@ -121,9 +122,24 @@ struct ExpLong {
   }
 };
 
+struct ExpShortRoad {
+  static constexpr double log2e = 0x1.71547652b82fep0;
+  /// The product of x and log2 e, below 2^7, is off by 2^-47; besides three roundings.
+  static constexpr double distance = distanceOf(ShortPower<double>::offBy, 3 + 64);
+  static constexpr double inside[] = {1.0};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, 0x1p-52, 87.0); }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return ShortPower<V>(x, log2e).value();
+  }
+};
+
 template <class Export, template <class, class> class Method>
 struct Exponential {
   using Element = typename Export::Element;
+  using ShortRoad = ExpShortRoad;
   using Limits = ExpLimits<Element>;
   static constexpr int lanes = Method<Export, double>::lanes;
 

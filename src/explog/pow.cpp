@@ -19,13 +19,28 @@
 
 #include "core/export.hpp"
 #include "explog/power.hpp"
+#include "explog/short_power.hpp"
 
 namespace qelvm {
 namespace {
 
+struct PowShortRoad : PowerShortRoad {
+  static constexpr double inside[] = {3.0, 1.5};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x, const auto& y) {
+    return positiveWithin(x, 0x1p-126, std::numeric_limits<double>::infinity()) && isModerate(y);
+  }
+
+  template <class V>
+  QELVM_INLINE static auto compute(const V& x, const V& y) {
+    return ofPositive(x, y);
+  }
+};
+
 template <class Export>
 struct PowKernel {
   using Element = typename Export::Element;
+  using ShortRoad = PowShortRoad;
   static constexpr int lanes = fewRegisters ? 1 : 2;
   static constexpr int registers = registersInFlight(3, 2);
 

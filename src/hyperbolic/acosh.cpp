@@ -12,15 +12,33 @@
 
 #include "core/export.hpp"
 #include "hyperbolic/inverse.hpp"
+#include "stages/short_logarithm.hpp"
 
 #include <limits>
 
 namespace qelvm {
 namespace {
 
+struct AcoshShortRoad {
+  static constexpr double distance = distanceOf(ShortLog::offBy, 16);
+  static constexpr double inside[] = {2.0};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return positiveWithin(x, 1.0 + 0x1p-23, std::numeric_limits<double>::infinity());
+  }
+
+  /// With t = x - 1, ln(1 + t + sqrt(t (t + 2)))
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const V t = x - 1.0;
+    return ShortLog::onePlus(t + squareRootByInstruction(t * (t + 2.0)));
+  }
+};
+
 template <class Export>
 struct InverseCosine {
   using Element = typename Export::Element;
+  using ShortRoad = AcoshShortRoad;
   static constexpr int lanes = fewRegisters ? 2 : 3;
   static constexpr int registers = registersInFlight(3, 2);
 

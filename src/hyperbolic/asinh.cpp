@@ -12,13 +12,33 @@
 
 #include "core/export.hpp"
 #include "hyperbolic/inverse.hpp"
+#include "stages/short_logarithm.hpp"
 
 namespace qelvm {
 namespace {
 
+struct AsinhShortRoad {
+  static constexpr double distance = distanceOf(ShortLog::offBy, 16);
+  static constexpr double inside[] = {1.0};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(x, 0x1p-60, std::numeric_limits<double>::infinity());
+  }
+
+  /// ln(1 + a + a^2/(1 + sqrt(1 + a^2)))
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const V a = magnitude(x);
+    const V square = a * a;
+    const V root = squareRootByInstruction(1.0 + square);
+    return copySign(ShortLog::onePlus(a + square / (1.0 + root)), x);
+  }
+};
+
 template <class Export>
 struct InverseSine {
   using Element = typename Export::Element;
+  using ShortRoad = AsinhShortRoad;
   static constexpr int lanes = fewRegisters ? 2 : 3;
   static constexpr int registers = registersInFlight(3, 2);
 

@@ -12,6 +12,7 @@
 #include "core/export.hpp"
 #include "hyperbolic/inverse.hpp"
 #include "stages/reciprocal.hpp"
+#include "stages/short_logarithm.hpp"
 
 namespace qelvm {
 namespace {
@@ -24,9 +25,24 @@ QELVM_INLINE DoubleDoubleOf<V> onePlus(const V& a) {
   return {part.hi, sum.lo + part.lo};
 }
 
+struct AtanhShortRoad {
+  static constexpr double distance = distanceOf(ShortLog::offBy, 16);
+  static constexpr double inside[] = {0.25};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, 0x1p-60, 1.0); }
+
+  /// ln(1 + 2 a/(1 - a))/2
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const V a = magnitude(x);
+    return copySign(0.5 * ShortLog::onePlus((a + a) / (1.0 - a)), x);
+  }
+};
+
 template <class Export>
 struct InverseTangent {
   using Element = typename Export::Element;
+  using ShortRoad = AtanhShortRoad;
   static constexpr int lanes = fewRegisters ? 2 : 3;
   static constexpr int registers = 3;
 

@@ -9,6 +9,7 @@
 
 #include "core/export.hpp"
 #include "invtrig/arcsine.hpp"
+#include "invtrig/short_arcsine.hpp"
 
 namespace qelvm {
 namespace {
@@ -18,9 +19,23 @@ QELVM_INLINE DoubleDoubleOf<V> flipSigns(const DoubleDoubleOf<V>& value, const V
   return {flipSign(value.hi, sign), flipSign(value.lo, sign)};
 }
 
+struct AcosShortRoad : ShortArcsineDomain {
+  static constexpr double distance =
+      distanceOf(ShortArcsine<double>::offBy + shortInverseRootOffBy, 16);
+
+  /// Below 1/2, pi/2 - arcsin x; from there on the angle itself, or for negative x pi less it.
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const ShortArcsine<V> arcsine(x);
+    return selectBySign(arcsine.below, halfPi.hi, whereNegative(pi.hi, x)) +
+           flipSign(flipSign(arcsine.angle, x), arcsine.below);
+  }
+};
+
 template <class Export>
 struct Arccosine {
   using Element = typename Export::Element;
+  using ShortRoad = AcosShortRoad;
   static constexpr int lanes = 1;
 
   QELVM_INLINE static auto isOrdinary(const auto& x) { return isInSeries<Element>(x); }

@@ -12,13 +12,26 @@
 
 #include "core/export.hpp"
 #include "invtrig/arcsine.hpp"
+#include "invtrig/short_arcsine.hpp"
 
 namespace qelvm {
 namespace {
 
+struct AsinShortRoad : ShortArcsineDomain {
+  static constexpr double distance =
+      distanceOf(2 * ShortArcsine<double>::offBy + 2 * shortInverseRootOffBy, 16);
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const ShortArcsine<V> arcsine(x);
+    return copySign(selectBySign(arcsine.below, arcsine.angle, halfPi.hi - arcsine.angle), x);
+  }
+};
+
 template <class Export>
 struct Arcsine {
   using Element = typename Export::Element;
+  using ShortRoad = AsinShortRoad;
   static constexpr int lanes = 1;
 
   QELVM_INLINE static auto isOrdinary(const auto& x) { return isInSeries<Element>(x); }

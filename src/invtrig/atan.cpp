@@ -19,14 +19,30 @@
 #include "core/export.hpp"
 #include "invtrig/angles.hpp"
 #include "invtrig/arctangent.hpp"
+#include "invtrig/short_arctangent.hpp"
 #include "stages/reciprocal.hpp"
 
 namespace qelvm {
 namespace {
 
+struct AtanShortRoad {
+  static constexpr double distance = distanceOf(ShortArctangent::offBy, 16);
+  static constexpr double inside[] = {1.5};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(x, 0x1p-100, std::numeric_limits<double>::infinity());
+  }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return copySign(ShortArctangent::of(magnitude(x), uniform<V>(1.0)), x);
+  }
+};
+
 template <class Export>
 struct ArcTangent {
   using Element = typename Export::Element;
+  using ShortRoad = AtanShortRoad;
   static constexpr int lanes = fewRegisters ? 1 : 3;
   static constexpr int registers = 3;
   static constexpr double tiny = 0x1p-53;
