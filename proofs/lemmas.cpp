@@ -80,6 +80,12 @@ int main(int argc, char** argv) {
                     lastPlace(s.hi) >= lastPlace(a),
                 "the split of " + hex(a) + " by " + hex(splitter));
       }
+    // Leading Bits
+    for (int k = 3; k <= 40; ++k) {
+      const double hi = keepLeadingBits<double>(a, std::ldexp(1.5, k));
+      require(significantBits(hi) <= 53 - k && std::fabs(hi - a) <= std::ldexp(std::fabs(a), k - 51),
+              "the leading bits of " + hex(a));
+    }
   }
   require(ordered > count / 3 && multiples > count / 1000, "the operands meet the conditions");
   std::printf("%d operands: the lemmas hold\n", count);

@@ -181,6 +181,8 @@ void row(Proof& proof, int j) {
       rest += " + -(dSLOPE*r)";
     }
     s.exact(start);
+    if (j == 0)
+      s.orderedByMultiple(restOf(sum), 0); // (zero and r)
     if (pole) {
       const Interval g = {(distance + Real(piece.low)).toDouble(),
                           (distance + Real(piece.high)).toDouble()};
@@ -206,6 +208,10 @@ void row(Proof& proof, int j) {
                                                  a[0] == st.v.id && a[1] != st.v.id;
                                         }),
                                    "rest");
+      const Term off = operand(operand(correction, 1), 0); // gHi*inverse - 1
+      s.exact(off), s.exact(operand(off, 0));
+      s.hint(text(s.operationOf(off), " -> gHi*(v - Mv)*(1 + (inverse - v)/v) + (inverse - v)/v ",
+                  "{ gHi <> 0, v <> 0 }"));
       s.define("REST", "inverse - IG");
       s.stands(correction, "REST");
       s.hint("rest ~ Mrest");
@@ -312,14 +318,14 @@ int main(int argc, char** argv) {
   const auto stages = [](bool distance) {
     return [distance](const Term& x, const auto& xLo) {
       const Stages st(x, xLo, 0);
-      const Term sum = call(distance ? st.g : st.r, "sum");
-      call(distance ? st.gLow : st.lo, "sumLow");
+      call(st.r, "rSum"), call(st.lo, "rRest");
+      const Term sum = distance ? st.g : st.r;
       return Steps(x, operand(sum, 0), operand(sum, 1),
                    !std::is_same_v<decltype(xLo), const double&>);
     };
   };
   // (Before they are normalised.)
-  const StepBounds offset{0x1.923p-5, 0x1p-57, largestEta, -80},
+  const StepBounds offset{0x1.923p-5, 0x1.2p-54, largestEta, -80},
       distance{0x1.923p-1, 0x1p-53, largestEta, -84};
   const double limit = TangentKernel<Tag>::directLimit;
   reductionBySteps<double>(proof, "arguments", {0x1p-5, limit}, stages(false), offset);

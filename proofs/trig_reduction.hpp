@@ -36,7 +36,7 @@ inline Term restOf(const Term& sum) {
 // -----------------------------------------------------------------------
 
 // x = k pi/2 + hi + lo + eta.
-inline constexpr double largestRemainder = 0x1.93p-1, largestRemainderLo = 0x1p-54;
+inline constexpr double largestRemainder = 0x1.96p-1, largestRemainderLo = 0x1p-54;
 /// Of a remainder by subtraction, and of every reduction by steps.
 inline constexpr double largestEta = 0x1p-105;
 /// Doubles that are nearer to a multiple of pi/2 than nearZero where they are not reduced by pi/4,
@@ -58,7 +58,7 @@ struct Level {
   double eta() const { return most * 0x1.8p-74 + 0x1p-120; }
 };
 inline constexpr Level levels[] = {
-    {0x1p-16, 0x1.006p0}, {0x1p-32, 0x1p-16}, {0x1p-44, 0x1p-32}, {nearerZero, nearZero}};
+    {0x1p-16, 0x1.02p0}, {0x1p-32, 0x1p-16}, {0x1p-44, 0x1p-32}, {nearerZero, nearZero}};
 
 /// eta of a remainder between `most`/2 and `most`.
 inline double remainderEta(double most) {
