@@ -40,17 +40,21 @@ struct Stages {
   template <class Lo>
   Stages(const Term& x, const Lo& xLo, int j) {
     suppose(lowWord(roundShifter(x * stepsPerRadian, integerShifter).sum), j);
-    value = call(Tangent<Tag>::result(TrigArgument<Term, std::int32_t, Lo>{0, x, xLo}), "value");
+    const TrigArgument<Term, std::int32_t, Lo> argument{0, x, xLo};
+    Tangent<Tag>::result(argument);
+    v = call(find("/", [](const auto&) { return true; }), "v");
+    const Term bits = find("bitsOf", [this](const auto& a) { return a[0] == v.id; });
+    const Term kept = find("&", [&](const auto& a) { return a[0] == bits.id; });
+    inverse = call(find("fromBits", [&](const auto& a) { return a[0] == kept.id; }), "inverse");
+    if (tangentRows<Tag>[j].keep == 0) // no bits are kept: once more, with zero
+      suppose(Whole<std::uint64_t>::ofNode(kept.id), std::uint64_t{0});
+    value = call(Tangent<Tag>::result(argument), "value");
     square = find("*", [](const auto& a) { return a[0] == a[1]; });
     r = call(operand(square, 0), "r"), lo = call(restOf(r), "lo");
-    v = call(find("/", [](const auto&) { return true; }), "v");
     gHi = call(operand(v, 1), "gHi");
     const Term shifted = operand(operand(gHi, 0), 0); // bits of g, less the low ones
     g = call(operand(operand(shifted, 0), 0), "g"), gLow = call(restOf(g), "gLow");
     gLo = call(find("+", [this](const auto& a) { return a[0] == gLow.id; }), "gLo");
-    const Term bits = find("bitsOf", [this](const auto& a) { return a[0] == v.id; });
-    const Term kept = find("&", [&](const auto& a) { return a[0] == bits.id; });
-    inverse = call(find("fromBits", [&](const auto& a) { return a[0] == kept.id; }), "inverse");
   }
 };
 
@@ -172,17 +176,23 @@ void row(Proof& proof, int j) {
     const Real distance = ratioOfPi(j - 16, 32);
     if (!special) {
       const Real inverse = pole ? Real(1) / distance : Real(0), t = tangent(ratioOfPi(j, 32));
-      s.truth(Term(entry.valueLo), "LOW",
-              enclosure(t + inverse - Real(entry.valueHi) - Real(entry.valueLo)));
-      value0 += " + LOW";
+      if (entry.valueLo != 0) {
+        s.truth(Term(entry.valueLo), "LOW",
+                enclosure(t + inverse - Real(entry.valueHi) - Real(entry.valueLo)));
+        value0 += " + LOW";
+      }
       s.real("dSLOPE", enclosure(Real(1) + t * t - inverse * inverse - Real(entry.slopePower) -
                                  Real(entry.slopeRest)));
       slope += " + dSLOPE";
       rest += " + -(dSLOPE*r)";
     }
-    s.exact(start);
-    if (j == 0)
-      s.orderedByMultiple(restOf(sum), 0); // (zero and r)
+    if (j == 16) { // zero less the inverse
+      s.cut(start, "start", "float<18,-200,ne>");
+      s.assume("start + inverse in [0,0]");
+      s.hint("start -> (start + inverse) - inverse");
+      rest += " + (start + inverse)";
+    } else
+      s.exact(start);
     if (pole) {
       const Interval g = {(distance + Real(piece.low)).toDouble(),
                           (distance + Real(piece.high)).toDouble()};
@@ -218,10 +228,6 @@ void row(Proof& proof, int j) {
       s.hint("rest - REST -> (rest - Mrest) + Mv*(IG*(gHi + L) - 1)*(1 - L*Mv) + L*Mv*L*Mv*IG { "
              "gHi <> 0 }");
       value0 += " - IG";
-    } else {
-      rest += " + -inverse";
-      s.cut(st.inverse, "inverse", "fixed<0,ne>");
-      s.real("inverse", {0, 0});
     }
     if (twoProducts) {
       s.unordered(restOf(operand(sum, 1)));
