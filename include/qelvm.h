@@ -917,9 +917,9 @@ QELVM_API QelStatus QELVM_CALL qelsTan_32f_A11(const float* src, float* dst, int
 QELVM_API QelStatus QELVM_CALL qelsTan_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp */
 QELVM_API QelStatus QELVM_CALL qelsTan_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.54 ulp */
+/** 0.558 ulp */
 QELVM_API QelStatus QELVM_CALL qelsTan_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.54 ulp */
+/** 0.558 ulp */
 QELVM_API QelStatus QELVM_CALL qelsTan_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 

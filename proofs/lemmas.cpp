@@ -83,7 +83,8 @@ int main(int argc, char** argv) {
     // Leading Bits
     for (int k = 3; k <= 40; ++k) {
       const double hi = keepLeadingBits<double>(a, std::ldexp(1.5, k));
-      require(significantBits(hi) <= 53 - k && std::fabs(hi - a) <= std::ldexp(std::fabs(a), k - 51),
+      require(significantBits(hi) <= 53 - k &&
+                  std::fabs(hi - a) <= std::ldexp(std::fabs(a), k - 51),
               "the leading bits of " + hex(a));
     }
   }

@@ -330,7 +330,7 @@ int main(int argc, char** argv) {
       sums(proof, rho, level, 2, 6);
       sums(proof, rho, level, 6, 10);
     }
-    proof.coversReals(text("fraction ", rho), {levels[3].least, levels[0].most});
+    proof.coversReals(text("fraction ", rho), {nearestLevel.least, levels[0].most});
   }
   return proof.finish();
 }

@@ -57,13 +57,18 @@ struct Level {
   double sum(int rho) const { return most * 1.0001 + power(rho - 67); } // of the leading terms
   double eta() const { return most * 0x1.8p-74 + 0x1p-120; }
 };
-inline constexpr Level levels[] = {
-    {0x1p-16, 0x1.02p0}, {0x1p-32, 0x1p-16}, {0x1p-44, 0x1p-32}, {nearerZero, nearZero}};
+inline constexpr Level levels[] = {{0x1p-12, 0x1.02p0},
+                                   {0x1p-23, 0x1.8p-12},
+                                   {0x1p-34, 0x1.8p-23},
+                                   {0x1p-44, 0x1.8p-34},
+                                   {nearerZero, 0x1.8p-44}};
+inline constexpr const Level& nearestLevel = levels[std::size(levels) - 1];
 
 /// eta of a remainder between `most`/2 and `most`.
 inline double remainderEta(double most) {
   if (most <= nearZero / 2) {
-    require(levels[3].eta() <= relativeEta * nearerZero / 2, "eta is small next to the remainder");
+    require(nearestLevel.eta() <= relativeEta * nearerZero / 2,
+            "eta is small next to the remainder");
     return most * relativeEta;
   }
   double result = 0;
