@@ -110,6 +110,13 @@ int main(int argc, char** argv) {
                     lastPlace(s.hi) >= lastPlace(a),
                 "the split of " + hex(a) + " by " + hex(splitter));
       }
+    // Leading Bits
+    for (int k = 3; k <= 40; ++k) {
+      const double hi = keepLeadingBits<double>(a, std::ldexp(1.5, k));
+      require(significantBits(hi) <= 53 - k &&
+                  std::fabs(hi - a) <= std::ldexp(std::fabs(a), k - 51),
+              "the leading bits of " + hex(a));
+    }
   }
   for (int i = 0; i < count; ++i) { // Floats, next to middles between two floats
     const auto f = static_cast<float>(std::ldexp(std::fabs(operand(75)), -65));

