@@ -3,7 +3,8 @@
 
   proofs/check.py PROGRAMS
 
-PROGRAMS is the folder of the built proof programs. Every script must be the one that was recorded
+PROGRAMS is the folder of the built proof programs. What they ask Sollya is answered from
+proofs/answers.txt, the record of the last full run; other questions are asked anew. Every script must be the one that was recorded
 (proofs/record.txt names its hash): else tools/prove.sh has to run again. Every proof replays its
 records, and its worst script runs through Gappa, where that is installed.
 """
@@ -40,6 +41,7 @@ for line in (ROOT / "proofs/record.txt").read_text().splitlines():
     elif kind == "worst":
         worst[rest] = value
 
+os.environ["QELVM_PROOF_ANSWERS"] = str(ROOT / "proofs/answers.txt")
 os.environ.setdefault("QELVM_PROOF_CACHE", str((programs / "cache").resolve()))
 if not shutil.which("sollya"):
     print("no Sollya, which bounds the polynomials: nothing compared")

@@ -73,6 +73,8 @@ public:
         what, std::array{x}, result, [&](std::mt19937_64& r) { return std::array{sample(r)}; },
         [&](const std::array<double, 1>& a, double* to) { library(a.data(), to, 1); });
   }
+  /// The records of this program are stages of those that another replays.
+  void replayedBy(const std::string& program) { replayedBy_ = program; }
   /// The same of several arguments: `sample` draws them all, `library(arguments, result)` calls.
   template <std::size_t N, class Sample, class Library>
   void replay(const std::string& what, const std::array<Term, N>& terms, const Term& result,
@@ -131,8 +133,10 @@ public:
       if (checked_.count(domain) == 0)
         fail("nothing says what '" + domain + "' covers");
     if (replays_ != 0) {
-      if (records_ == 0)
+      if (records_ == 0 && replayedBy_.empty())
         fail("nothing to replay");
+      if (!replayedBy_.empty())
+        std::printf("replayed by %s\n", replayedBy_.c_str());
       std::printf("%d arguments of %d records: the library's bits\n", replayed_, records_);
     } else
       std::printf("#complete %zu\n", names_.size());
@@ -141,6 +145,7 @@ public:
 
 private:
   int replays_ = 0, replayed_ = 0, records_ = 0, draws_ = 0;
+  std::string replayedBy_;
   std::string drawn_;                            // a script
   std::function<std::pair<int, double>()> next_; // an argument of the last replay
   std::mt19937_64 random_{20240229};

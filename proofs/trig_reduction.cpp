@@ -316,6 +316,7 @@ void timesQuarterPi(Proof& proof, const Level& level) {
 
 int main(int argc, char** argv) {
   Proof proof(argc, argv);
+  proof.replayedBy("trig and tan");
   for (int e = 13; e < 30; ++e)
     for (const bool near : {false, true})
       subtraction(proof, e, near);
