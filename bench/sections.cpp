@@ -368,7 +368,8 @@ void printA50(const Subject& subject) {
 
 void printA24(const Subject& subject) {
   fmt::print("## 32f_A24\n\nNanoseconds per element, {} elements. The other libraries have short "
-             "functions for floats;\nthe plain library rounds its double result, levels take [short roads](short-roads.md).\n\n",
+             "functions for floats;\nthe plain library rounds its double result, levels take "
+             "[short roads](short-roads.md).\n\n",
              usual);
   printWithPeers(subject, "32f_A24");
 }
