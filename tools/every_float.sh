@@ -57,7 +57,7 @@ A result is the double result rounded once more. Where the exact result lies so 
 between two floats that the double result is that middle, the tie goes to the float with the even
 significand, which may be the other one: the error is then 0.5 ulp and less than 2^-28 ulp more. The
 arguments where this happens are in the second table; that it can happen nowhere else is proven from the
-bounds of the doubles ([proofs.md](proofs.md#floats)), which also tells how far off such a result of two
+bounds of the doubles (\`docs/proofs.md\` of the sources), which also tells how far off such a result of two
 sources is at most: these families cannot be tried out. Quotients are correctly rounded by argument
 (\`families/Div.txt\`); \`Atan2\`, \`Pow\` and \`Powx\` have such arguments, for instance
 0x1.49039ep-1 to the power of 0x1.360d62p+1.
