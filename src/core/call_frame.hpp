@@ -178,10 +178,8 @@ QELVM_INLINE V loadElements(const Stored<T>* source) {
       using Lane = typename LaneTraits<V>::Lane;
       return V{loadElements<Lane>(source + k * elementCount<Lane>)...};
     });
-  else if constexpr (isSimd<V> && std::is_same_v<ScalarOf<V>, float>)
-    return loadFloats<V>(source);
   else if constexpr (isSimd<V>)
-    return loadRegister<elementCount<V>, T>(source);
+    return loadRegister<V, T>(source);
   else
     return static_cast<V>(*source);
 }
@@ -193,8 +191,6 @@ QELVM_INLINE void storeElements(const V& value, Stored<T>* destination) {
                      destination + k * elementCount<typename LaneTraits<V>::Lane>),
        ...);
     });
-  else if constexpr (isSimd<V> && std::is_same_v<ScalarOf<V>, float>)
-    storeFloats(value, destination);
   else if constexpr (isSimd<V>)
     storeRegister<T>(value, destination);
   else

@@ -10,10 +10,13 @@
 // no register ever holds an element that is not of its range, and none can raise a flag of its own.
 // What is less than a block, of a call or in a queue at its end, goes the scalar way, and so do two
 // mixed blocks with none behind them.
+//
+// Floats whose kernel has a short road (short_path.hpp) take it first, `walkShort`; all of this is
+// then for the elements that it leaves.
 #pragma once
 
 #include "core/call_frame.hpp"
-#include "core/short_road.hpp"
+#include "core/short_path.hpp"
 
 #include <bit>
 #include <cstddef>
@@ -21,15 +24,6 @@
 #include <type_traits>
 
 namespace qelvm::frame {
-
-/// Registers in flight: two, unless a kernel tells, or so many.
-template <class Kernel, int unlessTold = 2>
-inline constexpr int registersOf = unlessTold;
-template <class Kernel, int unlessTold>
-requires requires {
-  Kernel::registers;
-}
-inline constexpr int registersOf<Kernel, unlessTold> = Kernel::registers;
 
 /// Elements of one range, taken out of blocks, with their places.
 template <class T, int S, int D, int Width>
@@ -135,185 +129,6 @@ private:
   QelStatus status_ = qelStatusOk;
   std::ptrdiff_t reportedUpTo_ = 0;
   Queue<T, S, D, Width> queues_[S == 1 ? 2 : 1];
-};
-
-struct NoShortRoad {
-  QELVM_INLINE constexpr explicit NoShortRoad(auto... /*scalars*/) {}
-};
-/// The short road of a kernel's floats.
-template <class Kernel, class T>
-struct ShortRoadOf {
-  using Type = NoShortRoad;
-};
-template <class Kernel>
-requires(hasShortRoads&& requires {
-  typename Kernel::ShortRoad;
-}) struct ShortRoadOf<Kernel, float> {
-  using Type = typename Kernel::ShortRoad;
-};
-
-template <class V, class M>
-QELVM_INLINE const V& resultFor(int /*destination*/, const IfStanding<V, M>& checked) {
-  return checked.value;
-}
-
-/// The elements of a call by a short road.
-template <class Road, int S, int D>
-class ShortPath {
-public:
-  static constexpr bool exact = requires { Road::exact; }; // computed over floats
-  static constexpr int registers = registersOf < Road, exact ? 2 : 4 > ;
-  static constexpr int width = registers * (exact ? 2 : 1) * registerDoubles;
-  static constexpr unsigned allElements = (1u << (width - 1) << 1) - 1;
-
-  /// Computes blocks from i on while all their elements lie in the domain and all results stand.
-  /// Returns the first element that is left.
-  [[gnu::noinline]] static std::ptrdiff_t run(Road road, Arrays<float, S, D> arrays,
-                                              std::ptrdiff_t i, std::ptrdiff_t end) {
-    return ShortPath{road, arrays}.template runIn<MainRange<Road>>(i, end);
-  }
-  /// The same in the wider domain.
-  [[gnu::noinline]] static std::ptrdiff_t runWider(Road road, Arrays<float, S, D> arrays,
-                                                   std::ptrdiff_t i, std::ptrdiff_t end) {
-    return ShortPath{road, arrays}.template runIn<WiderRange>(i, end);
-  }
-  /// Computes a block as far as its elements lie in the domain and their results stand. Returns
-  /// which are left, their sources and destinations as they were: a bit for each.
-  [[gnu::noinline]] static unsigned runSome(Road road, Arrays<float, S, D> arrays,
-                                            std::ptrdiff_t i) {
-    using Range = std::conditional_t<hasWiderRange, WiderRange, MainRange<Road>>;
-    return ShortPath{road, arrays}.template runPart<Range>(i);
-  }
-
-  static constexpr bool hasWiderRange = requires(const Road& road) { road.widerRange; };
-
-private:
-  using Floats = Simd<float, 2 * registerDoubles>;
-  using Register = std::conditional_t<exact, Floats, Simd<double, registerDoubles>>;
-  using V = LaneArray<Register, registers>;
-
-  struct WiderRange {
-    const Road& road;
-    QELVM_INLINE auto contains(auto... x) const { return road.isInWiderRange(x...); }
-    QELVM_INLINE auto compute(const auto&... x) const { return road.computeWider(x...); }
-  };
-
-  ShortPath(const Road& road, const Arrays<float, S, D>& arrays) : road_(road), arrays_(arrays) {}
-
-  template <class Range>
-  QELVM_INLINE std::ptrdiff_t runIn(std::ptrdiff_t i, std::ptrdiff_t end) const {
-    while (end - i >= width && runAll(Range{road_}, i))
-      i += width;
-    return i;
-  }
-
-  template <class Range>
-  QELVM_INLINE bool runAll(const Range& range, std::ptrdiff_t i) const {
-    return arrays_.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
-      const auto contains = [&](const auto&... x)
-                                QELVM_ALWAYS_INLINE { return range.contains(x...); };
-      if (!allLanes(contains,
-                    loadElements<LaneArray<Floats, width / elementCount<Floats>>>(source)...))
-          [[unlikely]]
-        return false;
-      const auto results = range.compute(loadElements<V>(source)...);
-      if (!allStand(results)) [[unlikely]]
-        return false;
-      withIndices<D>([&](auto... d) QELVM_ALWAYS_INLINE {
-        (storeElements<V>(resultFor(d, results), arrays_.destination.array[d] + i), ...);
-      });
-      return true;
-    });
-  }
-
-  template <class Range>
-  QELVM_INLINE unsigned runPart(std::ptrdiff_t i) const {
-    const Range range{road_};
-    return arrays_.source.withPlaces(i, [&](auto... source) QELVM_ALWAYS_INLINE {
-      return computePart(range, i, std::make_integer_sequence<int, S>{},
-                         loadElements<V>(source)...);
-    });
-  }
-  template <class Range, int... K, class... X>
-  QELVM_INLINE unsigned computePart(const Range& range, std::ptrdiff_t i,
-                                    std::integer_sequence<int, K...>, const X&... x) const {
-    const auto inside =
-        lanewise([&](const auto&... v) QELVM_ALWAYS_INLINE { return range.contains(v...); }, x...);
-    if (bitsOfMasks(inside) == 0) // whose results would raise inexact for none
-      return allElements;
-    const auto results = range.compute(onlyWhere(inside, x, double{Road::inside[K]})...);
-    const auto good = standing(inside, results);
-    const unsigned left = allElements & ~bitsOfMasks(good);
-    for (int d = 0; d < D; ++d)
-      storeExcept(left, onlyWhere(good, resultFor(d, results), 1.0),
-                  arrays_.destination.array[d] + i);
-    return left;
-  }
-
-  /// All results stand.
-  QELVM_INLINE bool allStand(const V& z) const {
-    if constexpr (exact)
-      return true;
-    else
-      return allAway_(z);
-  }
-  QELVM_INLINE bool allStand(const TwoResults<V>& both) const {
-    return allStand(both.first) && allStand(both.second);
-  }
-  template <class M>
-  QELVM_INLINE bool allStand(const IfStanding<V, M>& checked) const {
-    return allLanes([](const auto& mask) QELVM_ALWAYS_INLINE { return mask; }, checked.stands) &&
-           allStand(checked.value);
-  }
-
-  /// Which of those of the masks, one for each register, stand.
-  QELVM_INLINE static auto standing(const auto& masks, const V& z) {
-    if constexpr (exact)
-      return masks;
-    else
-      return lanewise([](const auto& mask, const auto& v)
-                          QELVM_ALWAYS_INLINE { return mask & awayFromMiddles<Road>(v); },
-                      masks, z);
-  }
-  QELVM_INLINE static auto standing(const auto& masks, const TwoResults<V>& both) {
-    return standing(standing(masks, both.first), both.second);
-  }
-  template <class M>
-  QELVM_INLINE static auto standing(const auto& masks, const IfStanding<V, M>& checked) {
-    return lanewise([](const auto& x, const auto& y) QELVM_ALWAYS_INLINE { return x & y; },
-                    standing(masks, checked.value), checked.stands);
-  }
-
-  QELVM_INLINE static unsigned bitsOfMasks(const auto& masks) {
-    return withIndices<registers>([&](auto... k) QELVM_ALWAYS_INLINE {
-      return ((laneOf<k>(masks).bits() << (k * elementCount<Register>)) | ...);
-    });
-  }
-  QELVM_INLINE static V onlyWhere(const auto& masks, const V& x, double elsewhere) {
-    return lanewise(
-        [=](const auto& mask, const Register& v)
-            QELVM_ALWAYS_INLINE { return select(mask, v, uniform<Register>(elsewhere)); },
-        masks, x);
-  }
-
-  /// Stores all elements but those of a set.
-  QELVM_INLINE static void storeExcept(unsigned set, const V& value, Stored<float>* destination) {
-    std::uint32_t kept[width];
-    auto* const bits = reinterpret_cast<Stored<std::uint32_t>*>(destination);
-    for (unsigned rest = set; rest != 0; rest &= rest - 1)
-      kept[std::countr_zero(rest)] = bits[std::countr_zero(rest)];
-    storeElements<V>(value, destination);
-    for (unsigned rest = set; rest != 0; rest &= rest - 1)
-      bits[std::countr_zero(rest)] = kept[std::countr_zero(rest)];
-  }
-
-  struct Nothing {};
-
-  const Road& road_;
-  const Arrays<float, S, D>& arrays_;
-  [[no_unique_address]] std::conditional_t<exact, Nothing,
-                                           AllAwayFromMiddles<Road, registerDoubles>>
-      allAway_{};
 };
 
 /// One call of an export.
@@ -432,7 +247,8 @@ private:
         i += Short::width;
       }
       if (16 * queued > Short::width || 4 * std::popcount(left) > Short::width) {
-        i = walkBlocks(i, length - i > pause ? i + pause : length);
+        const std::ptrdiff_t end = length - i > pause ? i + pause : length;
+        i = walkBlocks(run<MainRange<Kernel>>(&arguments_, arrays, i, end), end);
         pause = pause < longPause ? 4 * pause : longPause;
       } else if (queued == 0) {
         pause = shortPause;
@@ -471,17 +287,26 @@ private:
   int sortRegister(std::ptrdiff_t i, unsigned set) {
     const unsigned first = elementsIn(MainRange<Kernel>{arguments_.kernel}, i) & set;
     unsigned second = 0;
+    if constexpr (twoRanges)
+      second = elementsIn(SecondRange<Kernel>{arguments_.kernel}, i) & set & ~first;
+    distribute(i, set, first, second);
+    computeFullQueues();
+    return std::popcount(first | second);
+  }
+
+  /// The elements of a set out of a register: those of the two ranges into their queues.
+  QELVM_INLINE void distribute(std::ptrdiff_t i, unsigned set, unsigned first, unsigned second) {
     append(0, i, first);
+    if constexpr (twoRanges)
+      append(1, i, second);
+    takeAllExceptional(i, set & ~(first | second));
+  }
+  QELVM_INLINE void computeFullQueues() {
     if (call_.queue(0).isFull())
       call_.compute(0, run<MainRange<Kernel>>);
-    if constexpr (twoRanges) {
-      second = elementsIn(SecondRange<Kernel>{arguments_.kernel}, i) & set & ~first;
-      append(1, i, second);
+    if constexpr (twoRanges)
       if (call_.queue(1).isFull())
         call_.compute(1, run<SecondRange<Kernel>>);
-    }
-    takeAllExceptional(i, set & ~(first | second));
-    return std::popcount(first | second);
   }
 
   /// Sorts blocks from i on until one lies in one range again. Returns the first element left.
@@ -502,18 +327,9 @@ private:
       if (i != begin && (everyFirst == all || everySecond == all))
         break;
 
-      for (int k = 0; k < registers; ++k) {
-        const std::ptrdiff_t at = i + k * registerDoubles;
-        append(0, at, first[k]);
-        if constexpr (twoRanges)
-          append(1, at, second[k]);
-        takeAllExceptional(at, all & ~(first[k] | second[k]));
-      }
-      if (call_.queue(0).isFull())
-        call_.compute(0, run<MainRange<Kernel>>);
-      if constexpr (twoRanges)
-        if (call_.queue(1).isFull())
-          call_.compute(1, run<SecondRange<Kernel>>);
+      for (int k = 0; k < registers; ++k)
+        distribute(i + k * registerDoubles, all, first[k], second[k]);
+      computeFullQueues();
     }
     return i;
   }

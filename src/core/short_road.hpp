@@ -26,6 +26,7 @@
 #pragma once
 
 #include "core/bits.hpp"
+#include "core/exact_arithmetic.hpp"
 #include "core/tables.hpp"
 
 #include <cstdint>

@@ -747,16 +747,8 @@ template <class T, int N>
 struct UnalignedVector {
   typedef T Type __attribute__((vector_size(sizeof(T) * N), aligned(1), may_alias));
 };
-template <class V>
-QELVM_INLINE V loadFloats(const void* place) {
-  return *static_cast<const typename UnalignedVector<float, elementCount<V>>::Type*>(place);
-}
-template <int N>
-QELVM_INLINE void storeFloats(const Simd<float, N>& x, void* place) {
-  *static_cast<typename UnalignedVector<float, N>::Type*>(place) = x.raw;
-}
 template <int N, class T>
-QELVM_INLINE Simd<double, N> loadRegister(const void* place) {
+QELVM_INLINE Simd<double, N> loadWidened(const void* place) {
   // (GCC takes the parts of a conversion through memory.)
 #ifdef __AVX512F__
   if constexpr (N == 8 && sizeof(T) == 4)
@@ -772,10 +764,22 @@ QELVM_INLINE Simd<double, N> loadRegister(const void* place) {
   return __builtin_convertvector(*static_cast<const Unaligned*>(place),
                                  typename RawVectors<N>::Doubles);
 }
+/// A register of doubles, or one of floats as they are.
+template <class V, class T>
+QELVM_INLINE V loadRegister(const void* place) {
+  if constexpr (std::is_same_v<ScalarOf<V>, float>)
+    return *static_cast<const typename UnalignedVector<T, elementCount<V>>::Type*>(place);
+  else
+    return loadWidened<elementCount<V>, T>(place);
+}
 template <class T, int N>
 QELVM_INLINE void storeRegister(const Simd<double, N>& x, void* place) {
   using Unaligned = typename UnalignedVector<T, N>::Type;
   *static_cast<Unaligned*>(place) = __builtin_convertvector(x.raw, Unaligned);
+}
+template <class T, int N>
+QELVM_INLINE void storeRegister(const Simd<float, N>& x, void* place) {
+  *static_cast<typename UnalignedVector<T, N>::Type*>(place) = x.raw;
 }
 
 } // namespace qelvm

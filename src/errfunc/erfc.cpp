@@ -175,9 +175,8 @@ struct ErfcShortRoad {
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
-    constexpr double log2e = 0x1.71547652b82fep0;
     const V a = magnitude(x);
-    const V gaussian = ShortPower<V>(a * a, -log2e).value();
+    const V gaussian = ShortPower<V>(a * a, -log2OfE).value();
     const V value = gaussian * fusedHorner(c, (a - aCentre) / (a + aCentre));
     return whereNegative(2.0, x) + flipSign(value, x);
   }

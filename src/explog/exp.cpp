@@ -123,7 +123,6 @@ struct ExpLong {
 };
 
 struct ExpShortRoad {
-  static constexpr double log2e = 0x1.71547652b82fep0;
   /// The product of x and log2 e, below 2^7, is off by 2^-47; besides three roundings.
   static constexpr double distance = distanceOf(ShortPower<double>::offBy, 3 + 64);
   static constexpr double inside[] = {1.0};
@@ -132,7 +131,7 @@ struct ExpShortRoad {
 
   template <class V>
   QELVM_INLINE static V compute(const V& x) {
-    return ShortPower<V>(x, log2e).value();
+    return ShortPower<V>(x, log2OfE).value();
   }
 };
 

@@ -9,6 +9,7 @@
 namespace qelvm {
 namespace {
 
+template <class Export>
 class PowxShortRoad : public PowerShortRoad {
 public:
   static constexpr double inside[] = {3.0};
@@ -35,7 +36,7 @@ template <class Export>
 class PowxKernel {
 public:
   using Element = typename Export::Element;
-  using ShortRoad = PowxShortRoad;
+  using ShortRoad = PowxShortRoad<Export>;
   static constexpr int lanes = fewRegisters ? 1 : 2;
   static constexpr int registers = registersInFlight(3, 2);
 

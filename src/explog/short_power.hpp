@@ -35,8 +35,7 @@ struct PowerShortRoad {
     const ShortPower<V> power(ShortLog2::of(a), y);
     const auto stands = lanewise(
         [](const auto& shifted, const auto& r) QELVM_ALWAYS_INLINE {
-          constexpr double shifter = ShortPower<double>::shifter;
-          return positiveWithin(shifted, shifter - 125.0, shifter + 127.0) &&
+          return positiveWithin(shifted, integerShifter - 125.0, integerShifter + 127.0) &&
                  magnitudeWithin(r, 0x1p-1022, 1.0);
         },
         power.shifted, power.r);

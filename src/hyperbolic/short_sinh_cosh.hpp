@@ -2,6 +2,7 @@
 #pragma once
 
 #include "core/short_road.hpp"
+#include "stages/short_exp.hpp"
 
 namespace qelvm {
 namespace {
@@ -36,10 +37,9 @@ struct ShortSinhCosh {
   V sum, difference;
 
   QELVM_INLINE explicit ShortSinhCosh(const V& x) {
-    constexpr double log2e = 0x1.71547652b82fep0, shifter = 0x1.8p52;
     constexpr double ln2Hi = 0x1.62e42fefa39efp-1, ln2Lo = 0x1.abc9e3b39803fp-56;
-    const V shifted = fused(x, log2e, shifter);
-    const V n = shifted - shifter;
+    const V shifted = fused(x, log2OfE, integerShifter);
+    const V n = shifted - integerShifter;
     const V r = fused(n, -ln2Lo, fused(n, -ln2Hi, x));
     const V square = r * r;
     even = fusedHorner(ShortCosh::c, square);

@@ -6,11 +6,11 @@
 namespace qelvm {
 namespace {
 
+inline constexpr double log2OfE = 0x1.71547652b82fep0;
+
 /// 2^a = 2^n 2^r, n the integer nearest to a, in the low bits of `shifted`.
 template <class V>
 struct ShortPower {
-  static constexpr double shifter = 0x1.8p52;
-
   // Polynomial short_exp2: fit; off by 2^-40.23 (relative) for |r| <= 1/2
   // (tools/polynomials/short_exp2.sollya).
   static constexpr double c[] = {
@@ -24,7 +24,8 @@ struct ShortPower {
 
   /// of x log2(base)
   QELVM_INLINE ShortPower(const V& x, const auto& log2OfBase)
-      : shifted(fused(x, log2OfBase, shifter)), r(fused(x, log2OfBase, shifter - shifted)) {}
+      : shifted(fused(x, log2OfBase, integerShifter)),
+        r(fused(x, log2OfBase, integerShifter - shifted)) {}
 
   /// 2^a, where it is normal.
   QELVM_INLINE V value() const { return addToExponent(fusedHorner(c, r), lowWord(shifted)); }

@@ -18,7 +18,8 @@ QELVM_INLINE ShortSplit<V> shortSplit(const V& x) {
   constexpr std::uint64_t bias = 1024; // more than any -k
   return {lanewise(
               [](const auto& v) QELVM_ALWAYS_INLINE {
-                return fromBits(((bitsOf(v) - sqrtHalf) & fractionMask<double>)+sqrtHalf);
+                constexpr std::uint64_t fraction = fractionMask<double>;
+                return fromBits(((bitsOf(v) - sqrtHalf) & fraction) + sqrtHalf);
               },
               x),
           lanewise(

@@ -15,13 +15,6 @@ struct ShortTurns {
   V r;
 };
 
-/// |x| < 2^30. The products are exact or next to it: what is left has an error of its own size.
-template <class V>
-QELVM_INLINE ShortTurns<V> subtractTurns(const V& x, const V& shifted, const V& n, double periodHi,
-                                         double periodLo) {
-  return {shifted, fused(n, -periodLo, fused(n, -periodHi, x))};
-}
-
 /// 2^e of a float of 24 bits, M 2^(e - 23), times 2/pi: M (hi + mid + lo), less multiples of 4;
 /// M hi is exact.
 struct alignas(rowAlignment<4>) ShortTurnRow {
@@ -40,8 +33,8 @@ consteval double bitsOfFourOverPi(int weight, int count, int scale) {
   double sum = 0;
   for (int w = weight; w > weight - count; --w) {
     const double entry = shortFourOverPiBits[(25 - w) / 25];
-    const std::uint64_t significand = (bitsOf(entry) & fractionMask<double>) | std::uint64_t{1}
-                                                                                   << 52;
+    constexpr std::uint64_t leadingBit = std::uint64_t{1} << 52;
+    const std::uint64_t significand = (bitsOf(entry) & fractionMask<double>) | leadingBit;
     const int place = 52 + w - (exponentField(entry) - 1023 - 200); // of the bit in it
     if (entry != 0 && place >= 0 && place <= 52 && (significand >> place & 1) != 0)
       sum += fromBits(static_cast<std::uint64_t>(w + scale + 1023) << 52);
@@ -85,7 +78,6 @@ QELVM_INLINE ShortTurns<V> multiplyOutTurns(const V& x, double shifter, double o
 /// The shared domains of the trigonometric short roads.
 struct TrigShortRoad {
   static constexpr double inside[] = {1.0};
-  static constexpr bool widerRange = true;
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {
     return magnitudeWithin(x, 0x1p-100, 0x1p30);
@@ -104,28 +96,27 @@ struct ShortSine : TrigShortRoad {
       0x1.71dce5ac58ad7p-19, -0x1.ae00fd58319bdp-26, 0x1.52ace768ecbfp-33};
   static constexpr double offBy = 0x1.1bp-44;
   static constexpr double distance = distanceOf(offBy, 16);
-  static constexpr double shifter = 0x1.8p52;
 
-  template <class V>
-  QELVM_INLINE static V ofTurns(const ShortTurns<V>& x, const auto& flip) {
-    return flip(x.r * fusedHorner(c, x.r * x.r), x.shifted);
-  }
   /// x = (n - offset) pi + r
   template <class V>
   QELVM_INLINE static V of(const V& x, double offset) {
     constexpr double inversePi = 0x1.45f306dc9c883p-2;
     constexpr double piHi = 0x1.921fb54442d18p1, piLo = 0x1.1a62633145c07p-53;
-    const V shifted =
-        offset == 0 ? fused(x, inversePi, shifter) : fused(x, inversePi, offset) + shifter;
-    const V n = offset == 0 ? shifted - shifter : (shifted - shifter) - offset;
-    const V r = fused(n, -piLo, fused(n, -piHi, x));
-    return flipByBit<0>(r * fusedHorner(c, r * r), shifted);
+    const V shifted = offset == 0 ? fused(x, inversePi, integerShifter)
+                                  : fused(x, inversePi, offset) + integerShifter;
+    const V n = offset == 0 ? shifted - integerShifter : (shifted - integerShifter) - offset;
+    // The products are exact or next to it: what is left has an error of its own size.
+    return ofTurns(ShortTurns<V>{shifted, fused(n, -piLo, fused(n, -piHi, x))});
   }
   template <class Export, class V>
   QELVM_INLINE static V ofWider(const V& x, double offset) {
-    const ShortTurns<V> turns = multiplyOutTurns<Export>(x, 2 * shifter, 2 * offset);
-    const V& r = turns.r;
-    return flipByBit<0>(r * fusedHorner(c, r * r), turns.shifted);
+    return ofTurns(multiplyOutTurns<Export>(x, 2 * integerShifter, 2 * offset));
+  }
+
+private:
+  template <class V>
+  QELVM_INLINE static V ofTurns(const ShortTurns<V>& turns) {
+    return flipByBit<0>(turns.r * fusedHorner(c, turns.r * turns.r), turns.shifted);
   }
 };
 
@@ -151,8 +142,6 @@ struct ShortQuarterCosine {
   static constexpr double offBy = 0x1.29p-44;
 };
 struct ShortQuarters : TrigShortRoad {
-  static constexpr double shifter = 0x1.8p52;
-
   template <class V>
   QELVM_INLINE static ShortSineCosine<V> ofTurns(const ShortTurns<V>& x) {
     const V square = x.r * x.r;
@@ -163,13 +152,13 @@ struct ShortQuarters : TrigShortRoad {
   QELVM_INLINE static ShortSineCosine<V> of(const V& x) {
     constexpr double twoOverPi = 0x1.45f306dc9c883p-1;
     constexpr double halfPiHi = 0x1.921fb54442d18p0, halfPiLo = 0x1.1a62633145c07p-54;
-    const V shifted = fused(x, twoOverPi, shifter);
-    const V n = shifted - shifter;
+    const V shifted = fused(x, twoOverPi, integerShifter);
+    const V n = shifted - integerShifter;
     return ofTurns(ShortTurns<V>{shifted, fused(n, -halfPiLo, fused(n, -halfPiHi, x))});
   }
   template <class Export, class V>
   QELVM_INLINE static ShortSineCosine<V> ofWider(const V& x) {
-    return ofTurns(multiplyOutTurns<Export>(x, shifter, 0.0));
+    return ofTurns(multiplyOutTurns<Export>(x, integerShifter, 0.0));
   }
 };
 

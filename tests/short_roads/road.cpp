@@ -115,7 +115,7 @@ Findings measure(long count, unsigned seed, const Contains& contains, const Comp
       }
     Register v[2];
     for (int s = 0; s < 2; ++s)
-      v[s] = loadRegister<registerDoubles, float>(x[s]);
+      v[s] = loadRegister<Register, float>(x[s]);
     const auto run = [&](const auto&... arguments) {
       const auto inside = contains(arguments...);
       if (inside.bits() == 0)
@@ -149,7 +149,7 @@ int rows(const char* name, long count) {
                   measure<Kernel, Road>(
                       count, 1, [](const auto&... x) { return Road::isOrdinary(x...); },
                       [](const auto&... x) { return Road::compute(x...); }));
-  if constexpr (requires { Road::widerRange; })
+  if constexpr (requires(Register x) { Road::isInWiderRange(x); })
     wrong |= row(name, "wider", Road::distance,
                  measure<Kernel, Road>(
                      count, 2, [](const auto&... x) { return Road::isInWiderRange(x...); },
