@@ -53,7 +53,7 @@ QELVM_INLINE Simd<double, N> fusedProduct(const Simd<double, N>& a, const Simd<d
         _mm512_fmadd_pd(reinterpret_cast<__m512d>(a.raw), reinterpret_cast<__m512d>(b.raw),
                         reinterpret_cast<__m512d>(c.raw)));
 #endif
-#ifdef __FMA__
+#if defined(__AVX2__) && defined(__FMA__)
   if constexpr (N == 4)
     return reinterpret_cast<typename RawVectors<N>::Doubles>(
         _mm256_fmadd_pd(reinterpret_cast<__m256d>(a.raw), reinterpret_cast<__m256d>(b.raw),
@@ -282,12 +282,11 @@ private:
   QELVM_INLINE static Words uniformWords(std::uint32_t value) {
     Words words = value - typename Words::Raw{};
 #ifdef __AVX512F__
-    constexpr int inOneRegister = 8;
-#else
-    constexpr int inOneRegister = 4;
-#endif
-    if constexpr (N <= inOneRegister)
+    asm("" : "+x"(words.raw));
+#elif defined(__AVX2__)
+    if constexpr (N == 4)
       asm("" : "+x"(words.raw));
+#endif
     return words;
   }
   QELVM_INLINE WordMask<2 * N> isNear(const Words& words) const {
