@@ -36,8 +36,6 @@ struct DivDouble {
   }
 };
 
-/// Single precision: the quotient of the widened operands, rounded again, is the correctly rounded
-/// one. The divisor is tested before the store, and what is not finite takes the slow path.
 /// As for Inv.
 struct DivShortRoad {
   static constexpr bool exact = true;
@@ -50,6 +48,8 @@ struct DivShortRoad {
   QELVM_INLINE static auto compute(const auto& x, const auto& y) { return x / y; }
 };
 
+/// Single precision: the quotient of the widened operands, rounded again, is the correctly rounded
+/// one. The divisor is tested before the store, and what is not finite takes the slow path.
 template <class Export>
 struct DivSingle {
   using ShortRoad = DivShortRoad;

@@ -33,6 +33,18 @@ template <class Kernel>
 concept HasShortRoad = requires {
   typename Kernel::ShortRoad;
 };
+/// Has what every short road must have; checked in the builds that use none, too.
+template <class Road>
+concept IsShortRoad = requires {
+  Road::inside;
+  requires requires {
+    Road::distance;
+  } || requires {
+    Road::exact;
+  };
+  requires registersOf<Road> >
+  0;
+};
 template <HasShortRoad Kernel>
 requires hasShortRoads struct ShortRoadOf<Kernel, float> {
   using Type = typename Kernel::ShortRoad;
