@@ -158,6 +158,8 @@ private:
     if constexpr (hasRoad)
       if (length >= Short::width) {
         i = Short::run(call.road, call.arrays, 0, length);
+        if (i == length)
+          return qelStatusOk;
         if (length - i >= Short::width)
           return RegisterWalk(call).walkShort(i, length);
       }
