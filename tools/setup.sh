@@ -14,6 +14,7 @@ clang_packages=(clang)
 wasm_packages=(clang lld llvm wasi-libc libc++-14-dev-wasm32 libclang-rt-14-dev-wasm32)
 node_packages=(nodejs)
 emulator_packages=(qemu-user)
+machine_packages=(bochs bochsbios vgabios isolinux syslinux-common xorriso busybox-static cpio) # a whole PC
 fortran_packages=(gfortran)
 fortran_windows_packages=(gfortran-mingw-w64-i686-win32)
 mpi_packages=(libopenmpi-dev openmpi-bin python3)

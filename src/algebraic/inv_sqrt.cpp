@@ -71,7 +71,7 @@ struct InvSqrtShortRoad {
   }
 
   template <class V>
-  QELVM_INLINE static V compute(const V& x) {
+  QELVM_INLINE static auto compute(const V& x) {
     return shortInverseRoot(x);
   }
 };

@@ -20,15 +20,15 @@ QELVM_INLINE DoubleDoubleOf<V> flipSigns(const DoubleDoubleOf<V>& value, const V
 }
 
 struct AcosShortRoad : ShortArcsineDomain {
-  static constexpr double distance =
-      distanceOf(ShortArcsine<double>::offBy + shortInverseRootOffBy, 16);
+  static constexpr double distance = distanceOf(ShortArcsine::offBy + shortInverseRootOffBy, 16);
 
   /// Below 1/2, pi/2 - arcsin x; from there on the angle itself, or for negative x pi less it.
   template <class V>
-  QELVM_INLINE static V compute(const V& x) {
-    const ShortArcsine<V> arcsine(x);
-    return selectBySign(arcsine.below, halfPi.hi, whereNegative(pi.hi, x)) +
-           flipSign(flipSign(arcsine.angle, x), arcsine.below);
+  QELVM_INLINE static auto compute(const V& x) {
+    const auto arcsine = ShortArcsine::of(x);
+    const V result = selectBySign(arcsine.below, halfPi.hi, whereNegative(pi.hi, x)) +
+                     flipSign(flipSign(arcsine.value, x), arcsine.below);
+    return IfStanding{result, arcsine.stands};
   }
 };
 

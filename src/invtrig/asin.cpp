@@ -19,12 +19,14 @@ namespace {
 
 struct AsinShortRoad : ShortArcsineDomain {
   static constexpr double distance =
-      distanceOf(2 * ShortArcsine<double>::offBy + 2 * shortInverseRootOffBy, 16);
+      distanceOf(2 * ShortArcsine::offBy + 2 * shortInverseRootOffBy, 16);
 
   template <class V>
-  QELVM_INLINE static V compute(const V& x) {
-    const ShortArcsine<V> arcsine(x);
-    return copySign(selectBySign(arcsine.below, arcsine.angle, halfPi.hi - arcsine.angle), x);
+  QELVM_INLINE static auto compute(const V& x) {
+    const auto arcsine = ShortArcsine::of(x);
+    return IfStanding{
+        copySign(selectBySign(arcsine.below, arcsine.value, halfPi.hi - arcsine.value), x),
+        arcsine.stands};
   }
 };
 

@@ -7,8 +7,14 @@
 namespace qelvm {
 namespace {
 
+template <class V, class M>
+struct ShortAngle {
+  V value;
+  V below;  ///< negative where |x| < 1/2
+  M stands; ///< where it is an approximation
+};
+
 /// |x| < 1: below 1/2, arcsin |x|; from there on arccos |x| = 2 arcsin(sqrt((1 - |x|)/2)).
-template <class V>
 struct ShortArcsine {
   // Polynomial short_arcsine: fit; off by 2^-39.99 (relative) for 2^-30 <= w <= 1/2
   // (tools/polynomials/short_arcsine.sollya).
@@ -17,16 +23,16 @@ struct ShortArcsine {
                                  0x1.542ca9a364e8ap-6, 0x1.c18d865e2e803p-10, 0x1.0fa32bda36f7p-5};
   static constexpr double offBy = 0x1.02p-40;
 
-  V angle;
-  V below; ///< negative where |x| < 1/2
-
-  QELVM_INLINE explicit ShortArcsine(const V& x) {
+  template <class V>
+  QELVM_INLINE static auto of(const V& x) {
     const V a = magnitude(x);
     const V twice = fused(a, -2.0, 2.0);
-    below = a - 0.5;
+    const V below = a - 0.5;
     const V square = selectBySign(below, a * a, 0.25 * twice);
-    const V root = selectBySign(below, a, twice * shortInverseRoot(twice)); // 2 sqrt((1 - |x|)/2)
-    angle = root * fusedHorner(c, square);
+    const auto inverse = shortInverseRoot(twice);
+    const V root = selectBySign(below, a, twice * inverse.value); // 2 sqrt((1 - |x|)/2)
+    return ShortAngle<V, decltype(inverse.stands)>{root * fusedHorner(c, square), below,
+                                                   inverse.stands};
   }
 };
 

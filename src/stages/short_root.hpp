@@ -13,13 +13,17 @@ inline constexpr double shortInverseRootOffBy = 0.28 * shortInverseRootRest * sh
                                                 shortInverseRootRest *
                                                 shortInverseRootRest; // 35/128 r^4 and what follows
 
-/// x a normal float, positive.
+/// x a normal float, positive. It stands where the estimate is as near as the manuals say: of an
+/// instruction that IEEE 754 does not define, emulators have other ideas.
 template <class V>
-QELVM_INLINE V shortInverseRoot(const V& x) {
+QELVM_INLINE auto shortInverseRoot(const V& x) {
   static constexpr double series[] = {1.0 / 2, 3.0 / 8, 5.0 / 16};
   const V y = inverseRootEstimate(x);
   const V r = fused(x * y, -y, 1.0);
-  return fused(y * r, fusedHorner(series, r), y);
+  const V excess = fused(r, r, -shortInverseRootRest * shortInverseRootRest);
+  const auto stands =
+      lanewise([](const auto& v) QELVM_ALWAYS_INLINE { return isNegative(v); }, excess);
+  return IfStanding{fused(y * r, fusedHorner(series, r), y), stands};
 }
 
 } // namespace
