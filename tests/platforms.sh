@@ -433,6 +433,11 @@ quality_tests() {
   else
     skip format "no clang-format"
   fi
+  if [ -e "$build_root/linux/proofs/programs/cube_roots" ] && command -v gappa sollya > /dev/null; then
+    check "proofs notice changes" tools/mutate_proofs.py --build "$build_root/linux" --only cube_roots || true
+  else
+    skip "proofs notice changes" "no Gappa or no Sollya"
+  fi
 }
 
 # The Python package from the sources alone, and with more elements than an int32 counts.
