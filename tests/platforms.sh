@@ -433,7 +433,7 @@ quality_tests() {
   else
     skip format "no clang-format"
   fi
-  if [ -e "$build_root/linux/proofs/programs/cube_roots" ] && command -v gappa sollya > /dev/null; then
+  if [ -e "$build_root/linux/proofs/programs/cube_roots" ] && command -v gappa > /dev/null && command -v sollya > /dev/null; then
     check "proofs notice changes" tools/mutate_proofs.py --build "$build_root/linux" --only cube_roots || true
   else
     skip "proofs notice changes" "no Gappa or no Sollya"
