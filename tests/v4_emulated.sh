@@ -1,18 +1,17 @@
 #!/usr/bin/env bash
-# Runs the library for x86-64-v4 where no processor has AVX-512: in a PC that Bochs emulates, instruction
-# by instruction, with Debian's kernel and nothing else in it. The checks of the exports, and elements
-# beside the plain library.
+# Runs the checks of the exports on the library for x86-64-v4 where no processor has AVX-512: in a PC that
+# Bochs emulates, instruction by instruction, with Debian's kernel and nothing else in it.
 #
 # usage: tests/v4_emulated.sh BUILD [COUNT]
 #   BUILD   where the project is built
-#   COUNT   elements through each export beside the plain library
+#   COUNT   elements through each export beside the plain library, too (a quarter of an hour at least)
 #
-# Takes minutes. Exit status 77 if there is no emulator.
+# Takes some minutes. Exit status 77 if there is no emulator.
 set -euo pipefail
 caller=$PWD
 cd "$(dirname "$(readlink -f "$0")")/.."
 . tools/setup.sh
-root=$PWD build=$(cd "$caller" && realpath "$1") count=${2:-3000}
+root=$PWD build=$(cd "$caller" && realpath "$1") count=${2:-}
 require_packages "${machine_packages[@]}" || exit 77
 work=$build/v4-emulated
 mkdir -p "$work"
@@ -56,7 +55,8 @@ checked() {
 checked frame ./library_checks ./v4.so frame v4
 checked values ./library_checks ./v4.so values families
 checked golden ./library_checks ./v4.so golden families
-checked comparison ./compare_libraries ./plain.so ./v4.so --count $count
+[ -z "$count" ] || checked comparison ./compare_libraries ./plain.so ./v4.so --count $count
+echo "v4: all checks ran"
 busybox sleep 1
 busybox poweroff -f
 END
@@ -64,12 +64,12 @@ chmod +x root/init
 (cd root && find . | cpio -o -H newc --quiet | gzip -1) > disc/root.gz
 cp kernel/boot/vmlinuz-* disc/vmlinuz
 cp /usr/lib/ISOLINUX/isolinux.bin /usr/lib/syslinux/modules/bios/ldlinux.c32 disc/isolinux/
-# (Its XSAVEC has sizes that the kernel does not believe, and then there would be no AVX.)
+# (Its XSAVES and XSAVEC have sizes that the kernel does not believe, and then there would be no AVX.)
 cat > disc/isolinux/isolinux.cfg << 'END'
 DEFAULT linux
 LABEL linux
 KERNEL /vmlinuz
-APPEND initrd=/root.gz console=ttyS0 quiet mitigations=off tsc=reliable lpj=1000000 clearcpuid=xsavec
+APPEND initrd=/root.gz console=ttyS0 quiet mitigations=off tsc=reliable lpj=1000000 noxsaves clearcpuid=xsavec
 END
 xorriso -as mkisofs -quiet -o disc.iso -b isolinux/isolinux.bin -c isolinux/boot.cat -no-emul-boot \
   -boot-load-size 4 -boot-info-table disc 2> /dev/null
@@ -88,5 +88,5 @@ error: action=ignore
 END
 rm -f serial.log
 bochs -q -f bochsrc <<< c > bochs.out 2>&1 || true # it calls the power switch a panic
-tr -d '\r' < serial.log | grep '^v4 \|FAILED' || tail -n 20 bochs.out
-[ "$(tr -d '\r' < serial.log | grep -c '^v4 .*, status 0$')" = 4 ]
+tr -d '\r' < serial.log | grep '^v4\|FAILED' || tail -n 20 bochs.out
+tr -d '\r' < serial.log | grep -q '^v4: all' && ! tr -d '\r' < serial.log | grep -q '^v4 .*, status [^0]'
