@@ -3,7 +3,8 @@
 // 1. |y| - b |x| exactly, and |x| + b |y|, in two words. Powers of two change nothing: both b of
 //    three bits stand for all, the numerator with |y| in [1,2), the denominator in [1,2).
 // 2. T in two words: how far they are off, absolutely; in row 0, b = 0, relatively.
-// 3. The angle from any T that is off by no more than that: rows by the binade of their b, and all of
+// 3. The angle from any T that is off by no more than that: rows by the binade of their b, and all
+// of
 //    them at once where x is negative; row 0 by binades of T.
 // 4. What the table has no row for: exponents far apart, and quotients beyond it.
 #include "proof.hpp"
@@ -15,15 +16,13 @@ using namespace qelvm::proof;
 
 namespace {
 
-// What a part shows for those after it, for a denominator in [1,2]:
-constexpr double denominatorError = 0x1.1p-78, largestLow = 0x1.1p-25; // of the denominator
-constexpr double numeratorLow = 0x1.1p-27;  // its lower word, beside |y|, which is less than the denominator
-constexpr double ratioError = 0x1p-74;      // of T
-constexpr double ratioLow = 0x1p-24;        // the lower word of T
-constexpr double seriesError = 0x1p-69;     // of T in row 0, relatively
-constexpr double seriesLow = 0x1p-21;       // and its lower word
+// What a part shows for those after it. For a denominator in [1,2], than which |y| is less:
+constexpr double denominatorError = 0x1.1p-78, denominatorLow = 0x1.1p-25; // its lower word
+constexpr double numeratorLow = 0x1.1p-27;                 // the numerator's lower word, beside |y|
+constexpr double ratioError = 0x1p-74, ratioLow = 0x1p-24; // of T
+constexpr double seriesError = 0x1p-69, seriesLow = 0x1p-21; // of T in row 0, relatively
 constexpr double largestT = 0x1p-3;
-constexpr double leastT = 0x1p-106; // of a positive x, with exponents less than 54 apart
+constexpr double leastT = 0x1p-106;    // of a positive x, with exponents less than 54 apart
 constexpr double beyondTable = 0.7244; // ulp, where the row is not that of b
 
 /// An export with its name.
@@ -59,8 +58,7 @@ struct Record {
   /// that of the ordinary ones.
   Record(bool negative, std::optional<int> supposedRow = {}, double center = 0,
          std::optional<int> scaleField = {}, std::optional<int> lastRow = {})
-      : ratio(y, x,
-              scaleField ? Whole<std::int32_t>(*scaleField) : 2046 - exponentField(y)),
+      : ratio(y, x, scaleField ? Whole<std::int32_t>(*scaleField) : 2046 - exponentField(y)),
         row(arctanRow(ratio.quotient)) {
     suppose(isNegative(x), negative);
     if (supposedRow)
@@ -92,6 +90,9 @@ struct Record {
 
 Real arctangent(const Real& x) {
   return Real::apply(mpfr_atan, x);
+}
+void extend(Interval& hull, const Interval& by) {
+  hull = {std::min(hull.low, by.low), std::max(hull.high, by.high)};
 }
 /// (q - b) / (1 + b q)
 Real offCenter(const Real& q, double b) {
@@ -148,7 +149,7 @@ void sums(Proof& proof, const Export& library, double b, Interval quotients) {
   s.hint(text(sum.lo, " -> -(", sum.hi, " - (x + ", product.hi, "))"));
   s.hint("dHi + dLo - D -> dLo - MdLo");
   s.goal(text("|dHi + dLo - D| <= ", denominatorError));
-  s.goal(text("|dLo| <= ", largestLow));
+  s.goal(text("|dLo| <= ", denominatorLow));
   proof.addOnce(s);
 }
 
@@ -188,7 +189,7 @@ void ratio(Proof& proof, bool series) {
     s.cut(dLo, "dLo", "float<53,-400,ne>");
     s.real("dD", Interval::within(denominatorError));
     s.real("T", Interval::within(largestT));
-    s.assume(text("|dLo| <= ", largestLow, " /\\ |nLo| <= ", 2 * numeratorLow));
+    s.assume(text("|dLo| <= ", denominatorLow, " /\\ |nLo| <= ", 2 * numeratorLow));
     s.assume("D in [1,2]");
     s.hint("nHi -> T*D + -nLo + -(T*D - N)");
     s.hint("dHi -> D + -dLo + -dD");
@@ -199,7 +200,8 @@ void ratio(Proof& proof, bool series) {
   call(inverse, "inverse");
   for (const Term& exactOne : {operand(first, 1), first, tHi})
     s.exact(exactOne);
-  s.hint(text("1 - ", operand(first, 1), " -> -(dHi*(seed - inverse)) - dHi*(inverse - 1/dHi) {dHi "
+  s.hint(text("1 - ", operand(first, 1),
+              " -> -(dHi*(seed - inverse)) - dHi*(inverse - 1/dHi) {dHi "
               "<> 0}"));
   s.hint("tHi + tLo - T -> (tLo - MtLo) + -(T*Me*Me*Me) + T*dD*seed*(1 + Me + Me*Me) + -((T*D - "
          "N)*seed*(1 + Me + Me*Me))");
@@ -210,20 +212,22 @@ void ratio(Proof& proof, bool series) {
 
 // ---- 3. the angle -------------------------------------------------------------------------------
 
-/// Rows whose T, b and least angle are such.
+/// What rows have: T, the first word, what both words leave, the lower one, the least angle.
 struct Rows {
   Interval t{0, 0}, high{2, 0}, rests{0, 0};
   double lowWord = 0, least = 2;
 };
 
-/// The names of the steps from T to the angle, and what the scripts say of them. `part` is what the
-/// angle without its roundings is off, `high` and `low` words of the row.
+/// The steps from T to its arctangent: `exact`, and what they are off it but for the roundings of
+/// the lower word.
 struct Angle {
-  Script& s;
-  std::string exact, off;
+  std::string exact = "T + T*Mtail + dS";
+  std::string off = "(product - tailHi*uHi) + dT*(1 + tail) + T*(tail - Mtail) + -dS";
 
+  /// `isExact`: the scripts show that the Fast2Sum's operands are ordered and the leading product
+  /// exact. (Rows have no need of it: their ulps are larger, their T may be zero.)
   template <class Tag>
-  Angle(Script& script, const Record<Tag>& record, bool isOrdered, bool isExact) : s(script) {
+  Angle(Script& s, const Record<Tag>& record, bool isExact) {
     const auto [tHi, tLo] = record.t;
     const auto sum = fastTwoSum(tHi, tLo);
     s.cut(tHi, "tHi");
@@ -232,16 +236,16 @@ struct Angle {
     call(sum.hi, "u");
     call(operand(product, 0), "tailHi"), call(operand(product, 1), "uHi");
     const Term tail = call(record.tail, "tail");
-    if (!isOrdered)
-      s.unordered(sum.lo);
     if (isExact)
       s.exact(product);
+    else
+      s.unordered(sum.lo);
     s.stands(record.root, "T");
     s.stands(tail, "tail");
     s.hint("tail ~ Mtail");
     s.define("dT", "tHi + tLo - T");
-    exact = "T + T*Mtail + dS";
-    off = "(product - tailHi*uHi) + dT*(1 + tail) + T*(tail - Mtail) + -dS";
+    s.hint("tHi -> T + dT + -tLo");
+    s.hint("tHi + tLo -> T + dT");
   }
 };
 
@@ -252,7 +256,7 @@ double polynomialErrorOf(const Record<Tag>& record, Interval range, bool relativ
                          relative);
 }
 
-/// The hypotheses and the goal for the whole angle: `high` + LOW are what the row adds to it.
+/// The angle of the point: `rowSum` is what the row adds.
 template <class Tag>
 void result(Proof& proof, Script& s, const Record<Tag>& record, const Angle& angle, bool negative,
             const std::string& rowSum, const std::vector<std::string>& labels, double ulp) {
@@ -282,14 +286,12 @@ void rows(Proof& proof, const std::string& name, const Rows& group, bool negativ
              rest = lookUp(arctanTable<Tag>, record.row, &PairRow::lo);
   for (const Interval& piece : pieces(group.t, negative ? 1 : 8)) {
     Script s(text(name, negative ? " negative " : " ", piece));
-    const Angle angle(s, record, false, false);
+    const Angle angle(s, record, false);
     proof.over(s, text(name, " ", negative), "T", piece);
     s.assume(text("|dT| <= ", ratioError, " /\\ |tLo| <= ", ratioLow));
     s.cut(record.root, "root");
     s.assume("root - u in [0,0]");
     s.hint("root - T -> (root - u) + (u - (tHi + tLo)) + dT");
-    s.hint("tHi -> T + dT + -tLo");
-    s.hint("tHi + tLo -> T + dT");
     s.cut(high, "high");
     s.cut(rest, "rest");
     s.assume(text("high in ", group.high, " /\\ |rest| <= ", group.lowWord));
@@ -317,11 +319,9 @@ void series(Proof& proof, bool negative, const std::vector<std::string>& labels)
   const std::string domain = negative ? "row 0 negative" : "row 0";
   for (const Interval& piece : all) {
     Script s(text(domain, " ", piece));
-    const Angle angle(s, record, !negative, !negative);
+    const Angle angle(s, record, !negative);
     proof.over(s, domain, "T", piece);
     s.assume(text("|dT| <= ", seriesError * piece.high, " /\\ |tLo| <= ", seriesLow * piece.high));
-    s.hint("tHi -> T + dT + -tLo");
-    s.hint("tHi + tLo -> T + dT");
     s.cut(record.root, "root"); // the quotient, rounded
     s.assume("root_ - T in [0,0]");
     s.hint("root - T -> (root - root_) + (root_ - T)");
@@ -351,9 +351,6 @@ void angles(Proof& proof, const std::vector<std::string>& labels) {
     require(std::max(-t.low, t.high) <= largestT, "|T|");
     require((high / (Real(1) + Real(b) * high)).toDouble() < 1, "|y| is less than the denominator");
     for (Rows* r : {&groups[std::min(std::ilogb(b), 1)], &all}) {
-      const auto extend = [](Interval& hull, const Interval& by) {
-        hull = {std::min(hull.low, by.low), std::max(hull.high, by.high)};
-      };
       extend(r->t, t), extend(r->high, {entry.hi, entry.hi}), extend(r->rests, rest);
       r->lowWord = std::max(r->lowWord, std::fabs(entry.lo));
       r->least = std::min(r->least, below(arctangent(low).toDouble()));
@@ -396,16 +393,17 @@ void beyond(Proof& proof, const Export& library, bool negative) {
   const Record<Tag> record(negative, {}, 0, {}, arctanRows - 1);
   record.replay(proof, text("beyond the table ", negative), library, {-1000, -969.1}, {54.01, 70});
   Script s(text("beyond the table ", negative));
-  const Angle angle(s, record, false, false);
-  // T is 1/b - 1/Q but for less than 2^-107, and b the centre of the half-binade of Q.
-  const auto atEnds = [](double q, double b) { // of the lowest half-binades
-    return (offCenter(Real(q), b)).toDouble();
-  };
-  s.real("T", {atEnds(0x1p54, 0x1.4p54) * (1 + 0x1p-40),
-               atEnds(0x1.8p54, 0x1.4p54) * (1 + 0x1p-40)});
+  const Angle angle(s, record, false);
+  Interval range{0, 0};
+  for (int exponent = 54; exponent <= 106; ++exponent)
+    for (const double low : {1.0, 1.5}) {
+      const double q = std::ldexp(low, exponent), next = std::ldexp(low + 0.5, exponent),
+                   b = arctanCentre(q, arctanRows - 1);
+      extend(range, {offCenter(Real(q) * Real(1 - 0x1p-50), b).toDouble(),
+                     offCenter(Real(next) * Real(1 + 0x1p-50), b).toDouble()});
+    }
+  s.real("T", range);
   s.assume(text("|dT| <= ", ratioError, " /\\ |tLo| <= ", ratioLow));
-  s.hint("tHi -> T + dT + -tLo");
-  s.hint("tHi + tLo -> T + dT");
   s.real("w", {0, 0x1.0000000000001p-54});
   s.real("REST", enclosure(proof::pi() / Real(2) - Real(halfPi.hi)));
   s.define("S", text(halfPi.hi, " + REST ", negative ? "+ w" : "- w"));
@@ -417,8 +415,8 @@ void beyond(Proof& proof, const Export& library, bool negative) {
   proof.addOnce(s);
 }
 
-/// The exponents are 54 or more apart: S from r = x/|y| or |y|/|x|, whose arctangent is r less at most
-/// r^3/2; `value` is what the kernel computes, r where it is no constant.
+/// The exponents are 54 or more apart: S from r = x/|y| or |y|/|x|, whose arctangent is r less at
+/// most r^3/2; `value` is what the kernel computes, r where it is no constant.
 void farApart(Proof& proof, const Export& library, const std::vector<std::string>& labels) {
   const auto arguments = [] {
     Recorder::get().clear();
@@ -439,7 +437,8 @@ void farApart(Proof& proof, const Export& library, const std::vector<std::string
     s.truth(Term(halfPi.lo), "REST",
             enclosure(proof::pi() / Real(2) - Real(halfPi.hi) - Real(halfPi.lo)));
     s.define("S", text(halfPi.hi, " + REST - r_ + r_*r_*r_*theta"));
-    s.hint(text(s.operationOf(value), " - S -> (", low, " - ", s.ideal(low), ") + -(r_*r_*r_*theta)"));
+    s.hint(
+        text(s.operationOf(value), " - S -> (", low, " - ", s.ideal(low), ") + -(r_*r_*r_*theta)"));
     for (const std::string& label : labels)
       s.lastRounding(label + " normal", value, "S", 0x1p-52);
     proof.addOnce(s);
@@ -461,7 +460,8 @@ void farApart(Proof& proof, const Export& library, const std::vector<std::string
   };
   constant("y larger", halfPi, proof::pi() / Real(2), Interval::within(0x1p-73), 0x1p-52, {75, 900},
            false);
-  constant("x large and negative", qelvm::pi, proof::pi(), {0, 0x1p-53}, 0x1p-51, {-900, -55}, true);
+  constant("x large and negative", qelvm::pi, proof::pi(), {0, 0x1p-53}, 0x1p-51, {-900, -55},
+           true);
 
   for (const bool subnormal : {false, true}) {
     const auto [y, x] = arguments();
