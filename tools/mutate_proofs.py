@@ -84,6 +84,12 @@ CHANGES = [
     ("a coefficient of the root", "arcsine", "^root .0x1.1080", "stages/seeded_root.hpp", "-0x1.4p-2", "-0x1.40001p-2"),
     ("a trailing part of the cube dropped", "arcsine", "Asin_64f_A53 series .0x1p-2,", "invtrig/arcsine.hpp",
      "(rest3 * c3.hi + lo)", "lo"),
+    ("the low word of pi dropped", "atan2", "negative", "invtrig/atan2.cpp",
+     "whereNegative(pi.lo, x) + (flipSign(angle.lo, x) + sum.lo)", "flipSign(angle.lo, x) + sum.lo"),
+    ("a coefficient of the arctangent", "atan2", "^row 0 .0x1.ep-4", "invtrig/arctangent.hpp",
+     "0x1.99999999991bbp-3", "0x1.999999999p-3"),
+    ("a row's low word in its last digits", "atan2", "^rows 2.-3 .0x", "invtrig/atan_rows.inc",
+     "0x1.8cc4d8b0d1d86p-32", "0x1.8cc4d8p-32"),
 ]
 
 
@@ -117,8 +123,8 @@ def main():
     for what, name, only, file, text, replacement in changes:
         before = outcome(programs / name, only)
         with tempfile.TemporaryDirectory() as work:
-            shutil.copytree(ROOT / "src", Path(work) / "src")
-            (Path(work) / "families").symlink_to(ROOT / "families") # which the sources include
+            for folder in ("src", "families"):  # (kernels include both)
+                shutil.copytree(ROOT / folder, Path(work) / folder)
             path = Path(work) / "src" / file
             source = path.read_text()
             if text not in source:

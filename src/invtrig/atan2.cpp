@@ -16,11 +16,11 @@
 // the exponents are 54 or more apart, the angle is the quotient, pi/2 less its reciprocal, pi/2 or
 // pi.
 //
-// Error: t (1 + tail) is exact but for the tail, z P(z) in one double with z from the rounded
-// quotient. Just below a quotient of 1/8 the tail is 2^-7.6 of the result and its roundings come to
-// 0.0155 ulp, the polynomial to 0.0022: below 0.52 ulp, 0.5161 seen at 0x1.fb4505dd50be1p-4,
-// 0x1.0089e718e4747p+0. Where x is subnormal and the quotient above 2^54, b is the quotient's and
-// the row the table's last: they differ by 2^-54, and with it the error may reach 0.7244 ulp.
+// Error: proven (docs/proofs.md) below 0.52 ulp (0.518), 0.5174 seen at 0x1.3012c20ba4be6p-3,
+// 0x1.302da4d4f4b3ep+0. Just below a quotient of 1/8 the roundings of the tail, z P(z) in one
+// double with z from the rounded quotient, count most: it is 2^-7.6 of the result. Where x is
+// subnormal and the quotient above 2^54, b is the quotient's and the row the table's last: they
+// differ by 2^-54, and what is proven is 0.7244 ulp.
 
 #include "core/export.hpp"
 #include "invtrig/angles.hpp"
