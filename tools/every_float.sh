@@ -17,8 +17,8 @@ levels() {
 
 The libraries for levels of processors compute floats by [short roads](short-roads.md). Beside the plain
 library: of the families of one source all 2^32 arguments, their results and statuses, the flags of each 4096
-together and of one in 64 alone; of the others 10^9 pairs, a quarter of them next to a middle between two
-floats or exactly that.
+together and of one in 64 alone; of the others 10^9 pairs of each, a quarter of them from some 500 that are
+next to a middle between two floats.
 
 | level | one source, 2^32 arguments | two sources, 10^9 pairs | |
 |---|---|---|---|
