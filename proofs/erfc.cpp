@@ -21,8 +21,8 @@ Real scaledErfc(const Real& x) {
 }
 
 // What 1. and 2. show for 3., relative.
-constexpr double directError = 0x1p-60;   // absolute, of the rows without the Gaussian
-constexpr double scaledError = 0x1.6p-61; // relative, of the others
+constexpr double directError = 0x1p-60; // absolute, of the rows without the Gaussian
+constexpr double scaledError = 0x1p-62; // relative, of the others
 
 /// A recorded polynomial, without roundings.
 Real realOf(const Term& t, const Term& variable, const Real& x) {
@@ -38,21 +38,32 @@ Real realOf(const Term& t, const Term& variable, const Real& x) {
 
 /// What a row leaves of f(a) = e^(a^2) erfc(a), relative: a bound of |P/f - 1|. Its error d has
 /// d' = 2 a d + rho, with rho = P' - 2 a P + 2/sqrt(pi), as f' = 2 a f - 2/sqrt(pi). So d(a) is
-/// d(b) e^(a^2 - b^2) less the integral of rho e^(a^2 - s^2) from a to b: at most |d(b)| + (b - a) |rho|.
+/// d(b) e^(a^2 - b^2) less the integral of rho e^(a^2 - s^2) from a to b: at most |d(b)| + (b - a)
+/// |rho|.
 template <class P>
-double scaledRowError(const std::string& polynomial, const P& value, double center, Interval range) {
+double scaledRowError(const std::string& polynomial, const P& value, double center,
+                      Interval range) {
   static std::map<std::string, double> known;
   const auto [found, isNew] = known.emplace(polynomial, 0);
   if (isNew) {
-    const double rho = polynomialError(text("diff(", polynomial, ") - 2*(", center, " + x)*(", polynomial, ")"),
-                                       "-2/sqrt(pi)", {below(range.low - center), above(range.high - center)});
+    const double rho =
+        polynomialError(text("diff(", polynomial, ") - 2*(", center, " + x)*(", polynomial, ")"),
+                        "-2/sqrt(pi)", {below(range.low - center), above(range.high - center)});
     for (const Interval& piece : pieces(range, 512)) {
       const Real exact = scaledErfc(piece.high);
       const double off = std::fabs((value(Real(piece.high) - Real(center)) - exact).toDouble());
-      found->second = std::max(found->second, above((off + (piece.high - piece.low) * rho) * (1 + 0x1p-50) / exact.toDouble()));
+      found->second = std::max(found->second, above((off + (piece.high - piece.low) * rho) *
+                                                    (1 + 0x1p-50) / exact.toDouble()));
     }
   }
   return found->second;
+}
+
+int lastPlaceOf(double v) {
+  int k = std::ilogb(v);
+  while (std::fmod(v, std::ldexp(1.0, k)) != 0)
+    --k;
+  return k;
 }
 
 /// Row j, for the a that have it.
@@ -71,6 +82,7 @@ void row(Proof& proof, const std::string& name, int j, Interval range) {
   call(t.hi, "tHi"), call(t.lo, "tLo");
   // The steps, the last first: their sums and low words.
   std::vector<DoubleDoubleOf<Term>> steps{{operand(value.hi, 0), operand(value.hi, 1)}};
+  std::vector<Term> rests;
   Term tail;
   for (int k = 0;; ++k) {
     const DoubleDoubleOf<Term> step = steps[static_cast<std::size_t>(k)];
@@ -79,16 +91,20 @@ void row(Proof& proof, const std::string& name, int j, Interval range) {
     if (k == 5)
       break;
     const Term next = operand(operand(tail, 0), 0); // of the split
-    const Term low = operand(operand(step.lo, 0), 1), nextLo = operand(operand(operand(operand(low, 0), 1), 0), 1);
+    const Term low = operand(operand(step.lo, 0), 1),
+               nextLo = operand(operand(operand(operand(low, 0), 1), 0), 1);
     steps.push_back({next, nextLo});
   }
+  for (const auto& step : steps)
+    rests.push_back(fastTwoSum(operand(step.hi, 0), operand(step.hi, 1)).lo);
   Recorder::get().freeze();
   const bool direct = j < 6;
   const double center = -f(0).value();
   const std::string whole = text("(", formulaOf(tail, t.hi, "x"), ")");
   std::string polynomial = "0";
   for (int k = 5; k >= 0; --k)
-    polynomial = text("(", f(2 * k + 1), " + ", f(2 * k + 2), ") + ", k == 5 ? whole : text("x*(", polynomial, ")"));
+    polynomial = text("(", f(2 * k + 1), " + ", f(2 * k + 2), ") + ",
+                      k == 5 ? whole : text("x*(", polynomial, ")"));
   const auto function = direct ? erfc : scaledErfc;
   const auto value_ = [&](const Real& v) {
     Real sum = realOf(tail, t.hi, v);
@@ -96,25 +112,30 @@ void row(Proof& proof, const std::string& name, int j, Interval range) {
       sum = (k == 5 ? sum : v * sum) + Real(f(2 * k + 1).value()) + Real(f(2 * k + 2).value());
     return sum;
   };
-  const double error = direct ? polynomialError(polynomial, text("erfc(", center, " + x)"), {below(range.low - center), above(range.high - center)}, true)
-      : scaledRowError(polynomial, value_, center, range);
-  if (std::getenv("RAW")) std::printf("# row %d: 2^%.2f\n", j, std::log2(error));
-  for (const Interval& piece : pieces(range, 4)) {
+  const double error =
+      direct ? polynomialError(polynomial, text("erfc(", center, " + x)"),
+                               {below(range.low - center), above(range.high - center)}, true)
+             : scaledRowError(polynomial, value_, center, range);
+  if (std::getenv("RAW"))
+    std::printf("# row %d: 2^%.2f\n", j, std::log2(error));
+  for (const Interval& piece : pieces(range, 2)) {
     Script s(text(name, " row ", j, " ", piece));
     s.cut(a, "a");
     proof.over(s, name + " rows", "a", piece);
     s.multiple(t.hi, std::ilogb(piece.low) - 52);
     s.define("T", "tHi + tLo");
-    s.stands(tail, "tail");
     for (int k = 5; k >= 0; --k) {
       const auto [hi, lo] = steps[static_cast<std::size_t>(k)];
       const std::string v = text("V", k), rest = text("E", k), ideal = s.ideal(lo);
-      s.define(v, text("(", f(2 * k + 1), " + ", f(2 * k + 2), ") + ", k == 5 ? s.ideal(tail) : text("T*V", k + 1)));
+      s.define(v, text("(", f(2 * k + 1), " + ", f(2 * k + 2), ") + ",
+                       k == 5 ? s.ideal(tail) : text("T*V", k + 1)));
       s.define(rest, text(v, " - ", hi));
-      s.hint(text(lo, " - ", rest, " -> (", lo, " - ", ideal, ")", k == 5 ? text(" + (", tail, " - ", s.ideal(tail), ")") : ""));
+      s.hint(text(lo, " - ", rest, " -> (", lo, " - ", ideal, ")",
+                  k == 5 ? text(" + (", tail, " - ", s.ideal(tail), ")") : ""));
       s.hint(text(rest, " -> ", lo, " - (", lo, " - ", rest, ")"));
       s.stands(lo, rest);
       s.multiple(hi, std::ilogb(f(2 * k + 1).value()) - 56);
+      s.orderedByMultiple(rests[static_cast<std::size_t>(k)], lastPlaceOf(f(2 * k + 1).value()));
       if (k < 5)
         s.exact(operand(hi, 1));
     }
@@ -122,10 +143,184 @@ void row(Proof& proof, const std::string& name, int j, Interval range) {
     s.real("dS", Interval::within(above(error + error * error * 2))); // 1/(1 + e) - 1
     s.define("S", "V0*(1 + dS)");
     s.hint("vHi + vLo - S -> (lo0 - E0) + -(V0*dS)");
-    s.goal(text("|vHi + vLo - S| <= ", direct ? directError : scaledError * function(piece.high).toDouble()));
+    s.goal(text("|vHi + vLo - S| <= ",
+                direct ? directError : scaledError * function(piece.high).toDouble()));
     if (direct)
       s.lastRounding(name + " normal", rounded, "S", leastUlp(function, piece.low, piece.high));
     proof.add(s);
+  }
+}
+
+/// -a^2 = -(square.hi + square.lo) - ...: square.hi exact, square.lo small.
+struct Gaussian {
+  Term x = Term::argument("x"), a = magnitude(x);
+  DoubleDoubleOf<Term> as = splitHiLo(a, split26Bits), square = productOfShort(as, as);
+  Reduction red{-square.hi};
+  Gaussian() { call(a, "a"), call(square.hi, "sHi"), call(square.lo, "sLo"); }
+};
+constexpr double largestLo = 0x1p-15, squareError = 0x1p-66; // of a^2's low word
+constexpr double gaussianError = 0x1.28p-61;                 // relative
+constexpr double largestSumLo = 0x1p-24;
+
+void square(Proof& proof, Interval range) {
+  for (const Interval& binade : binades(range, 0)) {
+    Recorder::get().clear();
+    const Gaussian g;
+    Script s(text("square ", binade));
+    s.cut(g.a, "a");
+    s.multiple(g.a, std::ilogb(binade.low) - 52);
+    proof.over(s, "square", "a", binade);
+    s.exact(g.square.hi);
+    s.goal(text("|sLo| <= ", largestLo));
+    s.goal(text("|sLo - (a*a - sHi)| <= ", squareError));
+    s.hint("sLo - (a*a - sHi) -> sLo - MsLo");
+    proof.add(s);
+  }
+  proof.coversReals("square", range);
+}
+
+/// 2^(j/64) e^R for neighbouring rows, R = Mr - (a^2 - sHi).
+template <class Tag>
+void gaussian(Proof& proof, const std::string& name, int first, int last) {
+  Recorder::get().clear();
+  const Gaussian g;
+  const ScaledPair<Term> product =
+      timesGaussian<Tag>(DoubleDoubleOf<Term>{Term::argument("vHi"), Term::argument("vLo")}, g.a);
+  const DoubleDoubleOf<Term> r1 = g.red.reduced.exactR(), r2 = twoSum(r1.hi, -g.square.lo);
+  const Term r = call(r2.hi, "rHi"), rLo = r1.lo + r2.lo, tail = expTail<ExpPolynomialLong>(r);
+  const Term u = call(r + tail, "u"), inner = call(tail - u, "inner"),
+             uError = call(r + inner, "uError");
+  const DoubleDoubleOf<Term> us = splitHiLo(u, split26Bits);
+  const Term uLo = call(rLo + (uError + us.lo), "uLo"), uHi = call(us.hi, "uHi");
+  const auto& j = g.red.reduced.j;
+  const DoubleDoubleOf<Term> power{lookUp(erfcPowers<Tag>, j, &PairRow::hi),
+                                   lookUp(erfcPowers<Tag>, j, &PairRow::lo)};
+  const auto parts = productOfShort(power, DoubleDoubleOf<Term>{uHi, uLo});
+  const auto sum = twoSum(power.hi, parts.hi);
+  const Term sumLo = call(parts.lo + (sum.lo + power.lo), "gLo");
+  call(sum.hi, "gHi");
+  Recorder::get().freeze();
+  const double largest = largestR + 2 * largestLo;
+  const double error = polynomialError(tail, r, "expm1(x) - x", Interval::within(largest));
+  double hi[2] = {3, 0}, lo = 0;
+  Interval rest{1, -1};
+  for (int k = first; k <= last; ++k) {
+    const PairRow& row = erfcPowers<Tag>[k];
+    hi[0] = std::min(hi[0], row.hi), hi[1] = std::max(hi[1], row.hi);
+    lo = std::max(lo, std::fabs(row.lo));
+    const Interval i = enclosure(proof::power(k) - Real(row.hi) - Real(row.lo));
+    rest = {std::min(rest.low, i.low), std::max(rest.high, i.high)};
+  }
+  Script s(text(name, " power ", first, " to ", last));
+  g.red.over(proof, s, s.name(), Interval::within(largestR));
+  proof.coversReals(s.name(), Interval::within(largestR));
+  s.cut(g.square.lo, "sLo");
+  s.real("sLo", Interval::within(largestLo));
+  s.real("dSquare", Interval::within(squareError));
+  s.cut(power.hi, "power", "fixed<-25,ne>");
+  s.cut(power.lo, "powerLo");
+  s.real("power", {hi[0], hi[1]});
+  s.real("powerLo", Interval::within(lo));
+  s.real("dPower", rest);
+  s.define("R", "Mr - (sLo + dSquare)");
+  s.stands(r, "R");
+  s.hint(text("rHi - R -> -(", s.ideal(rLo), ") + -(trailing - Mtrailing) + dSquare"));
+  s.truth(tail, "Q", Interval::within(error));
+  s.stands(inner, "inner");
+  s.stands(uError, "uError");
+  s.hint(text("uError -> (uError - (rHi + inner)) + (inner - (", tail, " - u)) + -(u - (rHi + ",
+              tail, "))"));
+  const std::string ideal = s.ideal(uLo);
+  s.stands(uLo, "E");
+  s.define("E", "R + Q - uHi");
+  s.hint(text("uLo - E -> (uLo - ", ideal, ") + (uError - (rHi + inner)) + (inner - (", tail,
+              " - u)) + (", tail, " - Q) + -(trailing - Mtrailing) + dSquare"));
+  s.hint("E -> uLo - (uLo - E)");
+  s.exact(parts.hi);
+  s.define("G", "(power + powerLo + dPower)*(1 + (R + Q))");
+  s.hint(text("gHi + gLo - G -> (gLo - ", s.ideal(sumLo), ") + -(dPower*(1 + (R + Q)))"));
+  s.goal(text("|gHi + gLo - G| <= ", gaussianError * hi[0] * 0.994));
+  s.goal(text("gHi in [0x1.f8p-1,0x1.01p+1] /\\ |gLo| <= ", largestSumLo));
+  proof.add(s);
+  (void)product;
+}
+
+/// V G from their words, each a significand: any binade is as good as another.
+struct Product {
+  DoubleDoubleOf<Term> v, g; // the words
+  ScaledPair<Term> of;
+  template <class Tag>
+  static Product record(const Term& a) {
+    Product p;
+    p.v = erfcPolynomial<Tag>(a);
+    p.of = timesGaussian<Tag>(p.v, a);
+    const Term gSplit = operand(p.of.hi, 1), low = operand(operand(operand(p.of.lo, 1), 1), 0);
+    (void)low;
+    p.g.hi = operand(gSplit, 0);
+    const Term gLow = operand(operand(operand(p.of.lo, 0), 1), 1); // of a.hi * b.lo
+    p.g.lo = operand(gLow, 0);
+    return p;
+  }
+  /// hi + lo stands for S = V G.
+  void operator()(Script& s) const {
+    s.cut(v.hi, "vHi"), s.cut(v.lo, "vLo"), s.cut(g.hi, "gHi"), s.cut(g.lo, "gLo");
+    s.real("vHi", {1, 2}), s.real("vLo", Interval::within(0x1p-52));
+    s.real("gHi", {0x1.f8p-1, 0x1.01p+1}), s.real("gLo", Interval::within(largestSumLo));
+    s.real("dV", Interval::within(scaledError * (1 + 0x1p-50)));
+    s.real("dG", Interval::within(gaussianError * (1 + 0x1p-50)));
+    s.exact(of.hi);
+    s.define("Y", "(vHi + vLo)*(gHi + gLo)");
+    s.define("d", "dV + dG + dV*dG");
+    s.define("S", "Y*(1 + d)");
+    s.hint(text(of.hi, " + ", of.lo, " - S - -(Y*d) -> ", of.lo, " - ", s.ideal(of.lo)));
+    s.goal(
+        text("|", of.hi, " + ", of.lo, " - S - -(Y*d)| <= ", productError, " /\\ Y >= 0x1.f7p-1"));
+  }
+  static constexpr double productError = 0x1p-73;
+  /// |hi + lo - S| / |S| is below this: |Y d| and the error of lo, which is less than 1.02 of it.
+  static constexpr double relative =
+      (scaledError + gaussianError + 1.04 * productError) * (1 + 0x1p-40);
+};
+
+/// Subnormal results, which the kernel has for doubles alone: they stand here again. Of hi + lo,
+/// 2^200 times the result.
+template <class Tag>
+void subnormal(Proof& proof, const std::string& name, Proof::Export library) {
+  using Limits = ErfcLimits<double>;
+  const std::string label = name + " subnormal";
+  for (const bool once : {true, false}) {
+    Recorder::get().clear();
+    const Term x = Term::argument("x");
+    const ScaledPair<Term> value = timesGaussian<Tag>(erfcPolynomial<Tag>(x), x);
+    const Term scale = withExponent(value.exponent + 200 + 1023, 1.0);
+    const Term hi = value.hi * scale, lo = value.lo * scale;
+    const DoubleDoubleOf<Term> sum = twoSum(hi, lo), leading = splitHiLo(sum.hi, split26Bits);
+    const Term rounded = (hi + lo) * twoToMinus200, low = sum.lo + leading.lo;
+    const Term y = call(once ? leading.hi * twoToMinus200 + low * twoToMinus200 : rounded, "y");
+    const Term result = once ? y : y + y * y; // the square is zero
+    Recorder::get().freeze();
+    const Interval range = once ? Interval{Limits::subnormal, Limits::singleRounding}
+                                : Interval{above(Limits::singleRounding), below(Limits::underflow)};
+    proof.replay(text(name, " subnormal ", range), library, x, result,
+                 Proof::uniform(range.low, range.high));
+    const auto place = [](double v) { return static_cast<int>(mpfr_get_exp(erfc(v).get())) - 1; };
+    for (int e = place(range.high); e <= place(range.low); ++e) {
+      Script s(text(name, once ? " rounded once 2^" : " rounded 2^", e));
+      s.cut(hi, "hi"), s.cut(lo, "lo");
+      s.assume(text("S in [1b", e, ",1b", e + 1,
+                    "] /\\ |hi + lo - S*0x1p200| <= ", std::ldexp(Product::relative, e + 201),
+                    " /\\ |lo| <= ", std::ldexp(1.0, e + 180)));
+      if (once) {
+        s.smallSum(y);
+        s.hint("y - S -> (y - My) + (hi + lo - S*0x1p200)*0x1p-200");
+        s.bound(label, "(y - S)/0x1p-1074");
+      } else {
+        s.hint(text(s.operationOf(y), " - S -> (", sum.hi,
+                    " - (hi + lo))*0x1p-200 + (hi + lo - S*0x1p200)*0x1p-200"));
+        s.lastRounding(label, y, "S", 0x1p-1074);
+      }
+      proof.add(s);
+    }
   }
 }
 
@@ -133,17 +328,70 @@ template <class Tag>
 void prove(Proof& proof, const std::string& name, Proof::Export library) {
   using Limits = ErfcLimits<double>;
   const Interval whole{0x1p-70, below(Limits::underflow)};
-  const auto rowOf = [](double a) { const double square = (1.0 + a) * (1.0 + a); return exponentField(square * square) - Format<double>::bias; };
+  const auto rowOf = [](double a) {
+    const double square = (1.0 + a) * (1.0 + a);
+    return exponentField(square * square) - Format<double>::bias;
+  };
   for (const auto& [j, range] : preimages(rowOf, whole))
     row<Tag>(proof, name, j, range);
   proof.coversDoubles(name + " rows", whole);
-  (void)library;
+  for (int j = 0; j < 64; j += 8)
+    gaussian<Tag>(proof, name, j, j + 7);
+  {
+    Recorder::get().clear();
+    const Term x = Term::argument("x");
+    suppose(isNegative(x), false);
+    const Term result = ErfcKernel<Tag>::compute(x), value = unscaled(result);
+    const Product product = Product::record<Tag>(magnitude(x));
+    require(operand(value, 0).id == product.of.hi.id && operand(value, 1).id == product.of.lo.id,
+            "the product");
+    Recorder::get().freeze();
+    proof.replay(name + " product", library, x, result, Proof::uniform(1.83, 26.5));
+    Script s(name + " product");
+    product(s);
+    // An ulp is more than 2^-53 of S.
+    s.bound(name + " normal", text("0.5 + 0x1p53*", Product::relative));
+    proof.add(s);
+  }
+  {
+    Recorder::get().clear();
+    const Term x = Term::argument("x");
+    suppose(isNegative(x), true);
+    const Term result = ErfcKernel<Tag>::computeSecondRange(x), value = call(result, "value");
+    const DoubleDoubleOf<Term> w = erfcPolynomial<Tag>(magnitude(x));
+    Recorder::get().freeze();
+    proof.replay(name + " negative", library, x, result, Proof::uniform(-1.82, -0.001));
+    Script s(name + " negative");
+    s.cut(w.hi, "wHi"), s.cut(w.lo, "wLo");
+    s.real("wHi", {0, 1}), s.real("wLo", Interval::within(0x1p-24));
+    s.assume("W in [0,1]");
+    s.assume(text("|wHi + wLo - W| <= ", directError));
+    s.define("S", "2 - W");
+    const Term rest = operand(value, 1);
+    s.hint(text(s.operationOf(value), " - S -> (", rest, " - ", s.ideal(rest),
+                ") + -(wHi + wLo - W)"));
+    s.lastRounding(name + " normal", value, "S", 0x1p-52);
+    proof.add(s);
+  }
+  subnormal<Tag>(proof, name, library);
+  // The rest: 1 + x and 2 - tiny, and zero.
+  require(erfc(-Limits::saturation).toDouble() + 0x1p-53 >= 2 &&
+              mpfr_cmp(erfc(Limits::underflow).get(), twoTo(-1075).get()) <= 0,
+          "saturated");
+  require(mpfr_cmp(erfc(Limits::subnormal).get(), twoTo(-1022).get()) < 0 &&
+              mpfr_cmp(twoTo(-1022).get(), erfc(below(Limits::subnormal)).get()) < 0,
+          "where results are subnormal");
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
   Proof proof(argc, argv);
+  const Interval squares{-0x1.74910d52d3052p9, -1};
+  reduction(proof, squares);
+  proof.coversDoubles("arguments", squares);
+  square(proof, {ErfcKernel<Erfc_64f_A53>::gaussian, ErfcLimits<double>::underflow});
   prove<Erfc_64f_A53>(proof, "Erfc_64f_A53", qelsErfc_64f_A53);
+  prove<Erfc_64f_A50>(proof, "Erfc_64f_A50", qelsErfc_64f_A50);
   return proof.finish();
 }
