@@ -3,7 +3,10 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <map>
 
@@ -56,13 +59,54 @@ Arrays<T> ordinary(const peers::Peer& peer, std::size_t elements) {
 template Arrays<float> ordinary<float>(const peers::Peer&, std::size_t);
 template Arrays<double> ordinary<double>(const peers::Peer&, std::size_t);
 
-Arrays<double> withExceptions(const peers::Peer& peer, std::size_t elements) {
-  Arrays<double> arrays = ordinary<double>(peer, elements);
+template <class T>
+Arrays<T> withExceptions(const peers::Peer& peer, std::size_t elements) {
+  Arrays<T> arrays = ordinary<T>(peer, elements);
   const std::vector<double> values = exceptions(peer.family);
   Random random(2);
-  for (double& element : peer.family == "Div" ? arrays.y : arrays.x)
+  for (T& element : peer.family == "Div" ? arrays.y : arrays.x)
     if (happens(random, 0.01))
-      element = values[random() % values.size()];
+      element = static_cast<T>(values[random() % values.size()]);
+  return arrays;
+}
+template Arrays<float> withExceptions<float>(const peers::Peer&, std::size_t);
+template Arrays<double> withExceptions<double>(const peers::Peer&, std::size_t);
+
+Arrays<float> mixedFloats(const peers::Peer& peer, const std::string& kind,
+                          const loader::Function& doubles, std::size_t elements) {
+  Arrays<float> arrays = ordinary<float>(peer, elements);
+  Random random(5);
+  if (kind == "a tenth of large angles") {
+    for (float& x : arrays.x)
+      if (happens(random, 0.1))
+        x = std::exp2(drawn<float>(random, {30, 127}));
+  } else if (kind == "subnormals") {
+    for (float& x : arrays.x)
+      x = drawn<float>(random, {0, 1}) * std::numeric_limits<float>::min();
+  } else {
+    // Every 2^11th or so is within 2^-37.
+    const auto isNearMiddle = [](double result) {
+      constexpr std::uint64_t middle = 1u << 28, near = 1u << 16;
+      return (std::bit_cast<std::uint64_t>(result) - (middle - near)) % (2 * middle) < 2 * near;
+    };
+    std::vector<float> x, y;
+    while (x.size() < arrays.elements()) {
+      Arrays<double> wide(4096);
+      for (std::size_t i = 0; i < wide.elements(); ++i) {
+        wide.x[i] = drawn<float>(random, peer.x);
+        wide.y[i] = drawn<float>(random, peer.y);
+      }
+      doubles(wide.operands(0), 4096);
+      for (std::size_t i = 0; i < wide.elements(); ++i)
+        if (isNearMiddle(wide.r[i])) {
+          x.push_back(static_cast<float>(wide.x[i]));
+          y.push_back(static_cast<float>(wide.y[i]));
+        }
+    }
+    std::copy_n(x.begin(), arrays.elements(), arrays.x.begin());
+    if (peer.y.low != peer.y.high) // all of Powx have one exponent
+      std::copy_n(y.begin(), arrays.elements(), arrays.y.begin());
+  }
   return arrays;
 }
 

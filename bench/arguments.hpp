@@ -37,7 +37,8 @@ Arrays<T> ordinary(const peers::Peer& peer, std::size_t elements);
 
 /// The same with one element in a hundred, at random places, that is infinite, NaN or something
 /// that the family reports.
-Arrays<double> withExceptions(const peers::Peer& peer, std::size_t elements);
+template <class T>
+Arrays<T> withExceptions(const peers::Peer& peer, std::size_t elements);
 /// What these are, for a table: "1000, -1000, inf, nan".
 std::string exceptionsText(const std::string& family);
 
@@ -50,6 +51,12 @@ struct TwoRanges {
 const std::vector<TwoRanges>& twoRanges();
 /// Each element from the second range with that probability, otherwise from the first.
 Arrays<double> ofTwoRanges(const TwoRanges& ranges, double ofSecond, std::size_t elements);
+
+/// Floats for short roads, whose usual ones are those of ordinary(): "a tenth of large angles"
+/// (from 2^30 on), "subnormals", "middles" (whose results, which a double export tells, are next to
+/// a middle between two floats).
+Arrays<float> mixedFloats(const peers::Peer& peer, const std::string& kind,
+                          const loader::Function& doubles, std::size_t elements);
 
 /// Of either sign, of magnitudes 2^low to 2^high, their logarithms uniform.
 Arrays<double> ofMagnitudes(double low, double high, std::size_t elements);

@@ -62,6 +62,23 @@ void addLevels(Subject& subject) {
   }
 }
 
+/// Builds of the levels without short roads, if they have been made.
+void addFullRoads(Subject& subject) {
+  const fs::path plain = subject.builds.front().library.file();
+  for (const char* level : {"v3", "v4"}) {
+    const fs::path path =
+        plain.parent_path() / "full-roads" / level / loader::Library::defaultName();
+    if (!fs::exists(path))
+      continue;
+    try {
+      Build& build = subject.fullRoads.emplace_back(path.string());
+      build.name = loader::cpuCode(build.library.version());
+    } catch (const std::runtime_error& error) {
+      fmt::print(stderr, "qelvm_bench: without a level: {}\n", error.what());
+    }
+  }
+}
+
 void addFamilies(Subject& subject, const std::string& pattern) {
   const std::regex regex(pattern);
   for (const loader::Export& e : loader::exports()) {
@@ -85,6 +102,7 @@ void run(const Options& options) {
   addBuild(subject, options.library);
   if (options.wide.empty())
     addLevels(subject);
+  addFullRoads(subject);
   for (const std::string& path : options.wide)
     addBuild(subject, path);
 

@@ -64,6 +64,11 @@ public:
     for (const Build& build : subject_.builds)
       add<T>(build.name, build.library.function(export_), arrays, length, name);
   }
+  template <class T>
+  void addFullRoads(Shared<T> arrays, int length, const std::string& name) {
+    for (const Build& build : subject_.fullRoads)
+      add<T>(build.name, build.library.function(export_), arrays, length, name);
+  }
 
   /// All others that do the same work.
   template <class T>
@@ -198,7 +203,7 @@ void measureExceptions(Subject& subject) {
     const peers::Peer& peer = *peers::peerOf(family);
     Contest contest(subject, "exceptions", family, "_64f_A53");
     contest.addBuilds(share(ordinary<double>(peer, usual)), usual, "ordinary");
-    contest.addBuilds(share(withExceptions(peer, usual)), usual, "exceptions");
+    contest.addBuilds(share(withExceptions<double>(peer, usual)), usual, "exceptions");
     contest.run();
   }
 }
@@ -217,6 +222,41 @@ void measureRanges(Subject& subject) {
     contest.addBuilds(share(ofTwoRanges(two, 0, usual)), usual, "first");
     contest.addBuilds(share(ofTwoRanges(two, 0.5, usual)), usual, "both");
     contest.addBuilds(share(ofTwoRanges(two, 1, usual)), usual, "second");
+    contest.run();
+  }
+}
+
+/// What short roads meet, by its name in the table.
+std::vector<std::string> floatKinds(const std::string& family) {
+  std::vector<std::string> kinds{"usual", "one in a hundred exceptional", "subnormals"};
+  if (family == "Sin" || family == "Cos" || family == "SinCos" || family == "Tan")
+    kinds.emplace_back("a tenth of large angles");
+  if (family != "Div" && family != "Inv" && family != "Sqrt") // theirs are not approximate
+    kinds.emplace_back("middles");
+  return kinds;
+}
+constexpr int shortFloats[] = {1, 4, 16};
+
+void measureFloats(Subject& subject) {
+  if (subject.fullRoads.empty())
+    return;
+  for (const std::string& family : subject.families) {
+    const peers::Peer& peer = *peers::peerOf(family);
+    const loader::Function doubles =
+        subject.plain().library.function(*loader::findExport(family + "_64f_A53"));
+    Contest contest(subject, "floats", family, "_32f_A24");
+    const auto addAll = [&](const Shared<float>& arrays, int length, const std::string& name) {
+      contest.addBuilds(arrays, length, name);
+      contest.addFullRoads(arrays, length, name);
+    };
+    for (const std::string& kind : floatKinds(family))
+      addAll(share(kind == "usual" ? ordinary<float>(peer, usual)
+                   : kind == "one in a hundred exceptional"
+                       ? withExceptions<float>(peer, usual)
+                       : mixedFloats(peer, kind, doubles, usual)),
+             usual, kind);
+    for (const int length : shortFloats)
+      addAll(share(ordinary<float>(peer, usual)), length, "usual");
     contest.run();
   }
 }
@@ -328,9 +368,41 @@ void printA50(const Subject& subject) {
 
 void printA24(const Subject& subject) {
   fmt::print("## 32f_A24\n\nNanoseconds per element, {} elements. The other libraries have short "
-             "functions for floats;\nthis one rounds its double result.\n\n",
+             "functions for floats;\nthe plain library rounds its double result, levels take "
+             "[short roads](short-roads.md).\n\n",
              usual);
   printWithPeers(subject, "32f_A24");
+}
+
+void printFloats(const Subject& subject) {
+  if (subject.fullRoads.empty())
+    return;
+  fmt::print(
+      "## Floats of all kinds\n\nNanoseconds per element of `32f_A24`, {} elements or, where it is "
+      "told, fewer; and how many times\nas fast as without the short roads (the full road: a float "
+      "costs as much as a double). Middles: all\nresults within 2^-37 of a middle between two "
+      "floats.\n\n",
+      usual);
+  std::vector<Column> columns;
+  for (const std::string& level : subject.levels())
+    for (const Build& full : subject.fullRoads)
+      if (full.name == level + "f") {
+        columns.push_back(timeColumn(subject, level));
+        columns.push_back(timeColumn(subject, full.name));
+        columns.back().title = level + " full road";
+        columns.push_back(ratioColumn(subject, full.name, level));
+        columns.back().title = "full road / " + level;
+      }
+  withoutMeans(columns);
+  std::vector<Row> rows;
+  for (const std::string& family : subject.families) {
+    for (const std::string& kind : floatKinds(family))
+      rows.push_back({{code(family), kind}, {"floats", family, kind, usual}});
+    for (const int length : shortFloats)
+      rows.push_back({{code(family), fmt::format("{} at a time", length)},
+                      {"floats", family, "usual", length}});
+  }
+  printTable({"family", "arguments"}, columns, rows);
 }
 
 void printSizes(const Subject& subject) {
@@ -439,6 +511,7 @@ const std::vector<Section>& sections() {
       {"A53", [](Subject& s) { measureClass<double>(s, "_64f_A53", true); }, printA53},
       {"A50", [](Subject& s) { measureClass<double>(s, "_64f_A50", false); }, printA50},
       {"A24", [](Subject& s) { measureClass<float>(s, "_32f_A24", true); }, printA24},
+      {"floats", measureFloats, printFloats},
       {"sizes", measureSizes, printSizes},
       {"lengths", measureLengths, printLengths},
       {"angles", measureAngles, printAngles},

@@ -20,7 +20,8 @@ struct Build {
 };
 
 struct Subject {
-  std::list<Build> builds; ///< the first is the one that the others, the levels, are compared to
+  std::list<Build> builds;    ///< the first is the one that the others, the levels, are compared to
+  std::list<Build> fullRoads; ///< levels without short roads of floats
   std::vector<std::string> families; ///< which are measured
   bool chosen = false;               ///< these are not all
   int rounds = 0;

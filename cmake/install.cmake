@@ -23,7 +23,7 @@ if(WIN32)
   install(FILES ${PROJECT_BINARY_DIR}/src/qelvmpx.def DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
 # What callers read: the guides, with the tables and pictures that they refer to, and the reference.
-install(FILES LICENSE docs/using.md docs/command-line.md docs/accuracy.md docs/every-float.md
+install(FILES LICENSE docs/using.md docs/command-line.md docs/accuracy.md docs/every-float.md docs/short-roads.md
               docs/performance.md docs/python.md docs/javascript.md docs/clusters.md docs/fortran.md
               docs/islands.svg docs/mutations.md
         DESTINATION ${CMAKE_INSTALL_DOCDIR})

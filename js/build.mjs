@@ -22,17 +22,23 @@ const statusTexts = Object.fromEntries(
   [...header.matchAll(/case qelStatus(\w+):\s+return "(.*)";/g)].map(([, name, text]) => [statuses[name], text]),
 );
 
+/** What the header says of the bound of an export. */
+function statementOf(name) {
+  const [, text] = header.match(new RegExp(`^/\\*\\* ((?:(?!\\*/)[^@])*) \\*/\\n.*QELVM_CALL qels${name}\\(`, 'm'));
+  return text.replace(/\s+(\* )?/g, ' ');
+}
+
 const families = [
   ...read('families/families.inc').matchAll(
-    /^QELVM_FAMILY\((\w+), (\w+), ([\w| ]+), ([\d.]+), ([\d.]+), ([\d.]+)\)/gm,
+    /^QELVM_FAMILY\((\w+), (\w+), ([\w| ]+), [\d.]+, [\d.]+, [\d.]+\)/gm,
   ),
-].map(([, family, shape, reports, bound32f, boundA50, boundA53]) => {
+].map(([, family, shape, reports]) => {
   const facts = read('families', `${family}.txt`);
   return {
     family,
     shape,
     reports: reports === 'Nothing' ? [] : reports.split(' | '),
-    bounds: { '32f': bound32f, A50: boundA50, A53: boundA53 },
+    bounds: Object.fromEntries(['32f_A24', '64f_A50', '64f_A53'].map((kind) => [kind, statementOf(`${family}_${kind}`)])),
     computes: facts.match(/^# \w+: (.*?)\.?$/m)[1],
     facts,
   };
@@ -127,8 +133,9 @@ const shapes = {
 };
 const documentation = (row) => {
   const text = row.computes.replace(/`src1`|`src2`|`src`/g, (s) => `\`${namesOf(row)[s === '`src2`' ? 1 : 0]}\``);
-  const { '32f': floats, A50, A53 } = row.bounds;
-  const bounds = `Within ${A53} ulp${A50 === A53 ? '' : ` (\`a50\`: ${A50})`}; of floats ${floats}.`;
+  const { '32f_A24': floats, '64f_A50': A50, '64f_A53': A53 } = row.bounds;
+  const named = (bound) => bound.replace(/\bsrc(\d)/g, (s, k) => `\`${namesOf(row)[k - 1]}\``);
+  const bounds = `Within ${named(A53)}.${A50 === A53 ? '' : ` \`a50\`: ${A50}.`} Of floats: ${floats}.`;
   return `${text[0].toUpperCase()}${text.slice(1)}. ${bounds} Reports ${row.reports.join(', ').toLowerCase() || 'nothing'}.`;
 };
 const types = read('js/src/types.d.ts')

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <iterator>
 #ifndef __wasm__
 #include <filesystem>
@@ -43,13 +44,55 @@ const std::map<std::string, int> ordinals = {
 #include "families/ordinals.inc"
 };
 
+const std::map<std::string, std::string> resultTexts = {
+#define QELVM_RESULTS(results, text) {#results, text},
+#define QELVM_ERROR(name, results, proven, observed, input)
+#include "families/errors.inc"
+};
+
+std::optional<double> provenBound(const std::string& text) {
+  return text == "-" ? std::nullopt : std::optional(std::strtod(text.c_str(), nullptr));
+}
+
+std::vector<Error> errorsOf(const std::string& name) {
+  static const std::multimap<std::string, Error> all = {
+#define QELVM_RESULTS(results, text)
+#define QELVM_ERROR(name, results, proven, observed, input)                                        \
+  {#name, {#results, resultTexts.at(#results), provenBound(#proven), observed, input}},
+#include "families/errors.inc"
+  };
+  std::vector<Error> list;
+  for (auto [row, end] = all.equal_range(name); row != end; ++row)
+    list.push_back(row->second);
+  return list;
+}
+
+Basis basisOf(const std::vector<Error>& errors, double bound) {
+  const auto shown = std::count_if(errors.begin(), errors.end(), [bound](const Error& e) {
+    return e.proven && *e.proven <= bound;
+  });
+  return shown == 0                                           ? Basis::Observed
+         : shown < static_cast<std::ptrdiff_t>(errors.size()) ? Basis::Partly
+                                                              : Basis::Proven;
+}
+
+/// Of floats every argument has been tried, where there is one; of two, their bound follows from
+/// that of the kernel, which A53 shares, and one more rounding.
+Basis basisOfFloats(const Family& f) {
+  if (f.shape == Shape::OneSource || f.shape == Shape::TwoDestinations)
+    return Basis::Tried;
+  const Basis kernel = basisOf(errorsOf(std::string(f.name) + "_64f_A53"), f.boundA53);
+  return kernel == Basis::Proven ? kernel : Basis::Observed;
+}
+
 std::vector<Export> listExports() {
   std::vector<Export> list;
   for (const Family& f : families) {
     const auto add = [&](const char* suffix, bool single, double bound) {
       const std::string name = std::string(f.name) + suffix;
-      list.push_back(
-          {name, f.name, single, f.shape, f.statuses, bound, ordinals.at("qels" + name)});
+      const std::vector<Error> errors = errorsOf(name);
+      list.push_back({name, f.name, single, f.shape, f.statuses, bound, ordinals.at("qels" + name),
+                      single ? basisOfFloats(f) : basisOf(errors, bound), errors});
     };
     add("_32f_A11", true, f.bound32);
     add("_32f_A21", true, f.bound32);

@@ -6,6 +6,7 @@
 #include "qelvm.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,14 +24,29 @@ enum StatusSet : unsigned {
   Domain = 8,
 };
 
+/// What is known of the error of some results of an export, in ulps of the exact ones.
+struct Error {
+  std::string results;          ///< "normal", "subnormal", ...
+  std::string where;            ///< the same in words: "the result is normal"
+  std::optional<double> proven; ///< a bound that a proof has shown
+  double observed;              ///< the largest one,
+  std::string at;               ///< with its input, hexadecimal; two are parted by ", "
+};
+
+/// What a bound rests on: a proof for all results, or for some; a run over every float;
+/// measurement.
+enum class Basis { Proven, Partly, Tried, Observed };
+
 struct Export {
   std::string name;   ///< without the prefix: "Exp_64f_A50"
   std::string family; ///< "Exp"
   bool single;        ///< float elements; otherwise double
   Shape shape;
-  unsigned statuses; ///< StatusSet
-  double bound;      ///< largest error in ulps
-  int ordinal;       ///< in the DLL
+  unsigned statuses;         ///< StatusSet
+  double bound;              ///< largest error in ulps
+  int ordinal;               ///< in the DLL
+  Basis basis;               ///< of the bound
+  std::vector<Error> errors; ///< of double elements
 
   int sources() const { return shape == Shape::TwoSources ? 2 : 1; }
   int destinations() const { return shape == Shape::TwoDestinations ? 2 : 1; }

@@ -3,11 +3,13 @@
 
   proofs/check.py PROGRAMS
 
-PROGRAMS is the folder of the built proof programs. Every script must be the one that was recorded
+PROGRAMS is the folder of the built proof programs. What they ask Sollya is answered from
+proofs/answers.txt, the record of the last full run; other questions are asked anew. Every script must be the one that was recorded
 (proofs/record.txt names its hash): else tools/prove.sh has to run again. Every proof replays its
 records, and its worst script runs through Gappa, where that is installed.
 """
 
+import concurrent.futures
 import os
 import re
 import shutil
@@ -39,21 +41,25 @@ for line in (ROOT / "proofs/record.txt").read_text().splitlines():
     elif kind == "worst":
         worst[rest] = value
 
+os.environ["QELVM_PROOF_ANSWERS"] = str(ROOT / "proofs/answers.txt")
 os.environ.setdefault("QELVM_PROOF_CACHE", str((programs / "cache").resolve()))
 if not shutil.which("sollya"):
     print("no Sollya, which bounds the polynomials: nothing compared")
     sys.exit(77)
-scripts = [s for program in prove.programs_in(programs) for s in prove.scripts_of(program)]
+pool = concurrent.futures.ThreadPoolExecutor(os.cpu_count())
+scripts = [s for of_one in pool.map(prove.scripts_of, prove.programs_in(programs)) for s in of_one]
 current = {(s.hash()[:32], label): s for s in scripts for label in s.bounds.values()}
 names = {(s.hash()[:32], f"{s.family} {s.name}") for s in scripts}
 expect(f"the scripts are not those of proofs/record.txt ({len(names - recorded)} new, {len(recorded - names)} gone, "
        f"such as {sorted(n for _, n in names ^ recorded)[:3]}): run tools/prove.sh", names == recorded)
-for program in prove.programs_in(programs):
-    done = subprocess.run([program, "replay", "20"], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
-    expect(f"{program.name}: {done.stdout}", done.returncode == 0)
+for done in pool.map(lambda program: subprocess.run([program, "replay", "20"], stdout=subprocess.PIPE,
+                                                    stderr=subprocess.STDOUT, text=True),
+                     prove.programs_in(programs)):
+    expect(f"{Path(done.args[0]).name}: {done.stdout}", done.returncode == 0)
 if shutil.which("gappa"):
-    for label, h in worst.items():
-        found, message = prove.run(current[h, label], None) if (h, label) in current else (None, "is not there")
+    for label, (found, message) in zip(worst, pool.map(
+            lambda item: prove.run(current[item[::-1]], None) if item[::-1] in current else (None, "is not there"),
+            worst.items())):
         expect(f"{label}: the worst script gives {found or message}, recorded is {bounds[label]}",
                found is not None and prove.upwards(found[label]) == f"{bounds[label]:.7f}")
 else:

@@ -6,6 +6,8 @@
 
 #include "qelvm.h"
 
+#include <array>
+#include <functional>
 #include <random>
 
 namespace qelvm::proof {
@@ -13,13 +15,16 @@ namespace qelvm::proof {
 class Proof {
 public:
   /// Arguments of a proof program: `print`, every script; `replay COUNT`, so many arguments for
-  /// every recorded case.
+  /// every recorded case; `draw SCRIPT COUNT`, arguments of the case that a script is about.
   Proof(int argc, char** argv) {
     const std::string mode = argc > 1 ? argv[1] : "";
     if (mode == "replay" && argc == 3)
       replays_ = std::atoi(argv[2]);
-    else if (mode != "print" || argc != 2)
-      fail("usage: print | replay COUNT");
+    else if (mode == "draw" && argc == 4) {
+      drawn_ = argv[2];
+      draws_ = std::atoi(argv[3]);
+    } else if (mode != "print" || argc != 2)
+      fail("usage: print | replay COUNT | draw SCRIPT COUNT");
   }
 
   // ---- coverage ----
@@ -38,12 +43,22 @@ public:
   void add(Script& script) {
     if (!names_.insert(script.name()).second)
       fail("two scripts are called " + script.name());
-    if (replays_ != 0)
+    if (draws_ != 0 && script.name() == drawn_)
+      draw(script);
+    if (replays_ != 0 || draws_ != 0)
       return;
     std::printf("#script %s\n", script.name().c_str());
     for (const auto& b : script.bounds())
       std::printf("#bound %s %s\n", b.name.c_str(), b.label.c_str());
     std::printf("%s#end\n", script.print().c_str());
+  }
+  /// The same script for several exports: printed once.
+  void addOnce(Script& script) {
+    const auto [found, isNew] = shared_.insert({script.name(), script.print()});
+    if (isNew)
+      add(script);
+    else if (found->second != script.print())
+      fail("another script is called " + script.name());
   }
 
   // ---- replay ----
@@ -53,23 +68,46 @@ public:
   template <class Sample>
   void replay(const std::string& what, Export library, const Term& x, const Term& result,
               const Sample& sample) {
+    next_ = [this, sample, x] { return std::pair{x.id, static_cast<double>(sample(random_))}; };
+    replay(
+        what, std::array{x}, result, [&](std::mt19937_64& r) { return std::array{sample(r)}; },
+        [&](const std::array<double, 1>& a, double* to) { library(a.data(), to, 1); });
+  }
+  /// The records of this program are stages of those that another replays.
+  void replayedBy(const std::string& program) { replayedBy_ = program; }
+  /// The same of several arguments: `sample` draws them all, `library(arguments, result)` calls.
+  template <std::size_t N, class Sample, class Library>
+  void replay(const std::string& what, const std::array<Term, N>& terms, const Term& result,
+              const Sample& sample, const Library& library) {
     int met = 0;
     for (int i = 0; met < replays_; ++i) {
       if (i > 1000 * replays_)
         fail(what + ": the sample never meets the case");
-      const double argument = sample(random_);
-      const auto values = Recorder::get().evaluate({{x.id, argument}});
-      if (!values)
+      const std::array<double, N> arguments = sample(random_);
+      std::map<int, double> values;
+      std::string written;
+      for (std::size_t k = 0; k < N; ++k) {
+        values[terms[k].id] = arguments[k];
+        written += (k ? ", " : "") + hex(arguments[k]);
+      }
+      const auto found = Recorder::get().evaluate(values);
+      if (!found)
         continue;
       ++met;
       double expected = 0;
-      library(&argument, &expected, 1);
-      const double recorded = fromWord<double>((*values)[static_cast<std::size_t>(result.id)]);
+      library(arguments, &expected);
+      const double recorded = fromWord<double>((*found)[static_cast<std::size_t>(result.id)]);
       if (bitsOf(recorded) != bitsOf(expected))
-        fail(what + ": of " + hex(argument) + " the record gives " + hex(recorded) +
-             ", the library " + hex(expected));
+        fail(what + ": of " + written + " the record gives " + hex(recorded) + ", the library " +
+             hex(expected));
     }
     replayed_ += met;
+    ++records_;
+  }
+  /// What a program compares by itself: how many arguments it is to try, and that it did.
+  int replays() const { return replays_; }
+  void compared(int arguments) {
+    replayed_ += arguments;
     ++records_;
   }
   /// Draws from an interval, evenly, and evenly in their exponents.
@@ -88,12 +126,17 @@ public:
   }
 
   int finish() {
+    if (draws_ != 0)
+      return drawn_.empty() ? 0
+                            : (std::fprintf(stderr, "no arguments of '%s'\n", drawn_.c_str()), 1);
     for (const auto& [domain, pieces] : pieces_)
       if (checked_.count(domain) == 0)
         fail("nothing says what '" + domain + "' covers");
     if (replays_ != 0) {
-      if (records_ == 0)
+      if (records_ == 0 && replayedBy_.empty())
         fail("nothing to replay");
+      if (!replayedBy_.empty())
+        std::printf("replayed by %s\n", replayedBy_.c_str());
       std::printf("%d arguments of %d records: the library's bits\n", replayed_, records_);
     } else
       std::printf("#complete %zu\n", names_.size());
@@ -101,10 +144,36 @@ public:
   }
 
 private:
-  int replays_ = 0, replayed_ = 0, records_ = 0;
+  int replays_ = 0, replayed_ = 0, records_ = 0, draws_ = 0;
+  std::string replayedBy_;
+  std::string drawn_;                            // a script
+  std::function<std::pair<int, double>()> next_; // an argument of the last replay
   std::mt19937_64 random_{20240229};
   std::set<std::string> names_, checked_;
+  std::map<std::string, std::string> shared_;
   std::map<std::string, std::vector<Interval>> pieces_;
+
+  /// Of the arguments of the last replay those that a script is about: whose recorded values lie
+  /// where its hypotheses have them.
+  void draw(const Script& script) {
+    std::vector<std::pair<std::size_t, Interval>> ranges;
+    const auto& nodes = Recorder::get().nodes;
+    for (std::size_t i = 0; i < nodes.size(); ++i)
+      if (const auto range = script.assumed(nodes[i].name); range && !nodes[i].known)
+        ranges.push_back({i, *range});
+    for (int i = 0, met = 0; next_ && met < draws_ && i < 100 * draws_; ++i) {
+      const auto [id, argument] = next_();
+      const auto values = Recorder::get().evaluate({{id, argument}});
+      if (!values || !std::all_of(ranges.begin(), ranges.end(), [&](const auto& r) {
+            const double v = fromWord<double>((*values)[r.first]);
+            return r.second.low <= v && v <= r.second.high;
+          }))
+        continue;
+      ++met;
+      std::printf("%a\n", argument);
+      drawn_.clear();
+    }
+  }
 
   void covers(const std::string& domain, Interval whole, bool doubles) {
     auto& pieces = pieces_[domain];

@@ -148,6 +148,9 @@ def main():
         sys.exit(f"{failed} scripts failed")
     if arguments.record and not arguments.only:
         arguments.record.write_text("".join(line + "\n" for line in sorted(record)))
+        # What Sollya has answered, for check.py.
+        answers = sorted(f"{path.stem} {' '.join(path.read_text().split())}" for path in cache.glob("*.answer"))
+        arguments.record.with_name("answers.txt").write_text("".join(line + "\n" for line in answers))
 
 
 if __name__ == "__main__":

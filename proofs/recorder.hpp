@@ -348,6 +348,24 @@ QELVM_MIXED_SUM(fastTwoSum)
 QELVM_MIXED_SUM(twoSum)
 #undef QELVM_MIXED_SUM
 
+/// A rest that a kernel writes out: (a - s) + b for s = a + b is that of a Fast2Sum.
+inline Term asFastTwoSum(const Term& error) {
+  proof::Node& n = proof::nodeOf(error.id);
+  const proof::Node& difference = proof::nodeOf(n.args.at(0));
+  const int a = difference.args.at(0), s = difference.args.at(1), b = n.args.at(1);
+  if (n.label != "+" || difference.label != "-" || proof::nodeOf(s).label != "+" ||
+      proof::nodeOf(s).args != std::vector{a, b})
+    proof::fail("no Fast2Sum");
+  n.kind = proof::Kind::sumError;
+  n.args = {a, b, s};
+  n.evaluate = [](const std::vector<proof::Word>& w) {
+    const auto v = [&](std::size_t k) { return proof::fromWord<double>(w[k]); };
+    return proof::wordOf((v(0) - v(2)) + v(1));
+  };
+  n.needsOrder = true;
+  return error;
+}
+
 /// By Lemma Split: hi has 53 - k bits for a splitter of 2^k + 1 or 2^k; lo = x - hi exactly.
 inline DoubleDoubleOf<Term> splitHiLo(const Term& x, double splitter) {
   int exponent = 0;
@@ -478,6 +496,8 @@ requires(std::is_same_v<S, Term> || std::is_same_v<V, Term>) inline Term
 template <class V, class S>
 requires(std::is_same_v<S, Term> || std::is_same_v<V, Term>) inline Term
     flipSign(const V& value, const S& sign) {
+  if (const Whole<bool> negative = isNegative(Term(sign)); negative.isKnown())
+    return negative.value() ? -Term(value) : Term(value);
   return proof::step(
       "flipSign", [](double v, double s) { return flipSign<double, double>(v, s); }, Term(value),
       Term(sign));
@@ -485,6 +505,8 @@ requires(std::is_same_v<S, Term> || std::is_same_v<V, Term>) inline Term
 template <class V, class S>
 requires(std::is_same_v<S, Term> || std::is_same_v<V, Term>) inline Term
     whereNegative(const V& value, const S& sign) {
+  if (const Whole<bool> negative = isNegative(Term(sign)); negative.isKnown())
+    return negative.value() ? Term(value) : Term(0.0);
   return proof::step(
       "whereNegative", [](double v, double s) { return whereNegative<double, double>(v, s); },
       Term(value), Term(sign));
@@ -574,6 +596,9 @@ void suppose(const Whole<T>& whole, T value) {
     fail("a constant supposed to be another");
   n.known = wordOf(value);
   n.supposed = n.kind != Kind::constant;
+}
+inline void suppose(const Term& term, double value) {
+  suppose(Whole<double>::ofNode(term.id), value);
 }
 
 } // namespace proof

@@ -64,6 +64,21 @@ public:
     multiples_[t.id] = k;
     goal(text("@FIX(", t, ",", k, ")"));
   }
+  /// Where a hypothesis has a term (or its ideal, for which it stands here), by its name.
+  std::optional<Interval> assumed(const std::string& name) const {
+    for (const std::string& h : hypotheses_)
+      for (const std::string& beginning : {name + " in [", "M" + name + " in ["})
+        if (double low = 0, high = 0;
+            h.starts_with(beginning) &&
+            std::sscanf(h.c_str() + beginning.size(), "%la,%la]", &low, &high) == 2)
+          return Interval{low, high};
+    return {};
+  }
+  /// At most 2^k (shown as a goal): what splits of it leave is at most half a last place of that.
+  void atMost(const Term& t, int k) {
+    tops_[t.id] = k;
+    goal(text("|", t, "| <= 1b", k));
+  }
   /// A real number in an interval.
   void real(const std::string& name, Interval range) { assume(text(name, " in ", range)); }
   void define(const std::string& name, const std::string& formula) { definitions_[name] = formula; }
@@ -90,6 +105,12 @@ public:
   }
   /// A product with a power of two: by Lemma Scaling.
   void scaling(const Term& t) { assume(text("|", t, " - ", operationOf(t), "| <= 1b-1075")); }
+  /// The same where the last place is that of subnormal numbers: said in the form that Gappa finds
+  /// there.
+  void exactNextToSubnormal(const Term& t) {
+    exact(t);
+    equal_.insert(t.id);
+  }
   /// A Fast2Sum whose condition is that a is a multiple of 2^k, |b| < 2^(k + 53).
   void orderedByMultiple(const Term& error, int k) { orders_[error.id] = k; }
   /// A Fast2Sum whose condition does not hold: what it computes is rounded twice.
@@ -156,6 +177,10 @@ public:
         else
           goals.push_back("|" + ref(n.args[0]) + "| - |" + ref(n.args[1]) + "| >= 0");
       }
+      if (const auto k = tops_.find(n.args.empty() ? -1 : n.args[0]);
+          n.kind == Kind::splitHigh && k != tops_.end())
+        hypotheses.push_back(
+            text("|", ref(n.args[0]), " - ", n.name, "| <= 1b", k->second - 1 - n.bits));
       if (n.kind == Kind::splitHigh)
         hypotheses.push_back(text("@FLT(", n.name, ",", n.bits, ") /\\ @FLT(", ref(n.args[0]),
                                   " - ", n.name, ",", 53 - n.bits, ") /\\ @FIX(", n.name, ",",
@@ -163,8 +188,9 @@ public:
                                   " in [-1b-", n.bits, ",1b-", n.bits, "]"));
       if (exact_.count(id) != 0) {
         const std::string operation = operationOf(Term::ofNode(id));
-        goals.push_back(small_.count(id) != 0
-                            ? "|" + operation + "| <= 0x1p-1021"
+        goals.push_back(small_.count(id) != 0 ? "|" + operation + "| <= 0x1p-1021"
+                        : equal_.count(id) != 0
+                            ? "rnd(" + operation + ") = " + operation
                             : "rnd(" + operation + ") - (" + operation + ") in [0,0]");
       }
       if ((n.kind == Kind::rounded || unordered_.count(id) != 0) && seenText(id) != n.name &&
@@ -197,8 +223,8 @@ public:
 private:
   std::string name_, body_;
   std::map<int, std::string> cuts_, seen_;
-  std::map<int, int> multiples_, orders_;
-  std::set<int> exact_, small_, unordered_;
+  std::map<int, int> multiples_, tops_, orders_;
+  std::set<int> exact_, small_, equal_, unordered_;
   std::map<std::string, std::string> definitions_;
   std::vector<std::string> hypotheses_, goals_, hints_;
   std::vector<Bound> bounds_;

@@ -22,12 +22,15 @@ def read_names(path):
 
 
 def read_families(path):
-    """Of each family: shape, statuses, bounds of 32f, 64f_A50, 64f_A53, and a note on them or ""."""
-    text = path.read_text()
-    notes = dict(re.findall(r'^QELVM_NOTE\((\w+), "(.*)"\)', text, re.M))
-    rows = re.findall(r"^QELVM_FAMILY\((\w+), (\w+), (.*), ([\d.]+), ([\d.]+), ([\d.]+)\)", text, re.M)
-    return {name: (shape, re.findall(r"\w+", statuses), bounds, notes.get(name, ""))
-            for name, shape, statuses, *bounds in rows}
+    """Of each family: shape, statuses."""
+    rows = re.findall(r"^QELVM_FAMILY\((\w+), (\w+), (.*), [\d.]+, [\d.]+, [\d.]+\)", path.read_text(), re.M)
+    return {name: (shape, re.findall(r"\w+", statuses)) for name, shape, statuses in rows}
+
+
+def read_bounds(path):
+    """What the header says of the bound of each export."""
+    comments = re.findall(r"^/\*\* ((?:(?!\*/)[^@])*) \*/\n.*QELVM_CALL qels(\w+)\(", path.read_text(), re.M)
+    return {export: re.sub(r"\s+(\* )?", " ", text) for text, export in comments}
 
 
 def read_groups(path):
@@ -69,17 +72,14 @@ def in_python(text, names):
     return "\n\n".join(p for p in paragraphs if p)
 
 
-def documentation(family, names, row, group, double):
-    shape, statuses, bounds, note = row
+def documentation(family, names, row, group, bounds, double):
+    shape, statuses = row
     sources, destinations = SHAPES[shape]
     title, text = group
     inputs = ", ".join(f"x{i + 1}" if sources > 1 else "x" for i in range(sources))
     outputs = ", ".join(f"out{i + 1}" if destinations > 1 else "out" for i in range(destinations))
     flags = ", ".join(f"`{FLAGS[s]}`" for s in statuses if s in FLAGS)
-    bound = bounds[{"A50": 1, "A53": 2}[double]]
-    if note:
-        value = re.search(rf"64f(?:_{double})?: ([\d.]+)", note)[1]
-        note = f", where {in_python(note.split(' where ')[1], {})} {value}"
+    bound32, bound64 = (in_python(bounds[f"{family}_{kind}"], {}) for kind in ("32f_A24", f"64f_{double}"))
     broadcast = "; shapes that broadcast together" if sources > 1 else ""
     return f"""{title[0].upper()}{title[1:]}, element by element.
 
@@ -99,7 +99,10 @@ Notes
 -----
 {in_python(text, names)}
 
-Error bounds in ulps of the exact result: float32 {bounds[0]}, float64 {bound}{note}.
+Error bounds in ulps of the exact result:
+float32: {bound32}.
+float64: {bound64}.
+Proven is what a proof from the kernel's text shows; observed, the largest error that a search has found.
 Exceptions that it reports, see numpy.errstate: {flags or "none of its own"}.
 The bits are the same on every platform and processor; these are
 qels{family}_32f_A24 and qels{family}_64f_{double}.
@@ -111,10 +114,10 @@ def c_string(text):
     return "\n".join(f'    "{line}\\n"' for line in escaped.splitlines())
 
 
-def ufunc_rows(names, families, groups):
+def ufunc_rows(names, families, groups, bounds):
     for family, known in names.items():
         if known:
-            texts = [c_string(documentation(family, names, families[family], groups[family], double))
+            texts = [c_string(documentation(family, names, families[family], groups[family], bounds, double))
                      for double in ("A53", "A50")]
             quoted = ", ".join(f'"{name}"' for name in known)
             yield f"QELVM_UFUNC({family},\n{texts[0]},\n{texts[1]},\n    {quoted})\n"
@@ -149,8 +152,8 @@ def main():
         different = ", ".join(sorted(names.keys() ^ families.keys()))
         sys.exit(f"python/names.txt and families/families.inc differ in {different}")
     if output.suffix == ".inc":
-        groups = read_groups(source / "include/qelvm.h")
-        output.write_text("".join(ufunc_rows(names, families, groups)))
+        header = source / "include/qelvm.h"
+        output.write_text("".join(ufunc_rows(names, families, read_groups(header), read_bounds(header))))
     else:
         output.write_text("".join(stubs(names, True)))
         output.with_name("a50.pyi").write_text("".join(stubs(names, False)))

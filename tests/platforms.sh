@@ -60,7 +60,7 @@ check_platform() {
   done
   shift
   layer "$platform" build build "$directory" -DQELVM_EXPORTS_TESTS_ONLY=ON -DQELVM_TOOL=OFF \
-    -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF -DQELVM_WIDE=OFF "$@" || return 0
+    -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF -DQELVM_WIDE=OFF -DCMAKE_COMPILE_WARNING_AS_ERROR=ON "$@" || return 0
   layer "$platform" binary check_library "$directory" "$library" "$prefix" || true
   layer "$platform" frame "${runner[@]}" "$checks" "$library" frame || true
   layer "$platform" values "${runner[@]}" "$checks" "$library" values families || true

@@ -33,6 +33,8 @@ Largest error in ulps of the exact result, measured with MPFR by
 
 Half of the inputs are random over the family's range, uniform in value and in bit patterns, half lie
 at the places where its kernel is most likely to be worst; then a search climbs from the worst of them.
+The worst inputs that any search has found, `tools/search_proofs.py` among them, are tried, too
+(`families/errors.inc`).
 A bound of 0.5 means that every result is the correctly rounded one; with 0.5000001 a few floats are
 not, see [every-float.md](every-float.md). Each test run repeats the measurement with fewer inputs and
 fails beyond a bound.

@@ -71,7 +71,13 @@ def regroupings(line):
 def mutations_of(path):
     """(kind, path, line number, line, changed line)"""
     table = path.suffix == ".inc"
+    short_road = False
     for number, line in enumerate(path.read_text().splitlines()):
+        # Short roads of floats: what changes in them is within the distance that they allow for, or
+        # fails their own tests.
+        short_road = re.match(r"(struct|class) \w+ShortRoad\b", line) or (short_road and line != "};")
+        if short_road:
+            continue
         code = line.split("//")[0]
         if code.lstrip().startswith(("#", "*", "/*", "static_assert", "///")):
             continue
@@ -110,6 +116,7 @@ def draw(count, seed, only):
     sources = sorted(p for p in (ROOT / "src").rglob("*.*")
                      if p.suffix in (".cpp", ".hpp", ".inc")
                      and p.name != "lanes.hpp"  # fails to compile
+                     and not p.name.startswith("short_")
                      and "version" not in p.parts and "windows" not in p.parts
                      and only in str(p.relative_to(ROOT)))
     pools = {p: [m for m in mutations_of(p)] for p in sources}

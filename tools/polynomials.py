@@ -7,11 +7,13 @@ Above the numbers of each polynomial stands a comment
     // (tools/polynomials/SCRIPT.sollya).
 
 The Sollya script finds origin and bounds; a comment that says anything else, an array of numbers
-without a comment, a script or table that nobody names is a fault. Prints one line for each. With
---write the comments are put right.
+without a comment, a script or table that nobody names is a fault. So is a constant offBy below the
+numbers that is not the bound, for code that computes with it. Prints one line for each. With --write
+the comments are put right.
 """
 
 import argparse
+import math
 import re
 import subprocess
 import sys
@@ -189,6 +191,17 @@ def fitted(source, comment):
     return f"fit; off by 2^{bound} (relative), worst in row {row}"
 
 
+def check_constant(source, comment, found):
+    """The constant offBy, where it stands: the bound, rounded up."""
+    for name, body in source.below(comment):
+        if name == "offBy":
+            bound = 2.0 ** float(re.search(r"2\^(-[\d.]+) \(relative\)", found)[1])
+            if not bound <= float.fromhex(body) <= bound * (1 + 2**-7):
+                scale = math.floor(math.log2(bound))
+                wanted = math.ceil(math.ldexp(bound, 8 - scale))
+                raise Malformed(f"offBy = {math.ldexp(wanted, scale - 8).hex()}")
+
+
 def check(source, comment, write):
     indent, kind, name, _, script = comment.groups()
     line = line_of(source.text, comment.start())
@@ -200,6 +213,7 @@ def check(source, comment, write):
         else:
             text = (ROOT / script).read_text()
             found = run(source.numbers(comment, text), text)
+            check_constant(source, comment, found)
     except Malformed as error:
         fault(source.path, line, f"{name}: {error}")
         return comment[0]

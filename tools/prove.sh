@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Runs every proof in full and records what they showed in proofs/record.txt, with the hash of each
-# script. ./test.sh compares the record with the kernels as they are. Options go to proofs/prove.py.
+# script, and what Sollya answered in proofs/answers.txt. ./test.sh compares the record with the kernels as they are. Options go to proofs/prove.py.
 set -euo pipefail
 caller=$PWD
 cd "$(dirname "$(readlink -f "$0")")/.."

@@ -13,7 +13,7 @@ enum ExitStatus { success = 0, warned = 1, failed = 2 };
 
 struct ListOptions {
   std::string pattern;
-  bool json = false;
+  bool errors = false, json = false;
 };
 
 struct EvalOptions {

@@ -43,7 +43,11 @@ constexpr auto listExamples = R"(Examples:
   qelvm list              every export
   qelvm list exp          those with "exp" in their names, in upper or lower case
   qelvm list 'exp*a5?'    * stands for any text, ? for any character
-  qelvm list --json       for programs)";
+  qelvm list --errors     what is known of errors: proven, observed, with the input
+  qelvm list --json       for programs
+
+A bound is proven from the text of the function; "partly" for some results only, which --errors tells;
+"tried" where all 2^32 floats have been computed; else (-) it has been observed and never exceeded.)";
 
 constexpr auto evalExamples =
     R"(Prints a row for each element: the source, the result in shortest decimal and in hexadecimal, the
@@ -106,7 +110,9 @@ CLI::App* addList(CLI::App& app, Options& options) {
                               listExamples, options);
   list->add_option("PATTERN", options.list.pattern, "Part of a name, case ignored; * and ? allowed")
       ->type_name("");
-  list->add_flag("--json", options.list.json, "An array of objects for programs");
+  const auto errors = list->add_flag("--errors", options.list.errors,
+                                     "Bounds, proven and largest observed errors instead");
+  list->add_flag("--json", options.list.json, "An array of objects for programs")->excludes(errors);
   return list;
 }
 

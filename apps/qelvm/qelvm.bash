@@ -6,7 +6,7 @@ _qelvm() {
   # The command, and how many of its words before this one are no options or values of theirs.
   for ((i = 1; i < COMP_CWORD; i++)); do
     case ${COMP_WORDS[i]} in
-    --strict | --in-place | --no-header | --json | --help | --version | -h) ;;
+    --strict | --in-place | --no-header | --errors | --json | --help | --version | -h) ;;
     -*) i=$((i + 1)) ;;
     *) if [ -z "$command" ]; then command=${COMP_WORDS[i]}; else names=$((names + 1)); fi ;;
     esac

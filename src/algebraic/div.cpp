@@ -1,6 +1,7 @@
 // Division: one IEEE division per element, correctly rounded. A zero divisor is a singularity.
 
 #include "core/export.hpp"
+#include "core/short_road.hpp"
 
 #include <limits>
 
@@ -35,10 +36,23 @@ struct DivDouble {
   }
 };
 
+/// As for Inv.
+struct DivShortRoad {
+  static constexpr bool exact = true;
+  static constexpr int registers = registersInFlight(2, 1);
+  static constexpr double inside[] = {1.0, 1.0};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x, const auto& y) {
+    return magnitudeWithin(x, 0x1p-62, 0x1p63) && magnitudeWithin(y, 0x1p-62, 0x1p63);
+  }
+  QELVM_INLINE static auto compute(const auto& x, const auto& y) { return x / y; }
+};
+
 /// Single precision: the quotient of the widened operands, rounded again, is the correctly rounded
 /// one. The divisor is tested before the store, and what is not finite takes the slow path.
 template <class Export>
 struct DivSingle {
+  using ShortRoad = DivShortRoad;
   static constexpr int lanes = 4;
   static constexpr int registers = 4;
 

@@ -11,12 +11,11 @@
 //
 // Ranges: elements that are normal doubles are ordinary; subnormal ones are scaled by 2^90 first.
 //
-// Error: beside the polynomial's, 0.0081 ulp of a result in [1/2, 1], the roundings of p, of 2^-13,
-// and of the sums with it stay below 0.0007 ulp: below 0.51 ulp, 0.50813 seen at
-// 0x1.1400462dcda84p+0.
+// Error: proven (docs/proofs.md) below 0.51 ulp (0.5085), 0.50818 seen at 0x1.1400a3de141b7p+0.
 
 #include "algebraic/exceptional_root.hpp"
 #include "algebraic/roots.hpp"
+#include "algebraic/short_cube_root.hpp"
 #include "core/export.hpp"
 
 #include <limits>
@@ -66,9 +65,20 @@ QELVM_INLINE V inverseCubeRoot(const V& x, std::int32_t adjustment) {
   return (sum.hi + (w + sum.lo)) * scale;
 }
 
+struct InvCbrtShortRoad : ShortCubeRootDomain {
+  static constexpr double distance = ShortCubeRoot<double>::distance;
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const ShortCubeRoot<V> root(magnitude(x));
+    return copySign(fused(root.y * root.rest, 1.0 / 3, root.y), x);
+  }
+};
+
 template <class Export>
 struct InverseCubeRoot {
   using Element = typename Export::Element;
+  using ShortRoad = InvCbrtShortRoad;
   static constexpr int lanes = fewRegisters ? 2 : 3;
   static constexpr int registers = registersInFlight(4, 3);
   static constexpr bool ofNegative = true, reciprocal = true;

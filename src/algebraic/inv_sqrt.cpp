@@ -11,11 +11,13 @@
 // Ranges: every positive element that is a normal double is ordinary; subnormal ones are scaled by
 // 2^60 first.
 //
-// Error: proven (docs/proofs.md) below 0.502 ulp (0.5016), 0.50109 seen at 0x1.0c31a5f6dc54ep+92.
+// Error: proven (docs/proofs.md) below 0.502 ulp (0.5016), 0.5013 seen at
+// 0x1.0bc46d7dcd3a9p+336.
 
 #include "algebraic/exceptional_root.hpp"
 #include "algebraic/roots.hpp"
 #include "core/export.hpp"
+#include "stages/short_root.hpp"
 
 #include <limits>
 
@@ -60,9 +62,24 @@ QELVM_INLINE V inverseSquareRoot(const V& x, std::int32_t adjustment) {
   return scaleByPowerOfTwo(sum.hi + (q * seed + sum.lo), half);
 }
 
+struct InvSqrtShortRoad {
+  static constexpr double distance = distanceOf(shortInverseRootOffBy, 8);
+  static constexpr double inside[] = {3.0};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return positiveWithin(x, 0x1p-126, std::numeric_limits<double>::infinity()) && hasFraction(x);
+  }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return shortInverseRoot(x);
+  }
+};
+
 template <class Export>
 struct InverseSquareRoot {
   using Element = typename Export::Element;
+  using ShortRoad = InvSqrtShortRoad;
   static constexpr int lanes = fewRegisters ? 2 : 4;
   static constexpr int registers = registersInFlight(4, 3);
   static constexpr bool ofNegative = false, reciprocal = true;

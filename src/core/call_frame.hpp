@@ -22,6 +22,8 @@
 //                                               that it is one counts; all NaNs come from here
 //   static constexpr int lanes                  elements in flight (1 where more do not help)
 //   static constexpr int registers              registers in flight, where two are not the best
+//   ShortRoad                                   a type: how registers of floats are computed
+//                                               (core/short_road.hpp)
 //
 // and, where a family has a second ordinary range (a series beside a table), also
 // isInSecondRange(x) and computeSecondRange(x), tried after the first, and secondRangeApart = true
@@ -177,7 +179,7 @@ QELVM_INLINE V loadElements(const Stored<T>* source) {
       return V{loadElements<Lane>(source + k * elementCount<Lane>)...};
     });
   else if constexpr (isSimd<V>)
-    return loadRegister<elementCount<V>, T>(source);
+    return loadRegister<V, T>(source);
   else
     return static_cast<V>(*source);
 }
@@ -352,6 +354,8 @@ template <class Export, class Kernel, class T, int S, int D, class... Scalars>
 QELVM_INLINE QelStatus call(ArrayList<const Stored<T>*, S> source,
                             ArrayList<Stored<T>*, D> destination, std::int32_t length,
                             Scalars... scalars) {
+  if constexpr (frame::HasShortRoad<Kernel>)
+    static_assert(frame::IsShortRoad<typename Kernel::ShortRoad>);
   if (length < 1)
     return qelStatusSizeError;
   if (source.hasNull() || destination.hasNull())

@@ -10,9 +10,13 @@
 // no register ever holds an element that is not of its range, and none can raise a flag of its own.
 // What is less than a block, of a call or in a queue at its end, goes the scalar way, and so do two
 // mixed blocks with none behind them.
+//
+// Floats whose kernel has a short road (short_path.hpp) take it first, `walkShort`; all of this is
+// then for the elements that it leaves.
 #pragma once
 
 #include "core/call_frame.hpp"
+#include "core/short_path.hpp"
 
 #include <bit>
 #include <cstddef>
@@ -20,15 +24,6 @@
 #include <type_traits>
 
 namespace qelvm::frame {
-
-/// Registers in flight: two, unless a kernel tells.
-template <class Kernel>
-inline constexpr int registersOf = 2;
-template <class Kernel>
-requires requires {
-  Kernel::registers;
-}
-inline constexpr int registersOf<Kernel> = Kernel::registers;
 
 /// Elements of one range, taken out of blocks, with their places.
 template <class T, int S, int D, int Width>
@@ -150,12 +145,23 @@ public:
   }
 
 private:
+  using Road = typename ShortRoadOf<Kernel, T>::Type;
+  static constexpr bool hasRoad = !std::is_same_v<Road, NoShortRoad>;
+  using Short = std::conditional_t<hasRoad, ShortPath<Road, S, D>, NoShortRoad>;
+
   [[gnu::noinline]] static QelStatus walkMany(ArrayList<const Stored<T>*, S> source,
                                               ArrayList<Stored<T>*, D> destination,
                                               std::ptrdiff_t length, Scalars... scalars) {
     const Kernel kernel{scalars...};
-    const Call call{kernel, {source, destination}, {scalars...}};
-    std::ptrdiff_t i = run<MainRange<Kernel>>(&call, call.arrays, 0, length);
+    const Call call{kernel, {source, destination}, {scalars...}, Road{scalars...}};
+    std::ptrdiff_t i = 0;
+    if constexpr (hasRoad)
+      if (length >= Short::width) {
+        i = Short::run(call.road, call.arrays, 0, length);
+        if (length - i >= Short::width)
+          return RegisterWalk(call).walkShort(i, length);
+      }
+    i = run<MainRange<Kernel>>(&call, call.arrays, i, length);
     if (length - i >= 2 * width)
       return RegisterWalk(call).walkRest(i, length);
     if constexpr (twoRanges)
@@ -168,6 +174,7 @@ private:
     const Kernel& kernel;
     Arrays<T, S, D> arrays;
     LaneArray<T, sizeof...(Scalars)> scalars;
+    [[no_unique_address]] Road road;
 
     MainPath<Kernel, T, S, D> path() const { return {kernel, arrays}; }
 
@@ -183,6 +190,7 @@ private:
   static constexpr int registers = registersOf<Kernel>;
   static constexpr int width = registers * registerDoubles;
   using V = std::conditional_t<registers == 1, Register, LaneArray<Register, registers>>;
+  static constexpr unsigned allOfRegister = (1u << registerDoubles) - 1;
   static constexpr bool twoRanges = hasSecondRange<Kernel, T>;
   static_assert(!twoRanges || S == 1, "QueuedCall has one queue for calls of two sources");
 
@@ -215,8 +223,53 @@ private:
     return i;
   }
 
+  /// From element i on, where the short road ended. Where it leaves many elements of a block, it is
+  /// not tried again for some blocks, for more each time.
+  QelStatus walkShort(std::ptrdiff_t i, std::ptrdiff_t length) {
+    constexpr std::ptrdiff_t shortPause = 16 * Short::width, longPause = 256 * Short::width;
+    std::ptrdiff_t pause = shortPause;
+    const auto& [kernel, arrays, scalars, road] = arguments_;
+    while (length - i >= Short::width) {
+      if constexpr (Short::hasWiderRange) {
+        const std::ptrdiff_t begin = i;
+        i = Short::runWider(road, arrays, i, length);
+        if (i != begin) {
+          i = Short::run(road, arrays, i, length);
+          continue;
+        }
+      }
+      const unsigned left = Short::runSome(road, arrays, i);
+      int queued = 0;
+      if (left != Short::allElements) {
+        for (int k = 0; k < Short::width; k += registerDoubles)
+          if (const unsigned set = left >> k & allOfRegister; set != 0)
+            queued += sortRegister(i + k, set);
+        i += Short::width;
+      }
+      if (16 * queued > Short::width || 4 * std::popcount(left) > Short::width) {
+        const std::ptrdiff_t end = length - i > pause ? i + pause : length;
+        i = walkBlocks(run<MainRange<Kernel>>(&arguments_, arrays, i, end), end);
+        pause = pause < longPause ? 4 * pause : longPause;
+      } else if (queued == 0) {
+        pause = shortPause;
+      }
+      i = Short::run(road, arrays, i, length);
+    }
+    return walkRest(i, length);
+  }
+
   /// From element i on, where the main range ended.
   QelStatus walkRest(std::ptrdiff_t i, std::ptrdiff_t length) {
+    i = walkBlocks(i, length);
+    if (i < length)
+      call_.walk(i, length);
+    call_.flush(0, run<MainRange<Kernel>>);
+    if constexpr (twoRanges)
+      call_.flush(1, run<SecondRange<Kernel>>);
+    return call_.status();
+  }
+  /// As many of them as make blocks.
+  std::ptrdiff_t walkBlocks(std::ptrdiff_t i, std::ptrdiff_t length) {
     const Arrays<T, S, D>& arrays = arguments_.arrays;
     while (length - i >= width) {
       const std::ptrdiff_t begin = i;
@@ -226,18 +279,40 @@ private:
         i = sortBlocks(i, length);
       i = run<MainRange<Kernel>>(&arguments_, arrays, i, length);
     }
-    if (i < length)
-      call_.walk(i, length);
-    call_.flush(0, run<MainRange<Kernel>>);
+    return i;
+  }
+
+  /// Sorts the elements of a set out of the register that begins with element i. Returns how many
+  /// of them wait in queues.
+  int sortRegister(std::ptrdiff_t i, unsigned set) {
+    const unsigned first = elementsIn(MainRange<Kernel>{arguments_.kernel}, i) & set;
+    unsigned second = 0;
     if constexpr (twoRanges)
-      call_.flush(1, run<SecondRange<Kernel>>);
-    return call_.status();
+      second = elementsIn(SecondRange<Kernel>{arguments_.kernel}, i) & set & ~first;
+    distribute(i, set, first, second);
+    computeFullQueues();
+    return std::popcount(first | second);
+  }
+
+  /// The elements of a set out of a register: those of the two ranges into their queues.
+  QELVM_INLINE void distribute(std::ptrdiff_t i, unsigned set, unsigned first, unsigned second) {
+    append(0, i, first);
+    if constexpr (twoRanges)
+      append(1, i, second);
+    takeAllExceptional(i, set & ~(first | second));
+  }
+  QELVM_INLINE void computeFullQueues() {
+    if (call_.queue(0).isFull())
+      call_.compute(0, run<MainRange<Kernel>>);
+    if constexpr (twoRanges)
+      if (call_.queue(1).isFull())
+        call_.compute(1, run<SecondRange<Kernel>>);
   }
 
   /// Sorts blocks from i on until one lies in one range again. Returns the first element left.
   [[gnu::noinline]] std::ptrdiff_t sortBlocks(std::ptrdiff_t i, std::ptrdiff_t length) {
     for (const std::ptrdiff_t begin = i; length - i >= width; i += width) {
-      constexpr unsigned all = (1u << registerDoubles) - 1;
+      constexpr unsigned all = allOfRegister;
       unsigned first[registers], second[registers];
       unsigned everyFirst = all, everySecond = all;
       for (int k = 0; k < registers; ++k) {
@@ -252,18 +327,9 @@ private:
       if (i != begin && (everyFirst == all || everySecond == all))
         break;
 
-      for (int k = 0; k < registers; ++k) {
-        const std::ptrdiff_t at = i + k * registerDoubles;
-        append(0, at, first[k]);
-        if constexpr (twoRanges)
-          append(1, at, second[k]);
-        takeAllExceptional(at, all & ~(first[k] | second[k]));
-      }
-      if (call_.queue(0).isFull())
-        call_.compute(0, run<MainRange<Kernel>>);
-      if constexpr (twoRanges)
-        if (call_.queue(1).isFull())
-          call_.compute(1, run<SecondRange<Kernel>>);
+      for (int k = 0; k < registers; ++k)
+        distribute(i + k * registerDoubles, all, first[k], second[k]);
+      computeFullQueues();
     }
     return i;
   }

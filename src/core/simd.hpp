@@ -19,6 +19,7 @@
 #pragma GCC diagnostic push
 #ifndef __clang__ // GCC warns of what its own header leaves undefined on purpose.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#pragma GCC diagnostic ignored "-Wuninitialized"
 #endif
 #include <immintrin.h>
 #pragma GCC diagnostic pop
@@ -59,7 +60,7 @@ struct RawVectors {
   typedef std::int64_t Signed __attribute__((vector_size(8 * N)));
   typedef std::uint32_t Words __attribute__((vector_size(8 * N)));
   typedef std::int32_t SignedWords __attribute__((vector_size(8 * N)));
-  typedef float Floats __attribute__((vector_size(4 * N)));
+  typedef float Floats __attribute__((vector_size(8 * N))); // twice as many
 };
 
 template <class T, int N>
@@ -76,10 +77,19 @@ template <int N>
 struct RawVectorOf<std::int32_t, N> {
   using Type = typename RawVectors<N>::Words;
 };
+template <int N>
+struct RawVectorOf<float, N> {
+  using Type = typename RawVectors<N / 2>::Floats;
+};
+template <int N>
+struct RawVectorOf<std::uint32_t, N> {
+  using Type = typename RawVectors<N / 2>::Words;
+};
 
 /// N elements: doubles, patterns of doubles (uint64_t), or integers (int32_t). An integer is the
 /// low half of a 64-bit lane and the high half is undefined: lowWord costs nothing, and no 64-bit
-/// shift or product is needed.
+/// shift or product is needed. Or floats, or their patterns (uint32_t), twice as many to a
+/// register.
 template <class T, int N>
 struct Simd {
   using Raw = typename RawVectorOf<T, N>::Type;
@@ -115,7 +125,7 @@ QELVM_INLINE constexpr V uniform(double x) {
       return V{(static_cast<void>(i), uniform<typename LaneTraits<V>::Lane>(x))...};
     });
   else if constexpr (isSimd<V>)
-    return x - typename V::Raw{};
+    return static_cast<ScalarOf<V>>(x) - typename V::Raw{};
   else
     return x;
 }
@@ -140,6 +150,13 @@ QELVM_SIMD_OPERATOR(double, +)
 QELVM_SIMD_OPERATOR(double, -)
 QELVM_SIMD_OPERATOR(double, *)
 QELVM_SIMD_OPERATOR(double, /)
+QELVM_SIMD_OPERATOR(float, +)
+QELVM_SIMD_OPERATOR(float, -)
+QELVM_SIMD_OPERATOR(float, /)
+QELVM_SIMD_OPERATOR(std::uint32_t, -)
+QELVM_SIMD_OPERATOR(std::uint32_t, &)
+QELVM_SIMD_OPERATOR(std::uint32_t, |)
+QELVM_SIMD_OPERATOR(std::uint32_t, ^)
 QELVM_SIMD_OPERATOR(std::uint64_t, +)
 QELVM_SIMD_OPERATOR(std::uint64_t, -)
 QELVM_SIMD_OPERATOR(std::uint64_t, &)
@@ -201,6 +218,14 @@ QELVM_INLINE Simd<std::uint64_t, N> bitsOf(const Simd<double, N>& x) {
 template <int N>
 QELVM_INLINE Simd<double, N> fromBits(const Simd<std::uint64_t, N>& bits) {
   return reinterpret_cast<typename RawVectors<N>::Doubles>(bits.raw);
+}
+template <int N>
+QELVM_INLINE Simd<std::uint32_t, N> bitsOf(const Simd<float, N>& x) {
+  return reinterpret_cast<typename Simd<std::uint32_t, N>::Raw>(x.raw);
+}
+template <int N>
+QELVM_INLINE Simd<float, N> fromBits(const Simd<std::uint32_t, N>& bits) {
+  return reinterpret_cast<typename Simd<float, N>::Raw>(bits.raw);
 }
 template <int N>
 QELVM_INLINE Simd<std::int32_t, N> lowInteger(const Simd<std::uint64_t, N>& bits) {
@@ -325,6 +350,21 @@ QELVM_INLINE Simd<double, N> squareRootInstruction(const Simd<double, N>& x) {
     root[i] = __builtin_sqrt(x.raw[i]);
   return root;
 }
+template <int N>
+QELVM_INLINE Simd<float, N> squareRootInstruction(const Simd<float, N>& x) {
+#ifdef __AVX512F__
+  if constexpr (N == 16)
+    return reinterpret_cast<RawVectors<8>::Floats>(_mm512_sqrt_ps(reinterpret_cast<__m512>(x.raw)));
+#endif
+#ifdef __AVX2__
+  if constexpr (N == 8)
+    return reinterpret_cast<RawVectors<4>::Floats>(_mm256_sqrt_ps(reinterpret_cast<__m256>(x.raw)));
+#endif
+  auto root = x.raw;
+  for (int i = 0; i < N; ++i)
+    root[i] = __builtin_sqrtf(x.raw[i]);
+  return root;
+}
 
 // ---- comparisons
 // ---------------------------------------------------------------------------------
@@ -393,6 +433,80 @@ struct Mask<8> {
   }
 };
 #endif
+
+/// The same of N floats, or words.
+template <int N>
+struct WordMask {
+  typename RawVectors<N / 2>::SignedWords raw;
+
+  QELVM_INLINE WordMask operator&(WordMask other) const { return {raw & other.raw}; }
+  QELVM_INLINE WordMask operator&&(WordMask other) const { return {raw & other.raw}; }
+  QELVM_INLINE WordMask operator|(WordMask other) const { return {raw | other.raw}; }
+  QELVM_INLINE WordMask operator!() const { return {~raw}; }
+
+  QELVM_INLINE unsigned bits() const {
+#ifdef __AVX2__
+    if constexpr (N == 8)
+      return static_cast<unsigned>(_mm256_movemask_ps(reinterpret_cast<__m256>(raw)));
+#endif
+    unsigned set = 0;
+    for (int i = 0; i < N; ++i)
+      set |= static_cast<unsigned>(raw[i] & 1) << i;
+    return set;
+  }
+
+  QELVM_INLINE static WordMask lessUnsigned(typename RawVectors<N / 2>::Words a,
+                                            typename RawVectors<N / 2>::Words b) {
+    constexpr std::uint32_t half = std::uint32_t{1} << 31;
+    using Signed = typename RawVectors<N / 2>::SignedWords;
+    return {reinterpret_cast<Signed>(a - half) < reinterpret_cast<Signed>(b - half)};
+  }
+  QELVM_INLINE Simd<float, N> select(const Simd<float, N>& where,
+                                     const Simd<float, N>& elsewhere) const {
+    return raw != 0 ? where.raw : elsewhere.raw;
+  }
+};
+
+#ifdef __AVX512F__
+template <>
+struct WordMask<16> {
+  __mmask16 raw;
+
+  QELVM_INLINE WordMask operator&(WordMask other) const { return {_kand_mask16(raw, other.raw)}; }
+  QELVM_INLINE WordMask operator&&(WordMask other) const { return {_kand_mask16(raw, other.raw)}; }
+  QELVM_INLINE WordMask operator|(WordMask other) const { return {_kor_mask16(raw, other.raw)}; }
+  QELVM_INLINE WordMask operator!() const { return {_knot_mask16(raw)}; }
+
+  QELVM_INLINE unsigned bits() const { return raw; }
+
+  QELVM_INLINE static WordMask lessUnsigned(RawVectors<8>::Words a, RawVectors<8>::Words b) {
+    return {_mm512_cmplt_epu32_mask(reinterpret_cast<__m512i>(a), reinterpret_cast<__m512i>(b))};
+  }
+  QELVM_INLINE Simd<float, 16> select(const Simd<float, 16>& where,
+                                      const Simd<float, 16>& elsewhere) const {
+    return reinterpret_cast<RawVectors<8>::Floats>(_mm512_mask_blend_ps(
+        raw, reinterpret_cast<__m512>(elsewhere.raw), reinterpret_cast<__m512>(where.raw)));
+  }
+};
+#endif
+
+template <int N>
+QELVM_INLINE bool allTrue(const WordMask<N>& mask) {
+  return mask.bits() == (1u << N) - 1;
+}
+template <int N>
+QELVM_INLINE WordMask<N> operator<(const Simd<std::uint32_t, N>& a, std::uint32_t b) {
+  return WordMask<N>::lessUnsigned(a.raw, b - typename Simd<std::uint32_t, N>::Raw{});
+}
+template <int N>
+QELVM_INLINE WordMask<N> operator!=(const Simd<std::uint32_t, N>& a, std::uint32_t b) {
+  return !(a - b < std::uint32_t{1});
+}
+template <int N>
+QELVM_INLINE Simd<float, N> select(const WordMask<N>& mask, const Simd<float, N>& where,
+                                   const Simd<float, N>& elsewhere) {
+  return mask.select(where, elsewhere);
+}
 
 template <int N>
 QELVM_INLINE bool allTrue(const Mask<N>& mask) {
@@ -634,15 +748,38 @@ struct UnalignedVector {
   typedef T Type __attribute__((vector_size(sizeof(T) * N), aligned(1), may_alias));
 };
 template <int N, class T>
-QELVM_INLINE Simd<double, N> loadRegister(const void* place) {
+QELVM_INLINE Simd<double, N> loadWidened(const void* place) {
+  // (GCC takes the parts of a conversion through memory.)
+#ifdef __AVX512F__
+  if constexpr (N == 8 && sizeof(T) == 4)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm512_cvtps_pd(_mm256_loadu_ps(static_cast<const float*>(place))));
+#endif
+#ifdef __AVX2__
+  if constexpr (N == 4 && sizeof(T) == 4)
+    return reinterpret_cast<typename RawVectors<N>::Doubles>(
+        _mm256_cvtps_pd(_mm_loadu_ps(static_cast<const float*>(place))));
+#endif
   using Unaligned = typename UnalignedVector<T, N>::Type;
   return __builtin_convertvector(*static_cast<const Unaligned*>(place),
                                  typename RawVectors<N>::Doubles);
+}
+/// A register of doubles, or one of floats as they are.
+template <class V, class T>
+QELVM_INLINE V loadRegister(const void* place) {
+  if constexpr (std::is_same_v<ScalarOf<V>, float>)
+    return *static_cast<const typename UnalignedVector<T, elementCount<V>>::Type*>(place);
+  else
+    return loadWidened<elementCount<V>, T>(place);
 }
 template <class T, int N>
 QELVM_INLINE void storeRegister(const Simd<double, N>& x, void* place) {
   using Unaligned = typename UnalignedVector<T, N>::Type;
   *static_cast<Unaligned*>(place) = __builtin_convertvector(x.raw, Unaligned);
+}
+template <class T, int N>
+QELVM_INLINE void storeRegister(const Simd<float, N>& x, void* place) {
+  *static_cast<typename UnalignedVector<T, N>::Type*>(place) = x.raw;
 }
 
 } // namespace qelvm

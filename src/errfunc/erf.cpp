@@ -7,9 +7,10 @@
 // Rows: off row by row as in erf_rows.inc, row 20, the limit of its degree, far more than the
 // others.
 //
-// Error: proven (docs/proofs.md) below 0.51 ulp (0.5068, in row 20; 0.5058 in the series), 0.5067
-// seen at 0x1.02ab0111a47fep+2. Subnormal results are rounded once.
+// Error: proven (docs/proofs.md) below 0.51 ulp (0.5068, in row 20; 0.5058 in the series), 0.5068
+// seen at -0x1.1cb5828b394c5p+2. Subnormal results are rounded once.
 #include "core/export.hpp"
+#include "core/short_road.hpp"
 #include "stages/quarter_binades.hpp"
 
 namespace qelvm {
@@ -28,9 +29,40 @@ QELVM_TABLE QuarterBinadeRow erfRows[22] = {
 inline constexpr DoubleDouble twoOverRootPi = {0x1.20dd75p0, 0x1.0a6db446b8ea4p-30};
 inline constexpr double twoOverRootPiRounded = 0x1.20dd750429b6dp0;
 
+/// x times a polynomial in x^2, up to where the result rounds to one.
+struct ErfShortRoad {
+  static constexpr double inside[] = {1.0};
+  /// From here on both results, this one and the full kernel's, round to one: they lie above
+  /// 1 - 2^-25.1. Its square is 2 zCentre, nearly.
+  static constexpr double saturation = 3.9375;
+  static constexpr double zCentre = 0x1.fp2;
+  // Polynomial short_erf: fit; off by 2^-37.01 (relative) for 2^-30 <= a <= 3.9375
+  // (tools/polynomials/short_erf.sollya).
+  static constexpr double c[] = {
+      0x1.6fcd22af708aap-2,  -0x1.6f4db906bbce2p-3,  0x1.118c916204b0cp-3,  -0x1.bdf35fe3d7b95p-4,
+      0x1.72e68f904365ep-4,  -0x1.2fe2bbff59a52p-4,  0x1.dfd1c2b04821dp-5,  -0x1.67f6e35ba6998p-5,
+      0x1.fd17b620a99aep-6,  -0x1.51f346ab3f6c9p-6,  0x1.a4e8929d3fe26p-7,  -0x1.ec8b69e80e2b9p-8,
+      0x1.0dcbc6ae91fbp-8,   -0x1.12f46135117f6p-9,  0x1.0e77c6b73b99p-10,  -0x1.0cb4c20c54addp-11,
+      0x1.c2a29cb742fd4p-13, -0x1.ec429ddb6bd5bp-15, 0x1.cbbaff1ed2c1fp-16, -0x1.94338123e317bp-16,
+      0x1.052ed65513d0ep-17};
+  static constexpr double offBy = 0x1p-37;
+  static constexpr double distance = distanceOf(offBy, 64);
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(x, 0x1p-60, std::numeric_limits<double>::infinity());
+  }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const V a = smaller(magnitude(x), saturation);
+    return copySign(a * fusedHorner(c, fused(a * a, 1.0 / zCentre, -1.0)), x);
+  }
+};
+
 template <class Export>
 struct ErfKernel {
   using Element = typename Export::Element;
+  using ShortRoad = ErfShortRoad;
   static constexpr int lanes = 2;
   static constexpr int registers = registersInFlight(3, 2);
 

@@ -15,7 +15,9 @@
 // 0.508 ulp, 0.5029 seen at 0x1.bcd3757ab2164p+2. Subnormal results are rounded once, where they
 // end.
 #include "core/export.hpp"
+#include "core/short_road.hpp"
 #include "stages/exp_reduction.hpp"
+#include "stages/short_exp.hpp"
 
 #include <cstdint>
 #include <type_traits>
@@ -153,9 +155,37 @@ QELVM_INLINE ScaledPair<V> timesGaussian(const DoubleDoubleOf<V>& value, const V
   return {result.hi, result.lo, reduced.m};
 }
 
+/// e^(-x^2) times a polynomial in (|x| - c)/(|x| + c).
+struct ErfcShortRoad {
+  static constexpr double inside[] = {1.0};
+  static constexpr double aCentre = 0x1.cp1;
+  // Polynomial short_erfc: fit; off by 2^-39.99 (relative) for 2^-30 - 1 <= t <= 0.48377
+  // (tools/polynomials/short_erfc.sollya).
+  static constexpr double c[] = {
+      0x1.3e0a99a0efb6bp-3,  -0x1.2835188db6dd2p-2,  0x1.dd7383903c6d5p-3,  -0x1.4a6bda3d884dcp-3,
+      0x1.82c6bbc4cec79p-4,  -0x1.7437caa621e4fp-5,  0x1.16259d037ce65p-6,  -0x1.1605528950328p-8,
+      0x1.18830cc482d5p-12,  0x1.2ec3d7e0bfc63p-12,  -0x1.c6fdfa7a5344p-14, -0x1.6bd256d1bf02cp-18,
+      0x1.ca616eaa19243p-17, -0x1.a66dc9d47717cp-22, -0x1.1a3c3089d1ea2p-20};
+  static constexpr double offBy = 0x1.02p-40;
+  /// The argument of the exponential, below 2^7, is off by 2^-46.
+  static constexpr double distance = distanceOf(offBy + ShortPower<double>::offBy + 0x1p-46, 64);
+
+  /// The result is a normal float.
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, 0x1p-60, 9.19); }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const V a = magnitude(x);
+    const V gaussian = ShortPower<V>(a * a, -log2OfE).value();
+    const V value = gaussian * fusedHorner(c, (a - aCentre) / (a + aCentre));
+    return whereNegative(2.0, x) + flipSign(value, x);
+  }
+};
+
 template <class Export>
 struct ErfcKernel {
   using Element = typename Export::Element;
+  using ShortRoad = ErfcShortRoad;
   using Limits = ErfcLimits<Element>;
   static constexpr int lanes = 2;
   static constexpr int registers = registersInFlight(3, 3);

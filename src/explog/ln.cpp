@@ -29,7 +29,18 @@ struct NaturalSeries {
   }
 };
 
+struct LnShortRoad : LogShortRoad {
+  static constexpr double distance = distanceOf(ShortLog::offBy, 8);
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const ShortSplit<V> split = shortSplit(x);
+    return ShortLog::of(split.k, split.m - 1.0);
+  }
+};
+
 struct NaturalTable : NaturalLogarithm {
+  using ShortRoad = LnShortRoad;
   static constexpr double nearOne = 0x1.4p-7; // 5/512
 
   template <class V>

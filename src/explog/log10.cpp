@@ -40,7 +40,26 @@ QELVM_TABLE LogarithmRow log10Rows[65] = {
 #undef QELVM_LOG10_ROW
 };
 
+struct Log10ShortRoad : LogShortRoad {
+  // Polynomial short_log10: fit; off by 2^-37.78 (relative) for 2^-30 <= s <= 3 - 2*sqrt(2)
+  // (tools/polynomials/short_log10.sollya).
+  static constexpr double series[] = {0x1.bcb7b152765c8p-1, 0x1.287a75cc8a8c4p-2,
+                                      0x1.63c70861e577dp-3, 0x1.fb99b1095664dp-4,
+                                      0x1.a41fc62c33e12p-4};
+  static constexpr double offBy = 0x1.2bp-38;
+  static constexpr double distance = distanceOf(offBy, 8);
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    constexpr double log10Of2 = 0x1.34413509f79ffp-2;
+    const ShortSplit<V> split = shortSplit(x);
+    const V s = shortLogArgument(split.m - 1.0);
+    return fused(s, fusedHorner(series, s * s), split.k * log10Of2);
+  }
+};
+
 struct DecimalTable {
+  using ShortRoad = Log10ShortRoad;
   static constexpr double c = 0x1.bcp-2;
   // Constants log10_2: rounded; off by 2^-99.74 (relative) (tools/polynomials/log10_2.sollya).
   static constexpr double log2Hi = 0x1.34413509f8p-2; // log10 2, 38 bits

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "core/call_frame.hpp"
+#include "stages/short_logarithm.hpp"
 #include "stages/table_logarithm.hpp"
 
 #include <cstdint>
@@ -74,13 +75,21 @@ struct SeriesLogarithm {
   }
 };
 
+/// The domain of the logarithms' short roads: the positive floats.
+struct LogShortRoad {
+  static constexpr double inside[] = {3.0};
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return isPositiveNormal<float>(x); }
+};
+
 /// A53 and 32f: the table, and near one, where its sum would cancel, a series in x - 1.
 ///
-/// `Function` has what LogarithmSum needs; nearOne; and two steps: series(d), the logarithm of 1 +
-/// d; and trailing(hi, lo, rest), the sum of everything but the leading parts.
+/// `Function` has what LogarithmSum needs; nearOne; ShortRoad, that of floats; and two steps:
+/// series(d), the logarithm of 1 + d; and trailing(hi, lo, rest), the sum of everything but the
+/// leading parts.
 template <class Export, class Function>
 struct TableLogarithm {
   using Element = typename Export::Element;
+  using ShortRoad = typename Function::ShortRoad;
   static constexpr int lanes = 4;
 
   QELVM_INLINE static auto isOrdinary(const auto& x) {

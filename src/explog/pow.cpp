@@ -12,20 +12,35 @@
 // Ranges: the ordinary elements have a positive normal base and a normal result; negative bases
 // with an integer exponent run the same steps with the sign added at the end.
 //
-// Error: for nearly every argument the steps cost 0.01 ulp. Where x is 2^-16 from one, though,
-// 2^-82 is 2^-66.3 of log2 x, and with |y log2 x| near 1022 that is 0.056 ulp of the result: below
-// 0.575 ulp, 0.56739 seen at 0x1.00010126121dap+0, -0x1.5ff1a3df890efp+25. Away from there 0.515
-// seen; subnormal results 0.502.
+// Error: proven below 0.6 ulp (0.5998), and 0.5557 where the result is subnormal (docs/proofs.md).
+// Nearly all of it is where x is 2^-16 from one and |y log2 x| near 1024: 0.578523 seen at
+// 0x1.00010003c0998p+0, 0x1.62df650b71881p+25, subnormal 0.542460 at 0x1.0001002390fb8p+0,
+// -0x1.62029b095039fp+25. Away from there 0.515 seen.
 
 #include "core/export.hpp"
 #include "explog/power.hpp"
+#include "explog/short_power.hpp"
 
 namespace qelvm {
 namespace {
 
+struct PowShortRoad : PowerShortRoad {
+  static constexpr double inside[] = {3.0, 1.5};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x, const auto& y) {
+    return positiveWithin(x, 0x1p-126, std::numeric_limits<double>::infinity()) && isModerate(y);
+  }
+
+  template <class V>
+  QELVM_INLINE static auto compute(const V& x, const V& y) {
+    return ofPositive(x, y);
+  }
+};
+
 template <class Export>
 struct PowKernel {
   using Element = typename Export::Element;
+  using ShortRoad = PowShortRoad;
   static constexpr int lanes = fewRegisters ? 1 : 2;
   static constexpr int registers = registersInFlight(3, 2);
 

@@ -4,14 +4,39 @@
 
 #include "core/export.hpp"
 #include "explog/power.hpp"
+#include "explog/short_power.hpp"
 
 namespace qelvm {
 namespace {
 
 template <class Export>
+class PowxShortRoad : public PowerShortRoad {
+public:
+  static constexpr double inside[] = {3.0};
+
+  explicit PowxShortRoad(float power)
+      : y_(static_cast<double>(power)), moderate_(isModerate(power)) {}
+
+  QELVM_INLINE auto isOrdinary(const auto& x) const {
+    return positiveWithin(x, 0x1p-126,
+                          moderate_ ? std::numeric_limits<double>::infinity() : 0x1p-126);
+  }
+
+  template <class V>
+  QELVM_INLINE auto compute(const V& x) const {
+    return ofPositive(x, y_);
+  }
+
+private:
+  double y_;
+  bool moderate_;
+};
+
+template <class Export>
 class PowxKernel {
 public:
   using Element = typename Export::Element;
+  using ShortRoad = PowxShortRoad<Export>;
   static constexpr int lanes = fewRegisters ? 1 : 2;
   static constexpr int registers = registersInFlight(3, 2);
 

@@ -7,21 +7,38 @@
 // Logarithm: of the sum in two parts, from a table of 65 reciprocals and a polynomial
 // (stages/table_logarithm.hpp).
 //
-// Error: worst at the end of the series, where t Q(t) is -2^-7.6: the root's 0.0034 ulp, t Q(t) and
-// its product with the root 0.015 if all roundings are worst at once; a search of the worst places
-// saw 0.5121 at 0x1.0fc29ddefe992p+0, and the bound is 0.515 ulp. Elsewhere below 0.504 ulp.
+// Error: proven (docs/proofs.md) below 0.519 ulp (0.5187), 0.5121 seen at 0x1.0fc29ddefe992p+0:
+// worst in the series, where t Q(t) is up to 2^-7.6 and its product with the root is rounded.
 
 #include "core/export.hpp"
 #include "hyperbolic/inverse.hpp"
+#include "stages/short_logarithm.hpp"
 
 #include <limits>
 
 namespace qelvm {
 namespace {
 
+struct AcoshShortRoad {
+  static constexpr double distance = distanceOf(ShortLog::offBy, 16);
+  static constexpr double inside[] = {2.0};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return positiveWithin(x, 1.0 + 0x1p-23, std::numeric_limits<double>::infinity());
+  }
+
+  /// With t = x - 1, ln(1 + t + sqrt(t (t + 2)))
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const V t = x - 1.0;
+    return ShortLog::onePlus(t + squareRootByInstruction(t * (t + 2.0)));
+  }
+};
+
 template <class Export>
 struct InverseCosine {
   using Element = typename Export::Element;
+  using ShortRoad = AcoshShortRoad;
   static constexpr int lanes = fewRegisters ? 2 : 3;
   static constexpr int registers = registersInFlight(3, 2);
 

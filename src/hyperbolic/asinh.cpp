@@ -7,20 +7,38 @@
 // (stages/seeded_root.hpp). Logarithm: of the sum in two parts, from a table of 65 reciprocals and
 // a polynomial (stages/table_logarithm.hpp).
 //
-// Error: the cubic term of the series, up to 2^-11.6, is rounded four times: with the polynomial
-// below 0.515 ulp, 0.50975 seen at 0x1.f2e54bb2de7c8p-4. Above 1/8 the root's 6.2 * 2^-63 becomes
-// that of a result whose last place can be 2^-55: 0.0206 ulp; everything else is below 2^-66.
-// Together below 0.521 ulp, 0.51769 seen at 0x1.2ccd98fa343f1p-3.
+// Error: proven (docs/proofs.md) below 0.527 ulp (0.5264), 0.51769 seen at 0x1.2ccd98fa343f1p-3:
+// worst just above 1/8, where the root's error becomes that of a result that is small beside it.
 
 #include "core/export.hpp"
 #include "hyperbolic/inverse.hpp"
+#include "stages/short_logarithm.hpp"
 
 namespace qelvm {
 namespace {
 
+struct AsinhShortRoad {
+  static constexpr double distance = distanceOf(ShortLog::offBy, 16);
+  static constexpr double inside[] = {1.0};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(x, 0x1p-60, std::numeric_limits<double>::infinity());
+  }
+
+  /// ln(1 + a + a^2/(1 + sqrt(1 + a^2)))
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const V a = magnitude(x);
+    const V square = a * a;
+    const V root = squareRootByInstruction(1.0 + square);
+    return copySign(ShortLog::onePlus(a + square / (1.0 + root)), x);
+  }
+};
+
 template <class Export>
 struct InverseSine {
   using Element = typename Export::Element;
+  using ShortRoad = AsinhShortRoad;
   static constexpr int lanes = fewRegisters ? 2 : 3;
   static constexpr int registers = registersInFlight(3, 2);
 

@@ -6,13 +6,13 @@
 // Quotient: in two parts, from one division and one correction of the reciprocal. Logarithm: of
 // both parts, from a table of 65 reciprocals and a polynomial (stages/table_logarithm.hpp).
 //
-// Error: worst at the end of the series, whose cubic term, up to 2^-13.5, is rounded four times:
-// 0.0049 ulp, and 0.0015 by the polynomial: below 0.508 ulp, 0.50397 seen at 0x1.e9ed072d246c7p-5.
-// The logarithm's roundings are below 2^-66: 0.501 ulp.
+// Error: proven (docs/proofs.md) below 0.508 ulp (0.5051), 0.50397 seen at 0x1.e9ed072d246c7p-5:
+// worst at the end of the series, whose cubic term, up to 2^-13.5, is rounded four times.
 
 #include "core/export.hpp"
 #include "hyperbolic/inverse.hpp"
 #include "stages/reciprocal.hpp"
+#include "stages/short_logarithm.hpp"
 
 namespace qelvm {
 namespace {
@@ -25,9 +25,24 @@ QELVM_INLINE DoubleDoubleOf<V> onePlus(const V& a) {
   return {part.hi, sum.lo + part.lo};
 }
 
+struct AtanhShortRoad {
+  static constexpr double distance = distanceOf(ShortLog::offBy, 16);
+  static constexpr double inside[] = {0.25};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, 0x1p-60, 1.0); }
+
+  /// ln(1 + 2 a/(1 - a))/2
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const V a = magnitude(x);
+    return copySign(0.5 * ShortLog::onePlus((a + a) / (1.0 - a)), x);
+  }
+};
+
 template <class Export>
 struct InverseTangent {
   using Element = typename Export::Element;
+  using ShortRoad = AtanhShortRoad;
   static constexpr int lanes = fewRegisters ? 2 : 3;
   static constexpr int registers = 3;
 

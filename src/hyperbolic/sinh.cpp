@@ -20,6 +20,7 @@
 // 0x1.e52a4c6fbadffp+8.
 
 #include "core/export.hpp"
+#include "hyperbolic/short_sinh_cosh.hpp"
 #include "hyperbolic/sinh_cosh.hpp"
 
 namespace qelvm {
@@ -105,10 +106,23 @@ QELVM_INLINE V sinhSeries(const V& x) {
   return x + x * (square * horner(c, square));
 }
 
+struct SinhShortRoad {
+  static constexpr double distance = distanceOf(ShortSinhCosh<double>::sinhOffBy, 16);
+  static constexpr double inside[] = {1.0};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) { return magnitudeWithin(x, 0x1p-60, 89.0); }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return ShortSinhCosh<V>(x).sinh();
+  }
+};
+
 template <class Export, template <class> class Method>
 struct HyperbolicSine : HyperbolicKernel<Export, Method<Export>> {
   using Kernel = HyperbolicKernel<Export, Method<Export>>;
   using Element = typename Export::Element;
+  using ShortRoad = SinhShortRoad;
 
   static QelStatus exceptional(const Stored<Element>& source, Stored<Element>& result) {
     const double x = static_cast<double>(source);

@@ -4,12 +4,12 @@
 // asin(sqrt((1 - |x|) / 2)), or pi less that where x is negative: the two series of the arcsine
 // (asin.cpp), with the same errors. From 2^-53 down it is pi/2 - x.
 //
-// Error: worst where the result is just below a power of two, in the half angle of positive
-// arguments. The root costs 0.006 ulp there and everything else 0.007 ulp if all is worst at once;
-// a search of the worst places saw 0.50560 at 0x1.1a20e193b0c18p-1, and the bound is 0.51 ulp.
+// Error: proven (docs/proofs.md) below 0.518 ulp (where the result is just above or below a power
+// of two, in the half angle of positive arguments), 0.50560 seen at 0x1.1a20e193b0c18p-1.
 
 #include "core/export.hpp"
 #include "invtrig/arcsine.hpp"
+#include "invtrig/short_arcsine.hpp"
 
 namespace qelvm {
 namespace {
@@ -19,9 +19,23 @@ QELVM_INLINE DoubleDoubleOf<V> flipSigns(const DoubleDoubleOf<V>& value, const V
   return {flipSign(value.hi, sign), flipSign(value.lo, sign)};
 }
 
+struct AcosShortRoad : ShortArcsineDomain {
+  static constexpr double distance =
+      distanceOf(ShortArcsine<double>::offBy + shortInverseRootOffBy, 16);
+
+  /// Below 1/2, pi/2 - arcsin x; from there on the angle itself, or for negative x pi less it.
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const ShortArcsine<V> arcsine(x);
+    return selectBySign(arcsine.below, halfPi.hi, whereNegative(pi.hi, x)) +
+           flipSign(flipSign(arcsine.angle, x), arcsine.below);
+  }
+};
+
 template <class Export>
 struct Arccosine {
   using Element = typename Export::Element;
+  using ShortRoad = AcosShortRoad;
   static constexpr int lanes = 1;
 
   QELVM_INLINE static auto isOrdinary(const auto& x) { return isInSeries<Element>(x); }

@@ -7,20 +7,31 @@
 //
 // Polynomials: those of the series and of the half angle (invtrig/arcsine.hpp).
 //
-// Error: all sums are kept in two parts. What is rounded in the series is below 2^-11 near 1/2,
-// together less than 0.007 ulp. In the half angle the root costs 0.005 ulp near 1/2, and everything
-// else there 0.011 ulp if all is worst at once; a search of the worst places saw 0.50664 at
-// 0x1.0fbefc62269b5p-1, and the bound is 0.51 ulp.
+// Error: proven (docs/proofs.md) below 0.519 ulp (for x just above 1/2, where the root and what
+// follows it cost most), 0.50664 seen at 0x1.0fbefc62269b5p-1. All sums are kept in two parts.
 
 #include "core/export.hpp"
 #include "invtrig/arcsine.hpp"
+#include "invtrig/short_arcsine.hpp"
 
 namespace qelvm {
 namespace {
 
+struct AsinShortRoad : ShortArcsineDomain {
+  static constexpr double distance =
+      distanceOf(2 * ShortArcsine<double>::offBy + 2 * shortInverseRootOffBy, 16);
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    const ShortArcsine<V> arcsine(x);
+    return copySign(selectBySign(arcsine.below, arcsine.angle, halfPi.hi - arcsine.angle), x);
+  }
+};
+
 template <class Export>
 struct Arcsine {
   using Element = typename Export::Element;
+  using ShortRoad = AsinShortRoad;
   static constexpr int lanes = 1;
 
   QELVM_INLINE static auto isOrdinary(const auto& x) { return isInSeries<Element>(x); }

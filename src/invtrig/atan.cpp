@@ -12,21 +12,37 @@
 // Ranges: below 2^-53 the result is x, from 2^54 on it is pi/2; everything between is ordinary.
 //
 // Error: proven (docs/proofs.md) below 0.754 ulp (0.7533, for x just above 1/2), 0.7456 ulp seen at
-// 0x1.09b8e06a6e6e4p-1; 0.6194 ulp seen for x from 0.546 on. The leading part of q is rounded
+// 0x1.09b8e06a6e6e4p-1; 0.6194 ulp seen for x from 0.547 on. The leading part of q is rounded
 // twice, which counts most where q is large beside the result: for x just above 1/8, 1/4 and 1/2,
 // up to x = 0.546, where the arctangent is still in the binade below and q is a fifth of it.
 
 #include "core/export.hpp"
 #include "invtrig/angles.hpp"
 #include "invtrig/arctangent.hpp"
+#include "invtrig/short_arctangent.hpp"
 #include "stages/reciprocal.hpp"
 
 namespace qelvm {
 namespace {
 
+struct AtanShortRoad {
+  static constexpr double distance = distanceOf(ShortArctangent::offBy, 16);
+  static constexpr double inside[] = {1.5};
+
+  QELVM_INLINE static auto isOrdinary(const auto& x) {
+    return magnitudeWithin(x, 0x1p-100, std::numeric_limits<double>::infinity());
+  }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& x) {
+    return copySign(ShortArctangent::of(magnitude(x), uniform<V>(1.0)), x);
+  }
+};
+
 template <class Export>
 struct ArcTangent {
   using Element = typename Export::Element;
+  using ShortRoad = AtanShortRoad;
   static constexpr int lanes = fewRegisters ? 1 : 3;
   static constexpr int registers = 3;
   static constexpr double tiny = 0x1p-53;

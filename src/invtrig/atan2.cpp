@@ -25,6 +25,7 @@
 #include "core/export.hpp"
 #include "invtrig/angles.hpp"
 #include "invtrig/arctangent.hpp"
+#include "invtrig/short_arctangent.hpp"
 #include "stages/reciprocal.hpp"
 
 #include <algorithm>
@@ -90,9 +91,26 @@ QELVM_INLINE V inQuadrant(const DoubleDoubleOf<V>& angle, const V& y, const V& x
   return copySign(sum.hi + low, y);
 }
 
+struct Atan2ShortRoad {
+  static constexpr double distance = distanceOf(ShortArctangent::offBy, 16);
+  static constexpr double inside[] = {1.5, 2.5};
+
+  /// The angle is a normal float.
+  QELVM_INLINE static auto isOrdinary(const auto& y, const auto& x) {
+    return magnitudeWithin(y, 0x1p-60, 0x1p60) && magnitudeWithin(x, 0x1p-60, 0x1p60);
+  }
+
+  template <class V>
+  QELVM_INLINE static V compute(const V& y, const V& x) {
+    const V angle = ShortArctangent::of(magnitude(y), magnitude(x));
+    return copySign(whereNegative(pi.hi, x) + flipSign(angle, x), y);
+  }
+};
+
 template <class Export>
 struct ArcTangentOfTwo {
   using Element = typename Export::Element;
+  using ShortRoad = Atan2ShortRoad;
   static constexpr int lanes = fewRegisters ? 1 : 2;
   static constexpr int registers = registersInFlight(3, 2);
 

@@ -9,8 +9,8 @@
 // series goes up to d^7.
 //
 // Error: the leading part w g is exact, so what is rounded is 2^-9.6 of the root at most: d, the
-// inner and the outer factor of the series, two products and a sum, together 6.2 * 2^-63 of it if
-// all are worst at once.
+// inner and the outer factor of the series, two products and a sum, together below 6.7 * 2^-63 of
+// it, 7.6 * 2^-63 with `rest` (proven, docs/proofs.md).
 #pragma once
 
 #include "core/floating_point.hpp"

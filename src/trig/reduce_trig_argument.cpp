@@ -3,9 +3,9 @@
 // Above, the bits of 4/pi that matter are multiplied by x (Payne and Hanek): those in front of them
 // contribute multiples of 8 octants, those behind too little.
 //
-// Error: within 2^-75 of the remainder, but for arguments next to multiples of pi/2. There, below
-// 2^30, what the pieces lack of pi/4 counts, 2^-143 m: 2^-58.96 of the remainder at most, seen at
-// 0x1.b951f1572eba5p+23; above, the rounded sums of the last products, 2^-121.
+// Error: docs/proofs.md has what is proven. It counts next to multiples of pi/2 alone: there, below
+// 2^30, by what the pieces lack of pi/4, 2^-143 m: 2^-58.96 of the remainder is the most that was
+// seen, at 0x1.b951f1572eba5p+23; above, by the rounded sums of the last products, 2^-121.
 
 #include "trig/reduce_trig_argument.hpp"
 

@@ -14,10 +14,11 @@
 // Ranges: below 12800 arguments are ordinary; from there on reduceTrigArgument goes before.
 //
 // Error: of the slope's rest times R, at most 2^-6 ulp, only the sum is exact; the roundings of the
-// series and of the sums of small terms cost 2^-9 ulp each. Below 0.54 ulp, 0.53444 seen at
-// 0x1.c7e10973b1a4ap-2.
+// series and of the sums of small terms cost 2^-9 ulp each. Below 0.558 ulp, proven
+// (docs/proofs.md); 0.53444 seen at 0x1.c7e10973b1a4ap-2.
 
 #include "core/export.hpp"
+#include "trig/short_sine.hpp"
 #include "trig/trig_kernel.hpp"
 
 namespace qelvm {
@@ -68,8 +69,26 @@ QELVM_INLINE V tangentPolynomial(const IntegerOf<V>& j, const V& r) {
       r);
 }
 
+/// sin/cos, in odd quadrants -cos/sin.
+template <class Export>
+struct TanShortRoad : ShortQuarters {
+  static constexpr double distance =
+      distanceOf(ShortQuarterSine::offBy + ShortQuarterCosine::offBy, 16);
+
+  QELVM_INLINE static auto compute(const auto& x) { return quotient(of(x)); }
+  QELVM_INLINE static auto computeWider(const auto& x) { return quotient(ofWider<Export>(x)); }
+
+private:
+  template <class V>
+  QELVM_INLINE static V quotient(const ShortSineCosine<V>& x) {
+    const V odd = flipByBit<0>(uniform<V>(0.0), x.shifted);
+    return flipSign(selectBySign(odd, x.cosine, x.sine) / selectBySign(odd, x.sine, x.cosine), odd);
+  }
+};
+
 template <class Export>
 struct Tangent {
+  using ShortRoad = TanShortRoad<Export>;
   static constexpr double directLimit = 12800.0;
   static constexpr int lanes = fewRegisters ? 1 : 2;
 

@@ -41,9 +41,11 @@ inline double tinyTrigResult(double x) {
 ///   int lanes
 ///   result(argument)       the results for a TrigArgument: a V, or a TwoResults<V>
 ///   tinyResult(x)          the same for |x| < 2^-252
+///   ShortRoad              that of floats
 template <class Export, class Method>
 struct TrigKernel {
   using Element = typename Export::Element;
+  using ShortRoad = typename Method::ShortRoad;
   static constexpr int lanes = Method::lanes;
   static constexpr bool secondRangeApart = true; // it calls the reduction
   /// Below 2^-252 no double is ordinary, and no float but zero exists.

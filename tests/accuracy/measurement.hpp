@@ -71,6 +71,11 @@ public:
       judge(input, records_.data(), records_.data() + records_.size());
   }
 
+  double errorAt(Record<T>& record, const Input<T>& input) {
+    judge(input, &record, &record + 1);
+    return record.last;
+  }
+
   /// Steps of all sizes away from the worst inputs seen, keeping what is worse.
   void climb(Record<T>& record, const std::vector<Input<T>>& starts, std::size_t steps,
              unsigned seed) {

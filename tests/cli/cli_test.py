@@ -213,19 +213,41 @@ class List(ToolTest):
 
     def test_rows(self):
         out = self.succeed("list", EXP).decode().splitlines()[1]
-        self.assertRegex(out, r"Exp_64f_A53 +70 +src, dst +0\.5\d* +qelStatusOk qelStatusOverflow "
-                              r"qelStatusUnderflow$")
+        self.assertRegex(out, r"Exp_64f_A53 +70 +src, dst +0\.5\d* +(partly|0\.5\d*) +qelStatusOk "
+                              r"qelStatusOverflow qelStatusUnderflow$")
+        self.refuse("--errors excludes --json", "list", "--errors", "--json")
 
     def test_json_says_what_the_table_says(self):
         table = self.table()
         objects = json.loads(self.succeed("list", "--json"))
         self.assertEqual([o["ordinal"] for o in objects], list(range(1, 136)))
         for o, row in zip(objects, table, strict=True):
+            proven = f"{max([e['proven'] for e in o['errors']] or [o['bound']])}" \
+                if o["basis"] == "proven" else {"observed": "-"}.get(o["basis"], o["basis"])
             self.assertEqual(re.split("  +", row), [
                 o["name"].removeprefix("qels"), str(o["ordinal"]), ", ".join(o["arguments"]),
-                f"{o['bound']:.8g}", " ".join(o["statuses"])])
+                f"{o['bound']:.8g}", proven, " ".join(o["statuses"])])
             family, kind, _ = row.split()[0].split("_")
             self.assertEqual((o["family"], o["type"]), (family, {"32f": "float", "64f": "double"}[kind]))
+
+    def test_errors_are_those_that_are_recorded(self):
+        with open(os.path.join(SOURCE, "families/errors.inc")) as file:
+            text = file.read()
+        where = dict(re.findall(r'^QELVM_RESULTS\((\w+), "(.*)"\)', text, re.M))
+        rows = re.findall(r'^QELVM_ERROR\((\w+), (\w+), (\S+), (\S+), "(.*)"\)', text, re.M)
+        table = [re.split("  +", row) for row in self.succeed("list", "--errors").decode().splitlines()[1:]]
+        self.assertEqual(sorted([row[0], *row[2:]] for row in table if "_64f_" in row[0]),
+                         sorted([e, p if p == "-" else f"{float(p)}", seen, at, where[w]]
+                                for e, w, p, seen, at in rows))
+        for o in json.loads(self.succeed("list", "--json")):
+            kinds = [e["proven"] is not None and e["proven"] <= o["bound"] for e in o["errors"]]
+            self.assertEqual(o["errors"], [
+                {"results": w, "proven": None if p == "-" else float(p), "observed": float(seen), "at": at.split(", ")}
+                for e, w, p, seen, at in rows if o["name"] == "qels" + e])
+            if o["type"] == "double":
+                self.assertEqual(o["basis"], "proven" if all(kinds) else "partly" if any(kinds) else "observed")
+            elif len(o["arguments"]) == 2 or o["family"] == "SinCos":
+                self.assertEqual(o["basis"], "tried")
 
 
 class Eval(ToolTest):

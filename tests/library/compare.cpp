@@ -1,10 +1,15 @@
 // Two builds of the library side by side: the same bits in every result, the same status, the same
 // exception flags, and nothing else written.
-// usage: compare_libraries ONE OTHER [--count N] [--seed S] [--only REGEX]
+// usage: compare_libraries ONE OTHER [--count N] [--seed S] [--only REGEX] [--every-float STRIDE]
 //
 // Vectors of 1 to 70 elements at any address, in place and apart, mix all kinds of arguments:
 // random patterns, the ranges of the kernels, their limits, numbers that are special to a family,
-// infinities, NaNs of both kinds. N elements (200000 unless told) go through each export.
+// infinities, NaNs of both kinds, and floats whose result is next to a middle between two floats. N
+// elements (200000 unless told) go through each export.
+//
+// With --every-float all floats, or every STRIDEth 4096, go through each float export of one
+// source, in ascending order: results and statuses of each, the flags of each call of 4096; and one
+// float in 64 alone and as a vector of copies: the flags of each.
 
 #include "loader/loader.hpp"
 
@@ -17,6 +22,7 @@
 #include <cstring>
 #include <iterator>
 #include <limits>
+#include <memory>
 #include <random>
 #include <regex>
 #include <string>
@@ -104,6 +110,55 @@ private:
   std::vector<T> special_;
 };
 
+/// Arguments of a float export whose result, as a double, is within 2^-36 of a middle between two
+/// floats; those with a scalar all have the same.
+struct Middles {
+  std::vector<float> x, y;
+
+  Middles(const loader::Library& library, const loader::Export& e, Random& random) {
+    constexpr std::size_t batch = 4096;
+    const loader::Function function = library.function(*loader::findExport(e.family + "_64f_A53"));
+    const double scalar = std::ldexp(static_cast<double>(random() % 64) + 1, -3);
+    std::vector<double> xs(batch), ys(batch), results(batch), others(batch);
+    for (int i = 0; i < 250; ++i) {
+      const double size = std::ldexp(1.0, static_cast<int>(random() % 12) - 5);
+      const auto draw = [&] {
+        const double unit = static_cast<double>(random() >> 11) * 0x1p-52;
+        return static_cast<double>(static_cast<float>(size * (unit - (random() % 4 == 0 ? 1 : 0))));
+      };
+      std::ranges::generate(xs, draw);
+      std::ranges::generate(ys, draw);
+      if (e.hasScalar())
+        std::ranges::fill(ys, scalar);
+      function(
+          loader::Operands<double>{xs.data(), ys.data(), scalar, results.data(), others.data()},
+          batch);
+      for (std::size_t k = 0; k < batch; ++k)
+        if (isNearMiddle(results[k]) || (e.destinations() == 2 && isNearMiddle(others[k]))) {
+          x.push_back(static_cast<float>(xs[k]));
+          y.push_back(static_cast<float>(ys[k]));
+        }
+    }
+  }
+
+  /// Puts some among the arguments, or all.
+  void mix(std::vector<float>& xs, std::vector<float>& ys, Random& random) const {
+    const unsigned share = random() % 4 == 0 ? 32 : static_cast<unsigned>(random() % 8);
+    for (std::size_t i = 0; i < xs.size() && !x.empty(); ++i)
+      if (random() % 32 < share) {
+        const std::size_t k = random() % x.size();
+        xs[i] = x[k];
+        ys[i] = y[k];
+      }
+  }
+
+private:
+  static bool isNearMiddle(double result) {
+    constexpr std::uint64_t middle = 1u << 28, near = 1u << 17;
+    return (std::bit_cast<std::uint64_t>(result) - (middle - near)) % (2 * middle) <= 2 * near;
+  }
+};
+
 /// Memory of one call, at four places: what the other library gets is a copy.
 struct Arena {
   static constexpr std::size_t place = 70 * sizeof(double) + 64;
@@ -148,6 +203,9 @@ bool compare(const loader::Library& one, const loader::Library& other, const loa
   for (unsigned char& byte : arenas[0].bytes)
     byte = 0xA5;
   std::vector<T> x(70), y(70);
+  std::unique_ptr<Middles> middles;
+  if constexpr (std::is_same_v<T, float>)
+    middles = std::make_unique<Middles>(one, e, random);
   while (count > 0) {
     const int length = 1 + static_cast<int>(random() % 70);
     const std::size_t offset[] = {random() % 16, random() % 16, random() % 16, random() % 16};
@@ -157,6 +215,9 @@ bool compare(const loader::Library& one, const loader::Library& other, const loa
     const int second = inPlace == 3 ? 0 : 3;
     arguments.fill(x.data(), length);
     arguments.fill(y.data(), length);
+    if constexpr (std::is_same_v<T, float>)
+      if (random() % 2 == 0)
+        middles->mix(x, y, random);
     std::memcpy(arenas[0].at<unsigned char>(0, offset[0]), x.data(), sizeof(T) * x.size());
     std::memcpy(arenas[0].at<unsigned char>(1, offset[1]), y.data(), sizeof(T) * y.size());
     before = arenas[1] = arenas[0];
@@ -195,6 +256,43 @@ bool compare(const loader::Library& one, const loader::Library& other, const loa
   return true;
 }
 
+/// The same for all floats.
+bool compareEvery(const loader::Library& one, const loader::Library& other, const loader::Export& e,
+                  long stride) {
+  constexpr std::size_t piece = 4096, copies = 64;
+  const loader::Function functions[] = {one.function(e), other.function(e)};
+  std::vector<float> x(piece), results[2][2] = {{x, x}, {x, x}};
+  const auto differ = [&](const float* source, int length, const char* what, int otherLength) {
+    Outcome outcome[2];
+    for (int side = 0; side < 2; ++side)
+      outcome[side] = call<float>(
+          functions[side], {source, source, 0, results[side][0].data(), results[side][1].data()},
+          side == 0 ? length : otherLength);
+    bool same = outcome[0].status == outcome[1].status && outcome[0].flags == outcome[1].flags;
+    for (int d = 0; d < e.destinations(); ++d)
+      same = same && std::memcmp(results[0][d].data(), results[1][d].data(),
+                                 static_cast<std::size_t>(length) * sizeof(float)) == 0;
+    if (!same)
+      std::printf("FAILED %s, %s from %s on: statuses %d and %d, flags %x and %x, or results\n",
+                  e.name.c_str(), what, hex(source).c_str(), outcome[0].status, outcome[1].status,
+                  static_cast<unsigned>(outcome[0].flags), static_cast<unsigned>(outcome[1].flags));
+    return !same;
+  };
+  for (std::uint64_t first = 0; first < std::uint64_t{1} << 32;
+       first += piece * static_cast<std::uint64_t>(stride)) {
+    for (std::size_t i = 0; i < piece; ++i)
+      x[i] = std::bit_cast<float>(static_cast<std::uint32_t>(first + i));
+    if (differ(x.data(), piece, "4096 floats", piece))
+      return false;
+    for (std::size_t i = first / piece % 64; i < piece; i += 64) {
+      const std::vector<float> same(copies, x[i]);
+      if (differ(same.data(), 1, "alone and as 64", copies))
+        return false;
+    }
+  }
+  return true;
+}
+
 template <class Number>
 bool parse(const char* text, Number& value) {
   const char* const end = text + std::strlen(text);
@@ -205,7 +303,7 @@ bool parse(const char* text, Number& value) {
 } // namespace
 
 int main(int argc, char** argv) {
-  long count = 200000;
+  long count = 200000, everyFloat = 0;
   std::uint64_t seed = 1;
   std::string only;
   bool good = argc >= 3 && argc % 2 == 1;
@@ -215,14 +313,16 @@ int main(int argc, char** argv) {
       good = parse(argv[i + 1], count);
     else if (option == "--seed")
       good = parse(argv[i + 1], seed);
+    else if (option == "--every-float")
+      good = parse(argv[i + 1], everyFloat) && everyFloat > 0;
     else if (option == "--only")
       only = argv[i + 1];
     else
       good = false;
   }
   if (!good) {
-    std::fprintf(stderr,
-                 "usage: compare_libraries ONE OTHER [--count N] [--seed S] [--only REGEX]\n");
+    std::fprintf(stderr, "usage: compare_libraries ONE OTHER [--count N] [--seed S] [--only REGEX] "
+                         "[--every-float STRIDE]\n");
     return 2;
   }
   try {
@@ -232,8 +332,11 @@ int main(int argc, char** argv) {
     for (const loader::Export& e : loader::exports()) {
       if (!std::regex_search(e.name, pattern))
         continue;
-      const bool same = e.single ? compare<float>(one, other, e, count, seed)
-                                 : compare<double>(one, other, e, count, seed);
+      if (everyFloat > 0 && (!e.single || e.sources() == 2 || e.hasScalar()))
+        continue;
+      const bool same = everyFloat > 0 ? compareEvery(one, other, e, everyFloat)
+                        : e.single     ? compare<float>(one, other, e, count, seed)
+                                       : compare<double>(one, other, e, count, seed);
       ++(same ? passed : failed);
     }
     std::printf("%d passed, %d failed\n", passed, failed);

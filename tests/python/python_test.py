@@ -485,12 +485,18 @@ class Package(Case):
     def test_documentation(self):
         bounds = dict(re.findall(r"^QELVM_FAMILY\((\w+), .*, ([\d.]+, [\d.]+, [\d.]+)\)",
                                  (SOURCE / "families/families.inc").read_text(), re.M))
+        proven = {export for export, _ in re.findall(r"^QELVM_ERROR\((\w+), \w+, ([\d.]+),",
+                                                     (SOURCE / "families/errors.inc").read_text(), re.M)}
         for family, (double, package) in itertools.product(NAMES, PACKAGES.items()):
             if NAMES[family]:
                 text = ufunc_of(family, double).__doc__
                 single, *doubles = bounds[family].split(", ")
                 bound = doubles[double == "A53"]
-                self.assertRegex(text, f"float32 {single}, float64 {bound}[.,]")
+                self.assertRegex(text, rf"(?m)^float32: {single} ulp, (every float tried|proven|observed).*\n"
+                                       rf"float64: {bound} ulp, (proven|observed)")
+                # (A proof of a larger bound is not told.)
+                if re.search(r"(?m)^float64: .*\n*.*proven", text):
+                    self.assertIn(f"{family}_64f_{double}", proven)
                 self.assertIn(f"qels{family}_64f_{double}", text)
                 self.assertNotRegex(text, r"qelStatus|\bdst|\bsrc|\b[63][42]f\b|\bstatus")
         for name in ("A50", "A53"):
