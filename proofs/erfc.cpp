@@ -159,7 +159,10 @@ struct Gaussian {
   Gaussian() { call(a, "a"), call(square.hi, "sHi"), call(square.lo, "sLo"); }
 };
 constexpr double largestLo = 0x1p-15, squareError = 0x1p-66; // of a^2's low word
-constexpr double gaussianError = 0x1.28p-61;                 // relative
+constexpr int lastPlaceOfR = -104, lastPlaceOfU = -700;
+constexpr Interval squares{-0x1.74910d52d3052p9, -1}; // -a^2
+constexpr double exponentialError = 0x1.0ep-61, largestU = 0x1.69p-8, largestULo = 0x1p-33;
+constexpr double gaussianError = 0x1.28p-61; // relative
 constexpr double largestSumLo = 0x1p-24;
 
 void square(Proof& proof, Interval range) {
@@ -174,75 +177,103 @@ void square(Proof& proof, Interval range) {
     s.goal(text("|sLo| <= ", largestLo));
     s.goal(text("|sLo - (a*a - sHi)| <= ", squareError));
     s.hint("sLo - (a*a - sHi) -> sLo - MsLo");
+    s.goal(text("sHi in ", Interval{-squares.high, -squares.low}));
+    // So that no product underflows.
+    s.cut(g.red.n, "N", "fixed<0,ne>");
+    s.goal(text("@FIX(sLo,", lastPlaceOfR, ") /\\ @FIX(l,", lastPlaceOfR, ")"));
     proof.add(s);
   }
   proof.coversReals("square", range);
 }
 
-/// 2^(j/64) e^R for neighbouring rows, R = Mr - (a^2 - sHi).
+/// The record of 2^(j/64) e^R, R = Mr - (a^2 - sHi).
+template <class Tag>
+struct Power {
+  Gaussian g;
+  ScaledPair<Term> of = timesGaussian<Tag>(
+      DoubleDoubleOf<Term>{Term::argument("vHi"), Term::argument("vLo")}, g.a);
+  DoubleDoubleOf<Term> r1 = g.red.reduced.exactR(), r2 = twoSum(r1.hi, -g.square.lo);
+  Term r = call(r2.hi, "rHi"), rLo = r1.lo + r2.lo, tail = expTail<ExpPolynomialLong>(r);
+  Term u = call(r + tail, "u"), inner = call(tail - u, "inner"), uError = call(r + inner, "uError");
+  DoubleDoubleOf<Term> us = splitHiLo(u, split26Bits);
+  Term uHi = call(us.hi, "uHi"), uLo = call(rLo + (uError + us.lo), "uLo");
+  DoubleDoubleOf<Term> power{lookUp(erfcPowers<Tag>, g.red.reduced.j, &PairRow::hi),
+                             lookUp(erfcPowers<Tag>, g.red.reduced.j, &PairRow::lo)};
+  DoubleDoubleOf<Term> parts = productOfShort(power, DoubleDoubleOf<Term>{uHi, uLo});
+  DoubleDoubleOf<Term> sum = twoSum(power.hi, parts.hi);
+  Term gHi = call(sum.hi, "gHi"), gLo = call(parts.lo + (sum.lo + power.lo), "gLo");
+};
+
+/// e^R - 1 as uHi + uLo.
+template <class Tag>
+void exponential(Proof& proof, const std::string& name) {
+  Recorder::get().clear();
+  const Power<Tag> p;
+  Recorder::get().freeze();
+  const double error =
+      polynomialError(p.tail, p.r, "expm1(x) - x", Interval::within(largestR + 2 * largestLo));
+  Script s(name + " exponential");
+  p.g.red.over(proof, s, s.name(), Interval::within(largestR));
+  proof.coversReals(s.name(), Interval::within(largestR));
+  const std::string multiple = text("fixed<", lastPlaceOfR, ",ne>");
+  s.cut(p.g.red.l, "l", multiple);
+  s.cut(p.g.square.lo, "sLo", multiple);
+  s.multiple(p.u, lastPlaceOfU);
+  s.real("sLo", Interval::within(largestLo));
+  s.real("dSquare", Interval::within(squareError));
+  s.define("R", "Mr - (sLo + dSquare)");
+  s.stands(p.r, "R");
+  s.hint(text("rHi - R -> -(", s.ideal(p.rLo), ") + -(trailing - Mtrailing) + dSquare"));
+  s.truth(p.tail, "Q", Interval::within(error));
+  s.stands(p.inner, "inner");
+  s.stands(p.uError, "uError");
+  s.hint(text("uError -> (uError - (rHi + inner)) + (inner - (", p.tail, " - u)) + -(u - (rHi + ",
+              p.tail, "))"));
+  s.define("E", "R + Q - uHi");
+  s.hint(text("uLo - E -> (uLo - ", s.ideal(p.uLo),
+              ") + (uError - (rHi + inner)) + (inner - (", p.tail, " - u)) + (", p.tail,
+              " - Q) + -(trailing - Mtrailing) + dSquare"));
+  s.goal(text("|uLo - E| <= ", exponentialError));
+  s.goal(text("|uHi| <= ", largestU, " /\\ |uLo| <= ", largestULo));
+  proof.add(s);
+}
+
+/// 2^(j/64) e^R = (power + powerLo + dPower)(1 + X) as gHi + gLo, for neighbouring rows.
 template <class Tag>
 void gaussian(Proof& proof, const std::string& name, int first, int last) {
   Recorder::get().clear();
-  const Gaussian g;
-  const ScaledPair<Term> product =
-      timesGaussian<Tag>(DoubleDoubleOf<Term>{Term::argument("vHi"), Term::argument("vLo")}, g.a);
-  const DoubleDoubleOf<Term> r1 = g.red.reduced.exactR(), r2 = twoSum(r1.hi, -g.square.lo);
-  const Term r = call(r2.hi, "rHi"), rLo = r1.lo + r2.lo, tail = expTail<ExpPolynomialLong>(r);
-  const Term u = call(r + tail, "u"), inner = call(tail - u, "inner"),
-             uError = call(r + inner, "uError");
-  const DoubleDoubleOf<Term> us = splitHiLo(u, split26Bits);
-  const Term uLo = call(rLo + (uError + us.lo), "uLo"), uHi = call(us.hi, "uHi");
-  const auto& j = g.red.reduced.j;
-  const DoubleDoubleOf<Term> power{lookUp(erfcPowers<Tag>, j, &PairRow::hi),
-                                   lookUp(erfcPowers<Tag>, j, &PairRow::lo)};
-  const auto parts = productOfShort(power, DoubleDoubleOf<Term>{uHi, uLo});
-  const auto sum = twoSum(power.hi, parts.hi);
-  const Term sumLo = call(parts.lo + (sum.lo + power.lo), "gLo");
-  call(sum.hi, "gHi");
+  const Power<Tag> p;
   Recorder::get().freeze();
-  const double largest = largestR + 2 * largestLo;
-  const double error = polynomialError(tail, r, "expm1(x) - x", Interval::within(largest));
   double hi[2] = {3, 0}, lo = 0;
   Interval rest{1, -1};
   for (int k = first; k <= last; ++k) {
     const PairRow& row = erfcPowers<Tag>[k];
+    require(row.hi < 2 && std::fmod(row.hi, 0x1p-25) == 0, "26 bits");
     hi[0] = std::min(hi[0], row.hi), hi[1] = std::max(hi[1], row.hi);
     lo = std::max(lo, std::fabs(row.lo));
     const Interval i = enclosure(proof::power(k) - Real(row.hi) - Real(row.lo));
     rest = {std::min(rest.low, i.low), std::max(rest.high, i.high)};
   }
   Script s(text(name, " power ", first, " to ", last));
-  g.red.over(proof, s, s.name(), Interval::within(largestR));
-  proof.coversReals(s.name(), Interval::within(largestR));
-  s.cut(g.square.lo, "sLo");
-  s.real("sLo", Interval::within(largestLo));
-  s.real("dSquare", Interval::within(squareError));
-  s.cut(power.hi, "power", "fixed<-25,ne>");
-  s.cut(power.lo, "powerLo");
+  s.cut(p.power.hi, "power", "float<26,-1074,ne>");
+  s.cut(p.power.lo, "powerLo");
   s.real("power", {hi[0], hi[1]});
   s.real("powerLo", Interval::within(lo));
   s.real("dPower", rest);
-  s.define("R", "Mr - (sLo + dSquare)");
-  s.stands(r, "R");
-  s.hint(text("rHi - R -> -(", s.ideal(rLo), ") + -(trailing - Mtrailing) + dSquare"));
-  s.truth(tail, "Q", Interval::within(error));
-  s.stands(inner, "inner");
-  s.stands(uError, "uError");
-  s.hint(text("uError -> (uError - (rHi + inner)) + (inner - (", tail, " - u)) + -(u - (rHi + ",
-              tail, "))"));
-  const std::string ideal = s.ideal(uLo);
-  s.stands(uLo, "E");
-  s.define("E", "R + Q - uHi");
-  s.hint(text("uLo - E -> (uLo - ", ideal, ") + (uError - (rHi + inner)) + (inner - (", tail,
-              " - u)) + (", tail, " - Q) + -(trailing - Mtrailing) + dSquare"));
+  s.cut(p.uHi, "uHi", text("float<26,", lastPlaceOfU, ",ne>"));
+  s.cut(p.uLo, "uLo");
+  s.assume(text("|uHi| <= ", largestU, " /\\ |uLo| <= ", largestULo));
+  s.assume(text("|uLo - E| <= ", exponentialError));
+  s.define("X", "uHi + E");
+  s.stands(p.uLo, "E");
+  s.hint("uLo ~ E");
   s.hint("E -> uLo - (uLo - E)");
-  s.exact(parts.hi);
-  s.define("G", "(power + powerLo + dPower)*(1 + (R + Q))");
-  s.hint(text("gHi + gLo - G -> (gLo - ", s.ideal(sumLo), ") + -(dPower*(1 + (R + Q)))"));
-  s.goal(text("|gHi + gLo - G| <= ", gaussianError * hi[0] * 0.994));
+  s.exact(p.parts.hi);
+  s.define("G", "(power + powerLo + dPower)*(1 + X)");
+  s.hint(text("gHi + gLo - G -> (gLo - ", s.ideal(p.gLo), ") + -(dPower*(1 + X))"));
+  s.goal(text("|gHi + gLo - G| <= ", gaussianError * hi[0] * 0.994)); // e^R > 0.994
   s.goal(text("gHi in [0x1.f8p-1,0x1.01p+1] /\\ |gLo| <= ", largestSumLo));
   proof.add(s);
-  (void)product;
 }
 
 /// V G from their words, each a significand: any binade is as good as another.
@@ -337,6 +368,7 @@ void prove(Proof& proof, const std::string& name, Proof::Export library) {
   proof.coversDoubles(name + " rows", whole);
   for (int j = 0; j < 64; j += 8)
     gaussian<Tag>(proof, name, j, j + 7);
+  exponential<Tag>(proof, name);
   {
     Recorder::get().clear();
     const Term x = Term::argument("x");
@@ -387,7 +419,6 @@ void prove(Proof& proof, const std::string& name, Proof::Export library) {
 
 int main(int argc, char** argv) {
   Proof proof(argc, argv);
-  const Interval squares{-0x1.74910d52d3052p9, -1};
   reduction(proof, squares);
   proof.coversDoubles("arguments", squares);
   square(proof, {ErfcKernel<Erfc_64f_A53>::gaussian, ErfcLimits<double>::underflow});
