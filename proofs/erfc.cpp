@@ -36,6 +36,22 @@ Real realOf(const Term& t, const Term& variable, const Real& x) {
   return label == "+" ? a + b : a * b;
 }
 
+/// Bounds of a recorded polynomial and of its slope for |variable| <= limit.
+struct Slope {
+  double value, slope;
+};
+Slope slopeOf(const Term& t, const Term& variable, double limit) {
+  if (t.id == variable.id)
+    return {limit, 1};
+  if (t.isKnown())
+    return {std::fabs(t.value()), 0};
+  const Slope a = slopeOf(operand(t, 0), variable, limit),
+              b = slopeOf(operand(t, 1), variable, limit);
+  if (nodeOf(t.id).label == "+")
+    return {above(a.value + b.value), above(a.slope + b.slope)};
+  return {above(a.value * b.value), above(above(a.slope * b.value) + above(a.value * b.slope))};
+}
+
 /// What a row leaves of f(a) = e^(a^2) erfc(a), relative: a bound of |P/f - 1|. Its error d has
 /// d' = 2 a d + rho, with rho = P' - 2 a P + 2/sqrt(pi), as f' = 2 a f - 2/sqrt(pi). So d(a) is
 /// d(b) e^(a^2 - b^2) less the integral of rho e^(a^2 - s^2) from a to b: at most |d(b)| + (b - a)
@@ -78,7 +94,7 @@ void row(Proof& proof, const std::string& name, int j, Interval range) {
   call(value.hi, "vHi"), call(value.lo, "vLo");
   const Term rounded = call(value.hi + value.lo, "value");
   const auto f = [&](int k) { return lookUp(rowsOfErfc<Tag>(), index, k); };
-  const DoubleDoubleOf<Term> t = twoSum(a, f(0)), ts = splitHiLo(t.hi, split26Bits);
+  const DoubleDoubleOf<Term> t = twoSum(a, f(0));
   call(t.hi, "tHi"), call(t.lo, "tLo");
   // The steps, the last first: their sums and low words.
   std::vector<DoubleDoubleOf<Term>> steps{{operand(value.hi, 0), operand(value.hi, 1)}};
@@ -124,14 +140,19 @@ void row(Proof& proof, const std::string& name, int j, Interval range) {
     proof.over(s, name + " rows", "a", piece);
     s.multiple(t.hi, std::ilogb(piece.low) - 52);
     s.define("T", "tHi + tLo");
+    // Next to zero a + (-c) is rounded; the terms from the sixth degree on see that.
+    const double off = piece.low < center / 2 ? std::ldexp(1.0, std::ilogb(center) - 53) : 0;
+    s.goal(text("|tLo| <= ", off));
+    const double slope = slopeOf(tail, t.hi, (range.high - range.low)).slope;
+    s.real("dTail", Interval::within(off * slope));
     for (int k = 5; k >= 0; --k) {
       const auto [hi, lo] = steps[static_cast<std::size_t>(k)];
       const std::string v = text("V", k), rest = text("E", k), ideal = s.ideal(lo);
       s.define(v, text("(", f(2 * k + 1), " + ", f(2 * k + 2), ") + ",
-                       k == 5 ? s.ideal(tail) : text("T*V", k + 1)));
+                       k == 5 ? s.ideal(tail) + " + dTail" : text("T*V", k + 1)));
       s.define(rest, text(v, " - ", hi));
       s.hint(text(lo, " - ", rest, " -> (", lo, " - ", ideal, ")",
-                  k == 5 ? text(" + (", tail, " - ", s.ideal(tail), ")") : ""));
+                  k == 5 ? text(" + (", tail, " - ", s.ideal(tail), ") + -dTail") : ""));
       s.hint(text(rest, " -> ", lo, " - (", lo, " - ", rest, ")"));
       s.stands(lo, rest);
       s.multiple(hi, std::ilogb(f(2 * k + 1).value()) - 56);
@@ -139,7 +160,6 @@ void row(Proof& proof, const std::string& name, int j, Interval range) {
       if (k < 5)
         s.exact(operand(hi, 1));
     }
-    s.goal("tLo in [0,0]");
     s.real("dS", Interval::within(above(error + error * error * 2))); // 1/(1 + e) - 1
     s.define("S", "V0*(1 + dS)");
     s.hint("vHi + vLo - S -> (lo0 - E0) + -(V0*dS)");
@@ -305,7 +325,7 @@ struct Product {
     s.define("S", "Y*(1 + d)");
     s.hint(text(of.hi, " + ", of.lo, " - S - -(Y*d) -> ", of.lo, " - ", s.ideal(of.lo)));
     s.goal(
-        text("|", of.hi, " + ", of.lo, " - S - -(Y*d)| <= ", productError, " /\\ Y >= 0x1.f7p-1"));
+        text("|", of.hi, " + ", of.lo, " - S - -(Y*d)| <= ", productError, " /\\ Y >= 0x1.f7p-1 /\\ |", of.lo, "| <= 0x1p-22"));
   }
   static constexpr double productError = 0x1p-73;
   /// |hi + lo - S| / |S| is below this: |Y d| and the error of lo, which is less than 1.02 of it.
@@ -326,7 +346,7 @@ void subnormal(Proof& proof, const std::string& name, Proof::Export library) {
     const Term scale = withExponent(value.exponent + 200 + 1023, 1.0);
     const Term hi = value.hi * scale, lo = value.lo * scale;
     const DoubleDoubleOf<Term> sum = twoSum(hi, lo), leading = splitHiLo(sum.hi, split26Bits);
-    const Term rounded = (hi + lo) * twoToMinus200, low = sum.lo + leading.lo;
+    const Term rounded = (hi + lo) * twoToMinus200, low = call(sum.lo + leading.lo, "low");
     const Term y = call(once ? leading.hi * twoToMinus200 + low * twoToMinus200 : rounded, "y");
     const Term result = once ? y : y + y * y; // the square is zero
     Recorder::get().freeze();
@@ -341,9 +361,16 @@ void subnormal(Proof& proof, const std::string& name, Proof::Export library) {
       s.assume(text("S in [1b", e, ",1b", e + 1,
                     "] /\\ |hi + lo - S*0x1p200| <= ", std::ldexp(Product::relative, e + 201),
                     " /\\ |lo| <= ", std::ldexp(1.0, e + 180)));
+      s.hint("hi -> S*0x1p200 + (hi + lo - S*0x1p200) - lo");
       if (once) {
+        const Term scaled = operand(y, 1), kept = operand(y, 0);
+        s.hint(text(sum.hi, " -> (", sum.hi, " - (hi + lo)) + S*0x1p200 + (hi + lo - S*0x1p200)"));
+        s.hint(text(leading.hi, " -> ", sum.hi, " + (", leading.hi, " - ", sum.hi, ")"));
+        s.exactNextToSubnormal(kept);
         s.smallSum(y);
-        s.hint("y - S -> (y - My) + (hi + lo - S*0x1p200)*0x1p-200");
+        s.scaling(scaled);
+        s.hint(text("y - S -> (", scaled, " - ", s.operationOf(scaled), ") + (low - ", s.ideal(low),
+                    ")*0x1p-200 + (hi + lo - S*0x1p200)*0x1p-200"));
         s.bound(label, "(y - S)/0x1p-1074");
       } else {
         s.hint(text(s.operationOf(y), " - S -> (", sum.hi,
@@ -366,8 +393,8 @@ void prove(Proof& proof, const std::string& name, Proof::Export library) {
   for (const auto& [j, range] : preimages(rowOf, whole))
     row<Tag>(proof, name, j, range);
   proof.coversDoubles(name + " rows", whole);
-  for (int j = 0; j < 64; j += 8)
-    gaussian<Tag>(proof, name, j, j + 7);
+  for (int j = 0; j < 64; j += 4)
+    gaussian<Tag>(proof, name, j, j + 3);
   exponential<Tag>(proof, name);
   {
     Recorder::get().clear();
