@@ -21,6 +21,7 @@ Real scaledErfc(const Real& x) {
 }
 
 // What 1. and 2. show for 3., relative.
+constexpr double tiny = ErfcKernel<Erfc_64f_A53>::tiny;
 constexpr double directError = 0x1p-60; // absolute, of the rows without the Gaussian
 constexpr double scaledError = 0x1p-62; // relative, of the others
 
@@ -84,7 +85,7 @@ int lastPlaceOf(double v) {
 
 /// Row j, for the a that have it.
 template <class Tag>
-void row(Proof& proof, const std::string& name, int j, Interval range) {
+void row(Proof& proof, const std::string& name, Proof::Export library, int j, Interval range) {
   Recorder::get().clear();
   const Term x = Term::argument("x"), a = magnitude(x);
   const Term square = (1.0 + a) * (1.0 + a);
@@ -92,7 +93,15 @@ void row(Proof& proof, const std::string& name, int j, Interval range) {
   suppose(index, j);
   const DoubleDoubleOf<Term> value = erfcPolynomial<Tag>(a);
   call(value.hi, "vHi"), call(value.lo, "vLo");
+  const bool direct = j < 6;
   const Term rounded = call(value.hi + value.lo, "value");
+  if (direct) {
+    suppose(isNegative(x), false);
+    proof.replay(text(name, " row ", j), library, x, ErfcKernel<Tag>::computeSecondRange(x),
+                 Proof::uniform(range.low, range.high));
+    require(range.high < ErfcKernel<Tag>::gaussian, "the range without the Gaussian");
+  } else
+    require(range.low >= ErfcKernel<Tag>::gaussian, "the range with it");
   const auto f = [&](int k) { return lookUp(rowsOfErfc<Tag>(), index, k); };
   const DoubleDoubleOf<Term> t = twoSum(a, f(0));
   call(t.hi, "tHi"), call(t.lo, "tLo");
@@ -114,7 +123,6 @@ void row(Proof& proof, const std::string& name, int j, Interval range) {
   for (const auto& step : steps)
     rests.push_back(fastTwoSum(operand(step.hi, 0), operand(step.hi, 1)).lo);
   Recorder::get().freeze();
-  const bool direct = j < 6;
   const double center = -f(0).value();
   const std::string whole = text("(", formulaOf(tail, t.hi, "x"), ")");
   std::string polynomial = "0";
@@ -173,10 +181,12 @@ void row(Proof& proof, const std::string& name, int j, Interval range) {
 
 /// -a^2 = -(square.hi + square.lo) - ...: square.hi exact, square.lo small.
 struct Gaussian {
-  Term x = Term::argument("x"), a = magnitude(x);
+  Term a;
   DoubleDoubleOf<Term> as = splitHiLo(a, split26Bits), square = productOfShort(as, as);
   Reduction red{-square.hi};
-  Gaussian() { call(a, "a"), call(square.hi, "sHi"), call(square.lo, "sLo"); }
+  explicit Gaussian(const Term& argument) : a(call(argument, "a")) {
+    call(square.hi, "sHi"), call(square.lo, "sLo");
+  }
 };
 constexpr double largestLo = 0x1p-15, squareError = 0x1p-66; // of a^2's low word
 constexpr int lastPlaceOfR = -104, lastPlaceOfU = -700;
@@ -188,7 +198,7 @@ constexpr double largestSumLo = 0x1p-24;
 void square(Proof& proof, Interval range) {
   for (const Interval& binade : binades(range, 0)) {
     Recorder::get().clear();
-    const Gaussian g;
+    const Gaussian g(Term::argument("a"));
     Script s(text("square ", binade));
     s.cut(g.a, "a");
     s.multiple(g.a, std::ilogb(binade.low) - 52);
@@ -210,8 +220,7 @@ void square(Proof& proof, Interval range) {
 template <class Tag>
 struct Power {
   Gaussian g;
-  ScaledPair<Term> of = timesGaussian<Tag>(
-      DoubleDoubleOf<Term>{Term::argument("vHi"), Term::argument("vLo")}, g.a);
+  ScaledPair<Term> of; // a value times it
   DoubleDoubleOf<Term> r1 = g.red.reduced.exactR(), r2 = twoSum(r1.hi, -g.square.lo);
   Term r = call(r2.hi, "rHi"), rLo = r1.lo + r2.lo, tail = expTail<ExpPolynomialLong>(r);
   Term u = call(r + tail, "u"), inner = call(tail - u, "inner"), uError = call(r + inner, "uError");
@@ -222,6 +231,10 @@ struct Power {
   DoubleDoubleOf<Term> parts = productOfShort(power, DoubleDoubleOf<Term>{uHi, uLo});
   DoubleDoubleOf<Term> sum = twoSum(power.hi, parts.hi);
   Term gHi = call(sum.hi, "gHi"), gLo = call(parts.lo + (sum.lo + power.lo), "gLo");
+
+  Power(const Term& a, const DoubleDoubleOf<Term>& value)
+      : g(a), of(timesGaussian<Tag>(value, a)) {}
+  Power() : Power(Term::argument("a"), {Term::argument("vHi"), Term::argument("vLo")}) {}
 };
 
 /// e^R - 1 as uHi + uLo.
@@ -250,9 +263,8 @@ void exponential(Proof& proof, const std::string& name) {
   s.hint(text("uError -> (uError - (rHi + inner)) + (inner - (", p.tail, " - u)) + -(u - (rHi + ",
               p.tail, "))"));
   s.define("E", "R + Q - uHi");
-  s.hint(text("uLo - E -> (uLo - ", s.ideal(p.uLo),
-              ") + (uError - (rHi + inner)) + (inner - (", p.tail, " - u)) + (", p.tail,
-              " - Q) + -(trailing - Mtrailing) + dSquare"));
+  s.hint(text("uLo - E -> (uLo - ", s.ideal(p.uLo), ") + (uError - (rHi + inner)) + (inner - (",
+              p.tail, " - u)) + (", p.tail, " - Q) + -(trailing - Mtrailing) + dSquare"));
   s.goal(text("|uLo - E| <= ", exponentialError));
   s.goal(text("|uHi| <= ", largestU, " /\\ |uLo| <= ", largestULo));
   proof.add(s);
@@ -302,15 +314,11 @@ struct Product {
   ScaledPair<Term> of;
   template <class Tag>
   static Product record(const Term& a) {
-    Product p;
-    p.v = erfcPolynomial<Tag>(a);
-    p.of = timesGaussian<Tag>(p.v, a);
-    const Term gSplit = operand(p.of.hi, 1), low = operand(operand(operand(p.of.lo, 1), 1), 0);
-    (void)low;
-    p.g.hi = operand(gSplit, 0);
-    const Term gLow = operand(operand(operand(p.of.lo, 0), 1), 1); // of a.hi * b.lo
-    p.g.lo = operand(gLow, 0);
-    return p;
+    const DoubleDoubleOf<Term> v = erfcPolynomial<Tag>(a);
+    const Power<Tag> power(a, v);
+    const auto wordOf = [&](std::size_t k) { return operand(operand(power.of.hi, k), 0).id; };
+    require(wordOf(0) == v.hi.id && wordOf(1) == power.gHi.id, "the words of the product");
+    return {v, {power.gHi, power.gLo}, power.of};
   }
   /// hi + lo stands for S = V G.
   void operator()(Script& s) const {
@@ -325,9 +333,11 @@ struct Product {
     s.define("S", "Y*(1 + d)");
     s.hint(text(of.hi, " + ", of.lo, " - S - -(Y*d) -> ", of.lo, " - ", s.ideal(of.lo)));
     s.goal(
-        text("|", of.hi, " + ", of.lo, " - S - -(Y*d)| <= ", productError, " /\\ Y >= 0x1.f7p-1 /\\ |", of.lo, "| <= 0x1p-22"));
+        text("|", of.hi, " + ", of.lo, " - S - -(Y*d)| <= ", productError, " /\\ Y >= 0x1.f7p-1"));
+    s.goal(text("|", of.lo, "| <= ", largestLow / 1.04));
   }
   static constexpr double productError = 0x1p-73;
+  static constexpr double largestLow = 0x1.1p-22; // of |lo| / |S|
   /// |hi + lo - S| / |S| is below this: |Y d| and the error of lo, which is less than 1.02 of it.
   static constexpr double relative =
       (scaledError + gaussianError + 1.04 * productError) * (1 + 0x1p-40);
@@ -354,14 +364,14 @@ void subnormal(Proof& proof, const std::string& name, Proof::Export library) {
                                 : Interval{above(Limits::singleRounding), below(Limits::underflow)};
     proof.replay(text(name, " subnormal ", range), library, x, result,
                  Proof::uniform(range.low, range.high));
-    const auto place = [](double v) { return static_cast<int>(mpfr_get_exp(erfc(v).get())) - 1; };
-    for (int e = place(range.high); e <= place(range.low); ++e) {
-      Script s(text(name, once ? " rounded once 2^" : " rounded 2^", e));
+    const auto exponent = [](double v) { return static_cast<int>(mpfr_get_exp(erfc(v).get())); };
+    const int bottom = exponent(range.high) - 1, top = exponent(range.low);
+    {
+      Script s(text(name, once ? " rounded once" : " rounded twice"));
       s.cut(hi, "hi"), s.cut(lo, "lo");
-      s.assume(text("S in [1b", e, ",1b", e + 1,
-                    "] /\\ |hi + lo - S*0x1p200| <= ", std::ldexp(Product::relative, e + 201),
-                    " /\\ |lo| <= ", std::ldexp(1.0, e + 180)));
-      s.hint("hi -> S*0x1p200 + (hi + lo - S*0x1p200) - lo");
+      s.assume(text("S in [1b", bottom, ",1b", top,
+                    "] /\\ |hi + lo - S*0x1p200| <= ", std::ldexp(Product::relative, top + 200),
+                    " /\\ |lo| <= ", std::ldexp(Product::largestLow, top + 200)));
       if (once) {
         const Term scaled = operand(y, 1), kept = operand(y, 0);
         s.hint(text(sum.hi, " -> (", sum.hi, " - (hi + lo)) + S*0x1p200 + (hi + lo - S*0x1p200)"));
@@ -382,16 +392,85 @@ void subnormal(Proof& proof, const std::string& name, Proof::Export library) {
   }
 }
 
+/// 2 - W, of both ranges: W = erfc(|x|) by the polynomial alone, and times the Gaussian, where it
+/// is below 2^-6 and the error relative.
+template <class Tag>
+void negative(Proof& proof, const std::string& name, Proof::Export library) {
+  static_assert(Product::relative * 0x1p-6 < directError && Product::largestLow * 0x1p-6 < 0x1p-24);
+  require(erfc(ErfcKernel<Tag>::gaussian).toDouble() < 0x1p-6, "the first range is small");
+  for (const bool isFirst : {false, true}) {
+    Recorder::get().clear();
+    const Term x = Term::argument("x");
+    suppose(isNegative(x), true);
+    const Term result =
+        isFirst ? ErfcKernel<Tag>::compute(x) : ErfcKernel<Tag>::computeSecondRange(x);
+    const Term value = call(result, "value"), sum = operand(value, 0);
+    const Term wHi = operand(operand(operand(sum, 0), 1), 0), wLo = operand(operand(sum, 1), 0);
+    if (isFirst) {
+      const ScaledPair<Term> w = Product::record<Tag>(magnitude(x)).of;
+      require(unscaled(wHi).id == w.hi.id && unscaled(wLo).id == w.lo.id &&
+                  operand(wHi, 1).id == operand(wLo, 1).id,
+              "2 less the product, scaled");
+    } else {
+      const DoubleDoubleOf<Term> w = erfcPolynomial<Tag>(magnitude(x));
+      require(wHi.id == w.hi.id && wLo.id == w.lo.id, "2 less the polynomial");
+    }
+    Recorder::get().freeze();
+    const std::string label = name + (isFirst ? " negative, first range" : " negative");
+    proof.replay(label, library, x, result,
+                 isFirst ? Proof::uniform(-5.86, -1.83) : Proof::uniform(-1.82, -0.001));
+    Script s(label);
+    s.cut(wHi, "wHi"), s.cut(wLo, "wLo");
+    s.real("wHi", {0, 1}), s.real("wLo", Interval::within(0x1p-24));
+    s.assume(text("W in [0,1] /\\ |wHi + wLo - W| <= ", directError));
+    s.define("S", "2 - W");
+    const Term rest = operand(value, 1);
+    s.hint(text(s.operationOf(value), " - S -> (", rest, " - ", s.ideal(rest),
+                ") + -(wHi + wLo - W)"));
+    s.lastRounding(name + " normal", value, "S", 0x1p-52);
+    proof.add(s);
+  }
+}
+
+/// What is left: 1 + x, and 2 and zero; where the ranges meet.
+void ends(Proof& proof, const std::string& name, Proof::Export library) {
+  using Limits = ErfcLimits<double>;
+  Recorder::get().clear();
+  const Term x = Term::argument("x"), value = call(1.0 + x, "value");
+  proof.replay(name + " tiny", library, x, value, Proof::uniform(-0.99 * tiny, 0.99 * tiny));
+  Script s(name + " tiny");
+  s.cut(x, "x");
+  s.real("x", Interval::within(tiny));
+  s.real("dS", Interval::within(1.2 * tiny)); // erf x is at most 2/sqrt(pi) x
+  s.define("S", "1 - dS");
+  s.hint("1 + x - S -> x + dS");
+  s.lastRounding(name + " normal", value, "S", 0x1p-53);
+  proof.add(s);
+  const auto less = [](const Real& a, const Real& b) { return mpfr_cmp(a.get(), b.get()) < 0; };
+  require(less(Real(2) - Real(0x1.0001p-53), erfc(-Limits::saturation)) &&
+              less(erfc(Limits::underflow), twoTo(-1075)),
+          "2 and zero are off by 0.5001 ulp at most");
+  require(less(erfc(Limits::subnormal), twoTo(-1022)) &&
+              less(twoTo(-1022) + twoTo(-1070), erfc(below(Limits::subnormal))),
+          "results are normal up to the limit");
+  const double limits[] = {-Limits::saturation, -std::numeric_limits<double>::max(),
+                           Limits::underflow, std::numeric_limits<double>::max()};
+  double results[4];
+  library(limits, results, 4);
+  require(results[0] == 2 && results[1] == 2 && results[2] == 0 && results[3] == 0,
+          "the results are 2 and zero there");
+}
+
 template <class Tag>
 void prove(Proof& proof, const std::string& name, Proof::Export library) {
   using Limits = ErfcLimits<double>;
-  const Interval whole{0x1p-70, below(Limits::underflow)};
+  const Interval whole{tiny, below(Limits::underflow)};
   const auto rowOf = [](double a) {
     const double square = (1.0 + a) * (1.0 + a);
     return exponentField(square * square) - Format<double>::bias;
   };
   for (const auto& [j, range] : preimages(rowOf, whole))
-    row<Tag>(proof, name, j, range);
+    row<Tag>(proof, name, library, j, range);
   proof.coversDoubles(name + " rows", whole);
   for (int j = 0; j < 64; j += 4)
     gaussian<Tag>(proof, name, j, j + 3);
@@ -403,7 +482,7 @@ void prove(Proof& proof, const std::string& name, Proof::Export library) {
     const Term result = ErfcKernel<Tag>::compute(x), value = unscaled(result);
     const Product product = Product::record<Tag>(magnitude(x));
     require(operand(value, 0).id == product.of.hi.id && operand(value, 1).id == product.of.lo.id,
-            "the product");
+            "the result is the product, rounded");
     Recorder::get().freeze();
     proof.replay(name + " product", library, x, result, Proof::uniform(1.83, 26.5));
     Script s(name + " product");
@@ -412,34 +491,9 @@ void prove(Proof& proof, const std::string& name, Proof::Export library) {
     s.bound(name + " normal", text("0.5 + 0x1p53*", Product::relative));
     proof.add(s);
   }
-  {
-    Recorder::get().clear();
-    const Term x = Term::argument("x");
-    suppose(isNegative(x), true);
-    const Term result = ErfcKernel<Tag>::computeSecondRange(x), value = call(result, "value");
-    const DoubleDoubleOf<Term> w = erfcPolynomial<Tag>(magnitude(x));
-    Recorder::get().freeze();
-    proof.replay(name + " negative", library, x, result, Proof::uniform(-1.82, -0.001));
-    Script s(name + " negative");
-    s.cut(w.hi, "wHi"), s.cut(w.lo, "wLo");
-    s.real("wHi", {0, 1}), s.real("wLo", Interval::within(0x1p-24));
-    s.assume("W in [0,1]");
-    s.assume(text("|wHi + wLo - W| <= ", directError));
-    s.define("S", "2 - W");
-    const Term rest = operand(value, 1);
-    s.hint(text(s.operationOf(value), " - S -> (", rest, " - ", s.ideal(rest),
-                ") + -(wHi + wLo - W)"));
-    s.lastRounding(name + " normal", value, "S", 0x1p-52);
-    proof.add(s);
-  }
+  negative<Tag>(proof, name, library);
   subnormal<Tag>(proof, name, library);
-  // The rest: 1 + x and 2 - tiny, and zero.
-  require(erfc(-Limits::saturation).toDouble() + 0x1p-53 >= 2 &&
-              mpfr_cmp(erfc(Limits::underflow).get(), twoTo(-1075).get()) <= 0,
-          "saturated");
-  require(mpfr_cmp(erfc(Limits::subnormal).get(), twoTo(-1022).get()) < 0 &&
-              mpfr_cmp(twoTo(-1022).get(), erfc(below(Limits::subnormal)).get()) < 0,
-          "where results are subnormal");
+  ends(proof, name, library);
 }
 
 } // namespace
