@@ -66,7 +66,7 @@ double scaledRowError(const std::string& polynomial, const P& value, double cent
     const double rho =
         polynomialError(text("diff(", polynomial, ") - 2*(", center, " + x)*(", polynomial, ")"),
                         "-2/sqrt(pi)", {below(range.low - center), above(range.high - center)});
-    for (const Interval& piece : pieces(range, 512)) {
+    for (const Interval& piece : pieces(range, 64)) {
       const Real exact = scaledErfc(piece.high);
       const double off = std::fabs((value(Real(piece.high) - Real(center)) - exact).toDouble());
       found->second = std::max(found->second, above((off + (piece.high - piece.low) * rho) *
@@ -142,7 +142,7 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, In
              : scaledRowError(polynomial, value_, center, range);
   if (std::getenv("RAW"))
     std::printf("# row %d: 2^%.2f\n", j, std::log2(error));
-  for (const Interval& piece : pieces(range, 2)) {
+  for (const Interval& piece : pieces(range, direct ? 2 : 1)) {
     Script s(text(name, " row ", j, " ", piece));
     s.cut(a, "a");
     proof.over(s, name + " rows", "a", piece);
@@ -191,8 +191,8 @@ struct Gaussian {
 constexpr double largestLo = 0x1p-15, squareError = 0x1p-66; // of a^2's low word
 constexpr int lastPlaceOfR = -104, lastPlaceOfU = -700;
 constexpr Interval squares{-0x1.74910d52d3052p9, -1}; // -a^2
-constexpr double exponentialError = 0x1.0ep-61, largestU = 0x1.69p-8, largestULo = 0x1p-33;
-constexpr double gaussianError = 0x1.28p-61; // relative
+constexpr double exponentialError = 0x1.0e1p-61, largestU = 0x1.69p-8, largestULo = 0x1p-33;
+constexpr double gaussianError = 0x1.19p-61; // relative
 constexpr double largestSumLo = 0x1p-24;
 
 void square(Proof& proof, Interval range) {
