@@ -169,14 +169,19 @@ void proportional(Proof& proof, const std::string& name, Proof::Export library) 
 /// Subnormal results, of x > 0 (every operation is odd): from 2^-1034 on the same product, rounded
 /// where the result ends, below one product. The kernel has these, too, for doubles alone.
 void subnormal(Proof& proof, const std::string& name, Proof::Export library) {
-  const double normal = 0x0.e2dfc48da77b5p-1022;
+  const double limit = 0x0.e2dfc48da77b5p-1022;
   const Real factor = Real(2) / Real::apply(mpfr_sqrt, pi());
-  require(mpfr_cmp((factor * Real(below(normal))).get(), twoTo(-1022).get()) < 0 &&
-              mpfr_cmp((factor * Real(normal)).get(), (twoTo(-1022) + twoTo(-1076)).get()) > 0,
-          "results are normal from the limit on, before they are rounded, too");
+  const auto less = [](const Real& a, const Real& b) { return mpfr_cmp(a.get(), b.get()) < 0; };
+  double atLimit = 0;
+  library(&limit, &atLimit, 1);
+  require(less(factor * Real(limit), twoTo(-1022)) && atLimit == 0x1p-1022 &&
+              less(twoTo(-1022) - twoTo(-1075), factor * Real(limit)),
+          "at the limit the last subnormal result, rounded to a normal one");
+  require(less(twoTo(-1022) + twoTo(-1075), factor * Real(above(limit))),
+          "normal results beyond it, before they are rounded, too");
   for (const bool isShort : {true, false}) {
     const Interval range =
-        isShort ? Interval{0x1p-1074, below(0x1p-1034)} : Interval{0x1p-1034, below(normal)};
+        isShort ? Interval{0x1p-1074, below(0x1p-1034)} : Interval{0x1p-1034, below(limit)};
     Recorder::get().clear();
     const Term x = Term::argument("x"), u = x * twoTo200;
     const auto product = productOfShort(splitHiLo(u, split26Bits),
@@ -211,7 +216,7 @@ void subnormal(Proof& proof, const std::string& name, Proof::Export library) {
     }
     proof.add(s);
   }
-  proof.coversDoubles(name + " subnormal", {0x1p-1074, below(normal)});
+  proof.coversDoubles(name + " subnormal", {0x1p-1074, below(limit)});
 }
 
 template <class F, template <class> class Kernel, class Tag>
