@@ -286,6 +286,8 @@ void gaussian(Proof& proof, const std::string& name, int first, int last) {
     const Interval i = enclosure(proof::power(k) - Real(row.hi) - Real(row.lo));
     rest = {std::min(rest.low, i.low), std::max(rest.high, i.high)};
   }
+  require(mpfr_cmp_d(Real::apply(mpfr_exp, Real(-largestR - 2 * largestLo)).get(), 0.9941) > 0,
+          "e^R");
   Script s(text(name, " power ", first, " to ", last));
   s.cut(p.power.hi, "power", "float<26,-1074,ne>");
   s.cut(p.power.lo, "powerLo");
