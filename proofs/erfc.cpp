@@ -151,7 +151,9 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, In
     // Next to zero a + (-c) is rounded; the terms from the sixth degree on see that.
     const double off = piece.low < center / 2 ? std::ldexp(1.0, std::ilogb(center) - 53) : 0;
     s.goal(text("|tLo| <= ", off));
-    const double slope = slopeOf(tail, t.hi, (range.high - range.low)).slope;
+    const double slope =
+        slopeOf(tail, t.hi, above(Interval{range.low - center, range.high - center}.magnitude()))
+            .slope;
     s.real("dTail", Interval::within(off * slope));
     for (int k = 5; k >= 0; --k) {
       const auto [hi, lo] = steps[static_cast<std::size_t>(k)];
