@@ -97,8 +97,9 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, In
   const Term rounded = call(value.hi + value.lo, "value");
   if (direct) {
     suppose(isNegative(x), false);
-    proof.replay(text(name, " row ", j), library, x, ErfcKernel<Tag>::computeSecondRange(x),
-                 Proof::uniform(range.low, range.high));
+    const Term result = ErfcKernel<Tag>::computeSecondRange(x);
+    require(result.id == rounded.id, "the result is the polynomial, rounded");
+    proof.replay(text(name, " row ", j), library, x, result, Proof::uniform(range.low, range.high));
     require(range.high < ErfcKernel<Tag>::gaussian, "the range without the Gaussian");
   } else
     require(range.low >= ErfcKernel<Tag>::gaussian, "the range with it");
@@ -140,8 +141,6 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, In
       direct ? polynomialError(polynomial, text("erfc(", center, " + x)"),
                                {below(range.low - center), above(range.high - center)}, true)
              : scaledRowError(polynomial, value_, center, range);
-  if (std::getenv("RAW"))
-    std::printf("# row %d: 2^%.2f\n", j, std::log2(error));
   for (const Interval& piece : pieces(range, direct ? 2 : 1)) {
     Script s(text(name, " row ", j, " ", piece));
     s.cut(a, "a");
@@ -370,29 +369,27 @@ void subnormal(Proof& proof, const std::string& name, Proof::Export library) {
                  Proof::uniform(range.low, range.high));
     const auto exponent = [](double v) { return static_cast<int>(mpfr_get_exp(erfc(v).get())); };
     const int bottom = exponent(range.high) - 1, top = exponent(range.low);
-    {
-      Script s(text(name, once ? " rounded once" : " rounded twice"));
-      s.cut(hi, "hi"), s.cut(lo, "lo");
-      s.assume(text("S in [1b", bottom, ",1b", top,
-                    "] /\\ |hi + lo - S*0x1p200| <= ", std::ldexp(Product::relative, top + 200),
-                    " /\\ |lo| <= ", std::ldexp(Product::largestLow, top + 200)));
-      if (once) {
-        const Term scaled = operand(y, 1), kept = operand(y, 0);
-        s.hint(text(sum.hi, " -> (", sum.hi, " - (hi + lo)) + S*0x1p200 + (hi + lo - S*0x1p200)"));
-        s.hint(text(leading.hi, " -> ", sum.hi, " + (", leading.hi, " - ", sum.hi, ")"));
-        s.exactNextToSubnormal(kept);
-        s.smallSum(y);
-        s.scaling(scaled);
-        s.hint(text("y - S -> (", scaled, " - ", s.operationOf(scaled), ") + (low - ", s.ideal(low),
-                    ")*0x1p-200 + (hi + lo - S*0x1p200)*0x1p-200"));
-        s.bound(label, "(y - S)/0x1p-1074");
-      } else {
-        s.hint(text(s.operationOf(y), " - S -> (", sum.hi,
-                    " - (hi + lo))*0x1p-200 + (hi + lo - S*0x1p200)*0x1p-200"));
-        s.lastRounding(label, y, "S", 0x1p-1074);
-      }
-      proof.add(s);
+    Script s(text(name, once ? " rounded once" : " rounded twice"));
+    s.cut(hi, "hi"), s.cut(lo, "lo");
+    s.assume(text("S in [1b", bottom, ",1b", top,
+                  "] /\\ |hi + lo - S*0x1p200| <= ", std::ldexp(Product::relative, top + 200),
+                  " /\\ |lo| <= ", std::ldexp(Product::largestLow, top + 200)));
+    if (once) {
+      const Term scaled = operand(y, 1), kept = operand(y, 0);
+      s.hint(text(sum.hi, " -> (", sum.hi, " - (hi + lo)) + S*0x1p200 + (hi + lo - S*0x1p200)"));
+      s.hint(text(leading.hi, " -> ", sum.hi, " + (", leading.hi, " - ", sum.hi, ")"));
+      s.exactNextToSubnormal(kept);
+      s.smallSum(y);
+      s.scaling(scaled);
+      s.hint(text("y - S -> (", scaled, " - ", s.operationOf(scaled), ") + (low - ", s.ideal(low),
+                  ")*0x1p-200 + (hi + lo - S*0x1p200)*0x1p-200"));
+      s.bound(label, "(y - S)/0x1p-1074");
+    } else {
+      s.hint(text(s.operationOf(y), " - S -> (", sum.hi,
+                  " - (hi + lo))*0x1p-200 + (hi + lo - S*0x1p200)*0x1p-200"));
+      s.lastRounding(label, y, "S", 0x1p-1074);
     }
+    proof.add(s);
   }
 }
 
