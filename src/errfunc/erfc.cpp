@@ -10,10 +10,9 @@
 // Ranges: arguments with the Gaussian are the main range, smaller ones the second; subnormal
 // results, with a scale of their own, and what is beyond take the slow path.
 //
-// Error: the terms from the sixth degree on, up to 2^-8.8 of the result in rows 3 to 5, round up to
-// 0.005 ulp; everything else but the last sum stays below 2^-60, row 5 adds 2^-11 ulp: below
-// 0.508 ulp, 0.5029 seen at 0x1.bcd3757ab2164p+2. Subnormal results are rounded once, where they
-// end.
+// Error: proven (docs/proofs.md) below 0.508 ulp (0.5063, 0.5032 where the result is subnormal and
+// rounded once, where it ends); 0.5035 seen at 0x1.b5b1196a66ee8p+2. The roundings of e^r - 1 give
+// most of it.
 #include "core/export.hpp"
 #include "core/short_road.hpp"
 #include "stages/exp_reduction.hpp"
