@@ -118,7 +118,8 @@ def main():
     for what, name, only, file, text, replacement in CHANGES:
         before = outcome(programs / name, only)
         with tempfile.TemporaryDirectory() as work:
-            shutil.copytree(ROOT / "src", Path(work) / "src")
+            for folder in "src", "families":
+                shutil.copytree(ROOT / folder, Path(work) / folder)
             path = Path(work) / "src" / file
             source = path.read_text()
             if text not in source:
