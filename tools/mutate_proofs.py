@@ -118,7 +118,7 @@ def main():
     for what, name, only, file, text, replacement in CHANGES:
         before = outcome(programs / name, only)
         with tempfile.TemporaryDirectory() as work:
-            for folder in "src", "families":
+            for folder in ("src", "families"):  # (kernels include both)
                 shutil.copytree(ROOT / folder, Path(work) / folder)
             path = Path(work) / "src" / file
             source = path.read_text()
