@@ -675,7 +675,7 @@ QELVM_API QelStatus QELVM_CALL qelsLn_32f_A11(const float* src, float* dst, int3
 QELVM_API QelStatus QELVM_CALL qelsLn_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5000001 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsLn_32f_A24(const float* src, float* dst, int32_t length);
-/** 1.6 ulp, observed (1.5216) */
+/** 1.6 ulp, proven (1.5534) */
 QELVM_API QelStatus QELVM_CALL qelsLn_64f_A50(const double* src, double* dst, int32_t length);
 /** 0.511 ulp, proven */
 QELVM_API QelStatus QELVM_CALL qelsLn_64f_A53(const double* src, double* dst, int32_t length);
@@ -704,7 +704,7 @@ QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A11(const float* src, float* dst, i
 QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A21(const float* src, float* dst, int32_t length);
 /** 0.5000001 ulp, every float tried */
 QELVM_API QelStatus QELVM_CALL qelsLog10_32f_A24(const float* src, float* dst, int32_t length);
-/** 2.15 ulp, observed (2.0476) */
+/** 2.15 ulp, proven (2.1246) */
 QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A50(const double* src, double* dst, int32_t length);
 /** 0.542 ulp, proven (0.5415) */
 QELVM_API QelStatus QELVM_CALL qelsLog10_64f_A53(const double* src, double* dst, int32_t length);

@@ -1,6 +1,6 @@
-// Ln and Log10.
+// Ln and Log10 in A53 (A50: logarithm_series.cpp).
 //
-// A53: x = m 2^k, u = m r - c exactly, the result k log 2 - log(r/c) + log(1 + u/c), for every row
+// x = m 2^k, u = m r - c exactly, the result k log 2 - log(r/c) + log(1 + u/c), for every row
 // and groups of k; near one the series in x - 1, binade by binade.
 #include "proof.hpp"
 
@@ -21,12 +21,8 @@ auto rowOf(const V& m) {
 struct Natural {
   using Function = NaturalTable;
   using Tag = Ln_64f_A53;
-  using ShortTag = Ln_64f_A50;
-  using Series = NaturalSeries;
   static constexpr const char* name = "Ln_64f_A53";
-  static constexpr const char* shortName = "Ln_64f_A50";
   static constexpr auto library = qelsLn_64f_A53;
-  static constexpr auto shortLibrary = qelsLn_64f_A50;
   static constexpr const char* power = "x^2*"; // times the polynomial is the function
   static constexpr const char* inU = "U*U*";
   static constexpr const char* function = "log1p(x) - x";
@@ -35,12 +31,8 @@ struct Natural {
 struct Decimal {
   using Function = DecimalTable;
   using Tag = Log10_64f_A53;
-  using ShortTag = Log10_64f_A50;
-  using Series = DecimalSeries;
   static constexpr const char* name = "Log10_64f_A53";
-  static constexpr const char* shortName = "Log10_64f_A50";
   static constexpr auto library = qelsLog10_64f_A53;
-  static constexpr auto shortLibrary = qelsLog10_64f_A50;
   static constexpr const char* power = "x*";
   static constexpr const char* inU = "U*";
   static constexpr const char* function = "log10(1 + x/0x1.bcp-2) - x";

