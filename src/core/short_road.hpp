@@ -9,11 +9,11 @@
 //
 //   double distance                     of its results from the full kernel's, relative: an upper
 //                                       bound (distanceOf)
-//   float inside[]                      arguments of the domain, one for each source
+//   float inside[]                      arguments of the domain, one for each source, which take the
+//                                       place of others. Where the full kernel raises no inexact for
+//                                       some of the domain, the road raises none for these
 //   auto isOrdinary(x...)               its domain, of registers of floats, or of floats widened.
-//   All
-//                                       results are normal floats, and the full kernel raises
-//                                       inexact for each
+//                                       All results are normal floats, unless they do not stand
 //   V compute(V x...)                   the approximation, over registers; raises no flag but
 //                                       inexact. With two destinations a TwoResults<V>; where only
 //                                       the result shows whether it stands, an IfStanding<V>

@@ -25,7 +25,7 @@ namespace qelvm {
 namespace {
 
 struct PowShortRoad : PowerShortRoad {
-  static constexpr double inside[] = {3.0, 1.5};
+  static constexpr double inside[] = {1.0, 1.0};
 
   QELVM_INLINE static auto isOrdinary(const auto& x, const auto& y) {
     return positiveWithin(x, 0x1p-126, std::numeric_limits<double>::infinity()) && isModerate(y);

@@ -12,7 +12,7 @@ namespace {
 template <class Export>
 class PowxShortRoad : public PowerShortRoad {
 public:
-  static constexpr double inside[] = {3.0};
+  static constexpr double inside[] = {1.0};
 
   explicit PowxShortRoad(float power)
       : y_(static_cast<double>(power)), moderate_(isModerate(power)) {}

@@ -29,7 +29,7 @@ struct PowerShortRoad {
       distanceOf(ShortPower<double>::offBy + 0.7 * 128 * (ShortLog2::offBy + 8 * 0x1p-53), 16);
 
   /// a^y for positive a. It stands where it is a normal float and y log2 a no integer: an integer
-  /// power of two raises nothing.
+  /// power of two raises nothing, neither here nor in the full kernel.
   template <class V, class Y>
   QELVM_INLINE static auto ofPositive(const V& a, const Y& y) {
     const ShortPower<V> power(ShortLog2::of(a), y);
