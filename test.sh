@@ -51,7 +51,7 @@ done
 passed=0 failed=0 skipped=0
 python=OFF # whether the Python package can be built
 temporary=$(mktemp -d)
-trap 'rm -rf "$temporary"' EXIT
+trap '[ -z "$emulation" ] || kill "$emulation" 2> /dev/null || true; rm -rf "$temporary"' EXIT
 
 skip() {
   say "SKIPPED $1: $2"

@@ -194,6 +194,7 @@ END
 # since `levels` begins it and the last part awaits it.
 emulation=
 start_emulation() {
+  case " ${parts[*]} " in *" emulated "*) ;; *) return ;; esac
   [ -z "$emulation" ] && require_packages "${machine_packages[@]}" || return 0
   nice -n 19 tests/v4_emulated.sh "$build_root/linux" > "$temporary/emulation" 2>&1 &
   emulation=$!

@@ -87,6 +87,10 @@ panic: action=fatal
 error: action=ignore
 END
 rm -f serial.log
-bochs -q -f bochsrc <<< c > bochs.out 2>&1 || true # it calls the power switch a panic
+bochs -q -f bochsrc <<< c > bochs.out 2>&1 &
+machine=$!
+trap 'kill "$machine" 2> /dev/null || true' EXIT
+trap 'exit 1' TERM
+wait "$machine" || true # it calls the power switch a panic
 tr -d '\r' < serial.log | grep '^v4\|FAILED' || tail -n 20 bochs.out
 tr -d '\r' < serial.log | grep -q '^v4: all' && ! tr -d '\r' < serial.log | grep -q '^v4 .*, status [^0]'
