@@ -192,9 +192,7 @@ double prove(Proof& proof, const Group& group) {
     worst = std::max(worst, largestError<F>(i, group.low));
   }
   for (const Interval& piece : all) {
-    if (std::any_of(evaluated.begin(), evaluated.end(), [&](const Interval& i) {
-          return piece.low >= i.low && piece.high <= i.high;
-        })) {
+    if (liesInOneOf(evaluated, piece)) {
       proof.covered(name, piece);
       continue;
     }

@@ -241,6 +241,13 @@ inline std::vector<Interval> cutAt(const std::vector<Interval>& pieces, double p
   return result;
 }
 
+/// The piece lies in one of those.
+inline bool liesInOneOf(const std::vector<Interval>& those, const Interval& piece) {
+  return std::any_of(those.begin(), those.end(), [&](const Interval& i) {
+    return piece.low >= i.low && piece.high <= i.high;
+  });
+}
+
 /// [low, high], both of one sign or one of them zero, cut by its powers of two down to 2^`least`.
 inline std::vector<Interval> binades(Interval whole, int least) {
   if (whole.low < 0) {

@@ -231,9 +231,7 @@ void table(Proof& proof, const E& e) {
         all = cutAt(cutAt(all, evaluated.back().low), evaluated.back().high);
       }
     for (const Interval& piece : all) {
-      if (std::any_of(evaluated.begin(), evaluated.end(), [&](const Interval& i) {
-            return piece.low >= i.low && piece.high <= i.high;
-          })) {
+      if (liesInOneOf(evaluated, piece)) {
         proof.covered(name, piece);
         continue;
       }
