@@ -6,6 +6,7 @@
 
 #include "qelvm.h"
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <random>
@@ -243,9 +244,8 @@ inline std::vector<Interval> cutAt(const std::vector<Interval>& pieces, double p
 
 /// The piece lies in one of those.
 inline bool liesInOneOf(const std::vector<Interval>& those, const Interval& piece) {
-  return std::any_of(those.begin(), those.end(), [&](const Interval& i) {
-    return piece.low >= i.low && piece.high <= i.high;
-  });
+  return std::any_of(those.begin(), those.end(),
+                     [&](const Interval& i) { return piece.low >= i.low && piece.high <= i.high; });
 }
 
 /// [low, high], both of one sign or one of them zero, cut by its powers of two down to 2^`least`.
