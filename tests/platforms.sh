@@ -60,14 +60,15 @@ check_platform() {
   done
   shift
   layer "$platform" build build "$directory" -DQELVM_EXPORTS_TESTS_ONLY=ON -DQELVM_TOOL=OFF \
-    -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF -DQELVM_WIDE=OFF -DCMAKE_COMPILE_WARNING_AS_ERROR=ON "$@" || return 0
+    -DQELVM_BENCH=OFF -DQELVM_EXAMPLES=OFF -DQELVM_WIDE=OFF "$@" || return 0
   layer "$platform" binary check_library "$directory" "$library" "$prefix" || true
   layer "$platform" frame "${runner[@]}" "$checks" "$library" frame || true
   layer "$platform" values "${runner[@]}" "$checks" "$library" values families || true
   layer "$platform" golden "${runner[@]}" "$checks" "$library" golden families || true
 }
 
-# Other compilers and optimisation levels: the same hashes.
+# Other compilers and optimisation levels: the same hashes, and no warnings. (Cross compilers, older ones
+# among them, warn of their own headers.)
 compilers_tests() {
   local compiler level
   for compiler in g++ clang++; do
@@ -78,7 +79,7 @@ compilers_tests() {
     for level in -O0 -O1 -O2 -O3; do
       check_platform "$compiler $level" "$build_root/$compiler$level" src/libqelvmpx.so.5 \
         tests/library_checks "" -- -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=None \
-        -DCMAKE_CXX_FLAGS="$level"
+        -DCMAKE_CXX_FLAGS="$level" -DCMAKE_COMPILE_WARNING_AS_ERROR=ON
     done
   done
 }
