@@ -354,8 +354,7 @@ template <class Export, class Kernel, class T, int S, int D, class... Scalars>
 QELVM_INLINE QelStatus call(ArrayList<const Stored<T>*, S> source,
                             ArrayList<Stored<T>*, D> destination, std::int32_t length,
                             Scalars... scalars) {
-  if constexpr (frame::HasShortRoad<Kernel>)
-    static_assert(frame::IsShortRoad<typename Kernel::ShortRoad>);
+  static_assert(frame::ShortRoadIsComplete<Kernel>);
   if (length < 1)
     return qelStatusSizeError;
   if (source.hasNull() || destination.hasNull())

@@ -33,17 +33,16 @@ template <class Kernel>
 concept HasShortRoad = requires {
   typename Kernel::ShortRoad;
 };
-/// Has what every short road must have; checked in the builds that use none, too.
-template <class Road>
-concept IsShortRoad = requires {
-  Road::inside;
+/// Its short road, if any, has what every one must have; checked in the builds that use none, too.
+template <class Kernel>
+concept ShortRoadIsComplete = !HasShortRoad<Kernel> || requires {
+  Kernel::ShortRoad::inside;
   requires requires {
-    Road::distance;
+    Kernel::ShortRoad::distance;
   } || requires {
-    Road::exact;
+    Kernel::ShortRoad::exact;
   };
-  requires registersOf<Road> >
-  0;
+  registersOf<typename Kernel::ShortRoad>;
 };
 template <HasShortRoad Kernel>
 requires hasShortRoads struct ShortRoadOf<Kernel, float> {

@@ -7,17 +7,17 @@
 // A short road is a type named ...ShortRoad with these members, all but the constructor static or
 // const; a kernel of floats names its own as `ShortRoad`:
 //
-//   double distance                     of its results from the full kernel's, relative: an upper
-//                                       bound (distanceOf)
-//   float inside[]                      arguments of the domain, one for each source, which take the
-//                                       place of others. Where the full kernel raises no inexact for
-//                                       some of the domain, the road raises none for these
-//   auto isOrdinary(x...)               its domain, of registers of floats, or of floats widened.
-//                                       All results are normal floats, unless they do not stand
-//   V compute(V x...)                   the approximation, over registers; raises no flag but
-//                                       inexact. With two destinations a TwoResults<V>; where only
-//                                       the result shows whether it stands, an IfStanding<V>
-//   constexpr int registers             registers in flight, where four are not the best
+//   double distance            of its results from the full kernel's, relative: an upper bound
+//                              (distanceOf)
+//   float inside[]             arguments of the domain, one for each source, which stand in for
+//                              others. Where the full kernel raises no inexact for some of the
+//                              domain, the road raises none for these
+//   auto isOrdinary(x...)      its domain, of registers of floats, or of floats widened. Results
+//                              are normal floats, unless they do not stand
+//   V compute(V x...)          the approximation, over registers; raises no flag but inexact. With
+//                              two destinations a TwoResults<V>; where only the result shows
+//                              whether it stands, an IfStanding<V>
+//   constexpr int registers    registers in flight, where four are not the best
 //
 // and, where it has a wider domain with a longer way, isInWiderRange(x...) and computeWider(x...),
 // for blocks that are not ordinary. With the member `exact` it computes correctly rounded results
