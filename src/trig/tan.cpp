@@ -15,7 +15,7 @@
 //
 // Error: of the slope's rest times R, at most 2^-6 ulp, only the sum is exact; the roundings of the
 // series and of the sums of small terms cost 2^-9 ulp each. Below 0.558 ulp, proven
-// (docs/proofs.md); 0.53444 seen at 0x1.c7e10973b1a4ap-2.
+// (docs/proofs.md); 0.5363 seen at 0x1.c60ef6eda0a92p-2.
 
 #include "core/export.hpp"
 #include "trig/short_sine.hpp"
