@@ -142,6 +142,33 @@ inline std::string formulaOf(const Term& t, const Term& variable, const std::str
   return "(" + of(0) + n.label + of(1) + ")";
 }
 
+/// A recorded polynomial at x, computed without its roundings: in numbers that have + and *, and
+/// that `number` makes of coefficients.
+template <class Number, class OfCoefficient>
+Number polynomialAt(const Number& x, const Term& polynomial, const Term& variable,
+                    const OfCoefficient& number) {
+  if (polynomial.id == variable.id)
+    return x;
+  if (polynomial.isKnown())
+    return number(polynomial.value());
+  const std::string label = nodeOf(polynomial.id).label;
+  require(label == "+" || label == "*", "a polynomial");
+  const Number a = polynomialAt(x, operand(polynomial, 0), variable, number),
+               b = polynomialAt(x, operand(polynomial, 1), variable, number);
+  return label == "+" ? a + b : a * b;
+}
+
+/// A value, and its derivative.
+struct WithSlope {
+  Real value, slope;
+  friend WithSlope operator+(const WithSlope& a, const WithSlope& b) {
+    return {a.value + b.value, a.slope + b.slope};
+  }
+  friend WithSlope operator*(const WithSlope& a, const WithSlope& b) {
+    return {a.value * b.value, a.value * b.slope + a.slope * b.value};
+  }
+};
+
 /// A bound of |polynomial - function| over an interval (with double ends), proven by Sollya's
 /// supnorm. Both are formulas in x, the polynomial made of recorded ones: one last bit of a
 /// coefficient counts. With `relative`, the bound is of |polynomial / function - 1|.

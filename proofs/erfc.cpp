@@ -25,34 +25,6 @@ constexpr double tiny = ErfcKernel<Erfc_64f_A53>::tiny;
 constexpr double directError = 0x1p-60; // absolute, of the rows without the Gaussian
 constexpr double scaledError = 0x1p-62; // relative, of the others
 
-/// A recorded polynomial, without roundings.
-Real realOf(const Term& t, const Term& variable, const Real& x) {
-  if (t.id == variable.id)
-    return x;
-  if (t.isKnown())
-    return Real(t.value());
-  const Real a = realOf(operand(t, 0), variable, x), b = realOf(operand(t, 1), variable, x);
-  const std::string& label = nodeOf(t.id).label;
-  require(label == "+" || label == "*", "a polynomial");
-  return label == "+" ? a + b : a * b;
-}
-
-/// Bounds of a recorded polynomial and of its slope for |variable| <= limit.
-struct Slope {
-  double value, slope;
-};
-Slope slopeOf(const Term& t, const Term& variable, double limit) {
-  if (t.id == variable.id)
-    return {limit, 1};
-  if (t.isKnown())
-    return {std::fabs(t.value()), 0};
-  const Slope a = slopeOf(operand(t, 0), variable, limit),
-              b = slopeOf(operand(t, 1), variable, limit);
-  if (nodeOf(t.id).label == "+")
-    return {above(a.value + b.value), above(a.slope + b.slope)};
-  return {above(a.value * b.value), above(above(a.slope * b.value) + above(a.value * b.slope))};
-}
-
 /// What a row leaves of f(a) = e^(a^2) erfc(a), relative: a bound of |P/f - 1|. Its error d has
 /// d' = 2 a d + rho, with rho = P' - 2 a P + 2/sqrt(pi), as f' = 2 a f - 2/sqrt(pi). So d(a) is
 /// d(b) e^(a^2 - b^2) less the integral of rho e^(a^2 - s^2) from a to b: at most |d(b)| + (b - a)
@@ -132,7 +104,7 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, In
                       k == 5 ? whole : text("x*(", polynomial, ")"));
   const auto function = direct ? erfc : scaledErfc;
   const auto value_ = [&](const Real& v) {
-    Real sum = realOf(tail, t.hi, v);
+    Real sum = polynomialAt(v, tail, t.hi, [](double c) { return Real(c); });
     for (int k = 5; k >= 0; --k)
       sum = (k == 5 ? sum : v * sum) + Real(f(2 * k + 1).value()) + Real(f(2 * k + 2).value());
     return sum;
@@ -150,9 +122,11 @@ void row(Proof& proof, const std::string& name, Proof::Export library, int j, In
     // Next to zero a + (-c) is rounded; the terms from the sixth degree on see that.
     const double off = piece.low < center / 2 ? std::ldexp(1.0, std::ilogb(center) - 53) : 0;
     s.goal(text("|tLo| <= ", off));
-    const double slope =
-        slopeOf(tail, t.hi, above(Interval{range.low - center, range.high - center}.magnitude()))
-            .slope;
+    // Its slope is largest where all terms have one sign.
+    const double most = above(Interval{range.low - center, range.high - center}.magnitude());
+    const auto coefficient = [](double c) { return WithSlope{Real(std::fabs(c)), Real(0)}; };
+    const double slope = above(
+        polynomialAt(WithSlope{Real(most), Real(1)}, tail, t.hi, coefficient).slope.toDouble());
     s.real("dTail", Interval::within(off * slope));
     for (int k = 5; k >= 0; --k) {
       const auto [hi, lo] = steps[static_cast<std::size_t>(k)];

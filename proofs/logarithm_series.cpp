@@ -1,5 +1,4 @@
-// Ln and Log10 in A50: x = m 2^k, f = m - 1, ln m = f - Q (f - R) with Q = f/(2 + f) and a series
-// R.
+// Ln and Log10 in A50: x = m 2^k, f = m - 1, ln m = f - Q (f - R) with Q = f/(2 + f), R a series.
 //
 // For k = 0, and where k log 2 may lie in the binade above the result, the result can be off by
 // more than an ulp before its last rounding. These k have scripts of their own, and the doubles
@@ -136,21 +135,13 @@ std::vector<Interval> piecesOf(const Group& group) {
   return result;
 }
 
-/// A recorded polynomial without negative coefficients, and its derivative, for x >= 0: both
-/// increase.
-std::pair<Real, Real> withDerivative(const Term& t, const Term& variable, const Real& x) {
-  if (t.id == variable.id)
-    return {x, Real(1)};
-  if (t.isKnown()) {
-    require(t.value() >= 0, "a coefficient is not negative");
-    return {Real(t.value()), Real(0)};
-  }
-  const auto [a, da] = withDerivative(operand(t, 0), variable, x);
-  const auto [b, db] = withDerivative(operand(t, 1), variable, x);
-  require(nodeOf(t.id).label == "+" || nodeOf(t.id).label == "*", "a polynomial");
-  if (nodeOf(t.id).label == "+")
-    return {a + b, da + db};
-  return {a * b, a * db + da * b};
+/// The derivative of the series at |q|; without negative coefficients it increases.
+double steepnessAt(double q, const Term& series, const Term& variable) {
+  const auto coefficient = [](double c) {
+    require(c >= 0, "a coefficient is not negative");
+    return WithSlope{Real(c), Real(0)};
+  };
+  return polynomialAt(WithSlope{Real(q), Real(1)}, series, variable, coefficient).slope.toDouble();
 }
 
 template <class F>
@@ -219,9 +210,8 @@ double prove(Proof& proof, const Group& group) {
     // The series at Q is that at q less (q - Q) times its derivative between them.
     s.stands(q, text(q));
     s.goal("|q - Q| <= 0x1p-52");
-    const double steepness[] = {
-        below(withDerivative(series, q, std::max(0.0, least - 0x1p-52)).second.toDouble()),
-        above(withDerivative(series, q, most + 0x1p-52).second.toDouble())};
+    const double steepness[] = {below(steepnessAt(std::max(0.0, least - 0x1p-52), series, q)),
+                                above(steepnessAt(most + 0x1p-52, series, q))};
     s.real("E", piece.low < 0 ? Interval{-steepness[1], -steepness[0]}
                               : Interval{steepness[0], steepness[1]});
     s.define("R", text(s.ideal(series), " - (q - Q)*E"));

@@ -2,16 +2,14 @@
 # Runs the checks of the exports on the library for x86-64-v4 where no processor has AVX-512: in a PC that
 # Bochs emulates, instruction by instruction, with Debian's kernel and nothing else in it.
 #
-# usage: tests/v4_emulated.sh BUILD [COUNT]
-#   BUILD   where the project is built
-#   COUNT   elements through each export beside the plain library, too (a quarter of an hour at least)
+# usage: tests/v4_emulated.sh BUILD, the folder where the project is built
 #
 # Takes some minutes. Exit status 77 if there is no emulator.
 set -euo pipefail
 caller=$PWD
 cd "$(dirname "$(readlink -f "$0")")/.."
 . tools/setup.sh
-root=$PWD build=$(cd "$caller" && realpath "$1") count=${2:-}
+sources=$PWD build=$(cd "$caller" && realpath "$1")
 require_packages "${machine_packages[@]}" || exit 77
 work=$build/v4-emulated
 mkdir -p "$work"
@@ -30,14 +28,13 @@ rm -rf root disc
 mkdir -p root/bin root/proc root/dev root/lib64 root/checks disc/isolinux
 cp "$(command -v busybox)" root/bin/busybox
 ln -s busybox root/bin/sh
-cp "$build/tests/library_checks" "$build/tests/compare_libraries" root/checks/
-cp -L "$build/src/libqelvmpx.so.5" root/checks/plain.so
+cp "$build/tests/library_checks" root/checks/
 cp -L "$build/src/glibc-hwcaps/x86-64-v4/libqelvmpx.so.5" root/checks/v4.so
-cp -r "$root/families" root/checks/
-ldd root/checks/library_checks root/checks/compare_libraries |
+cp -r "$sources/families" root/checks/
+ldd root/checks/library_checks |
   sed -n 's/.*=> \(\/[^ ]*\) .*/\1/p' | sort -u | xargs -I LIBRARY cp -L LIBRARY root/checks/
 cp -L /lib64/ld-linux-x86-64.so.2 root/lib64/
-cat > root/init << END
+cat > root/init << 'END'
 #!/bin/sh
 export PATH=/bin LD_LIBRARY_PATH=/checks
 busybox mount -t proc proc /proc
@@ -45,17 +42,16 @@ busybox mount -t devtmpfs devices /dev
 exec > /dev/ttyS0 2>&1
 cd /checks
 checked() {
-  name=\$1
+  name=$1
   shift
-  "\$@" > output 2>&1
-  status=\$?
+  "$@" > output 2>&1
+  status=$?
   busybox grep FAILED output
-  echo "v4 \$name: \$(busybox tail -n 1 output), status \$status"
+  echo "v4 $name: $(busybox tail -n 1 output), status $status"
 }
 checked frame ./library_checks ./v4.so frame v4
 checked values ./library_checks ./v4.so values families
 checked golden ./library_checks ./v4.so golden families
-[ -z "$count" ] || checked comparison ./compare_libraries ./plain.so ./v4.so --count $count
 echo "v4: all checks ran"
 busybox sleep 1
 busybox poweroff -f

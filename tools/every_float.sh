@@ -26,7 +26,8 @@ END
   for level in v3 v4; do
     library=build/linux/src/glibc-hwcaps/x86-64-$level/libqelvmpx.so.5
     if grep -q "this processor is not one" <(build/linux/tests/library_checks "$library" frame $level 2>&1); then
-      printf '| %s | - | - | not tried: no such processor |\n' $level
+      printf '| %s | - | - | not tried: no such processor (%s) |\n' $level \
+        "golden hashes in an emulated one: [short-roads.md](short-roads.md#what-has-been-tried)"
       continue
     fi
     printf '| %s | %s | %s | %s |\n' $level \

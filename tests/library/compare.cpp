@@ -14,6 +14,7 @@
 #include "loader/loader.hpp"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cfenv>
 #include <charconv>
@@ -73,14 +74,16 @@ public:
     unsigned kinds[3]; // often one kind alone
     for (unsigned& kind : kinds)
       kind = static_cast<unsigned>(random_() % 9);
-    if (random_() % 16 == 0)
-      kinds[0] = kinds[1] = kinds[2] = 7;
+    if (random_() % 16 == 0) // nothing of it may raise inexact where powers are exact
+      kinds[0] = kinds[1] = kinds[2] = exactOrNan;
     const unsigned mostly = static_cast<unsigned>(random_() % 33);
     for (int i = 0; i < count; ++i)
       values[i] = draw(random_() % 32 < mostly ? kinds[0] : kinds[random_() % 3]);
   }
 
 private:
+  static constexpr unsigned exactOrNan = 7;
+
   T draw(unsigned kind) {
     const double unit = static_cast<double>(random_() >> 11) * 0x1p-53;
     switch (kind) {
@@ -100,10 +103,10 @@ private:
       return signedValue(std::ldexp(1 + unit, 12 + static_cast<int>(random_() % 25)));
     case 6:
       return static_cast<T>(1500 * unit - 750);
-    case 7: // exact in many families, or NaNs, so that nothing may raise inexact
+    case exactOrNan: // powers of two have exact results in some families
       return random_() % 2 != 0
                  ? static_cast<T>(std::ldexp(1.0, static_cast<int>(random_() % 9) - 4))
-                 : special_[special_.size() - 1 - random_() % 6];
+                 : nans_[random_() % nans_.size()];
     default:
       return static_cast<T>(20 * unit - 10);
     }
@@ -114,6 +117,8 @@ private:
 
   Random& random_;
   std::vector<T> special_;
+  const std::array<T, 2> nans_{std::numeric_limits<T>::quiet_NaN(),
+                               std::numeric_limits<T>::signaling_NaN()};
 };
 
 /// Arguments of a float export whose result, as a double, is within 2^-36 of a middle between two
